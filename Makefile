@@ -1,0 +1,42 @@
+# The front door: every command drives a CMake preset (CMakePresets.json).
+.PHONY: run test test-windows test-sanitize bench fuzz clean
+
+JOBS ?= $(shell nproc)
+
+run:
+	cmake --preset default >/dev/null
+	cmake --build --preset default -j $(JOBS)
+	./build/default/tools/koshr/koshr demo
+
+test:
+	cmake --preset default >/dev/null
+	cmake --build --preset default -j $(JOBS)
+	ctest --preset default -j $(JOBS)
+
+test-windows:
+	cmake --preset windows >/dev/null
+	cmake --build --preset windows -j $(JOBS)
+	WINEDEBUG=-all ctest --preset windows -j $(JOBS)
+
+test-sanitize:
+	cmake --preset sanitize >/dev/null
+	cmake --build --preset sanitize -j $(JOBS)
+	ctest --preset sanitize -j $(JOBS)
+	cmake --preset tsan >/dev/null
+	cmake --build --preset tsan -j $(JOBS)
+	ctest --preset tsan
+
+bench:
+	cmake --preset bench >/dev/null
+	cmake --build --preset bench -j $(JOBS)
+	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b --benchmark_min_time=0.2 || exit 1; done
+
+FUZZ_SECONDS ?= 60
+fuzz:
+	cmake --preset fuzz >/dev/null
+	cmake --build --preset fuzz -j $(JOBS)
+	@for f in build/fuzz/fuzz/fuzz_*; do echo "== $$f"; mkdir -p build/fuzz/corpus/$$(basename $$f); \
+	  $$f -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=4096 build/fuzz/corpus/$$(basename $$f) || exit 1; done
+
+clean:
+	rm -rf build

@@ -1,0 +1,211 @@
+/*
+ * platform.h: every operating-system service KOSHR uses, behind one interface.
+ *
+ * Two backends implement it: platform/win32 (the Windows API) and
+ * platform/posix (Linux). No other folder includes an operating-system
+ * header. Where POSIX has no counterpart of a Windows service, the posix
+ * backend gives the same behaviour with a small stand-in of its own
+ * (INI-file profile and registry, a process-wide clipboard, a prompt
+ * handler that answers Cancel when the host installed none).
+ *
+ * The layer also carries the test seams: the prompt handler and write-fault
+ * injection for files.
+ */
+#ifndef KOSHR_PLATFORM_H
+#define KOSHR_PLATFORM_H
+
+#include <koshr/types.h>
+
+#include <cstddef>
+#include <cstdint>
+
+namespace ko::os {
+
+// ---------------------------------------------------------------- files
+
+using FileHandle = intptr_t;
+constexpr FileHandle kInvalidFile = -1;
+
+enum FileOpen : unsigned {
+  kFileRead = 1,       // open for reading
+  kFileWrite = 2,      // open for writing (with kFileRead: both)
+  kFileCreate = 4,     // create when missing
+  kFileTruncate = 8,   // empty an existing file
+  kFileExclusive = 16  // fail when the file exists (with kFileCreate)
+};
+
+// Opens a file; kInvalidFile on failure (last_error() tells why).
+FileHandle file_open(const KOCHAR* path, unsigned flags);
+bool file_close(FileHandle file);
+// Positional read; the byte count read (short at end of file), -1 on error.
+int64_t file_read_at(FileHandle file, void* buffer, size_t size, uint64_t offset);
+// Positional write; the byte count written, -1 on error. Subject to write faults.
+int64_t file_write_at(FileHandle file, const void* data, size_t size, uint64_t offset);
+// Sequential read and write at the file's own position.
+int64_t file_read(FileHandle file, void* buffer, size_t size);
+int64_t file_write(FileHandle file, const void* data, size_t size);
+int64_t file_seek(FileHandle file, int64_t offset, int whence);  // whence: 0 set, 1 current, 2 end
+int64_t file_size(FileHandle file);
+bool file_truncate(FileHandle file, uint64_t size);
+bool file_flush(FileHandle file);
+bool file_delete(const KOCHAR* path);
+bool file_rename(const KOCHAR* from, const KOCHAR* to);  // replaces an existing target
+bool file_exists(const KOCHAR* path);
+
+// ---------------------------------------------------------------- write faults (test seam)
+
+// Once armed, file writes proceed normally until the fault point, which is
+// reached either after `after_calls` write calls or after `after_bytes` bytes,
+// whichever comes first. At that point and ever after (until cleared) a write
+// fails outright (kFail: -1, nothing written) or stores only the bytes up to
+// the fault point (kShort: a short count, then -1 for every later write), as
+// a full disk would.
+enum class WriteFaultKind { kNone, kFail, kShort };
+struct WriteFault {
+  WriteFaultKind kind = WriteFaultKind::kNone;
+  uint64_t after_calls = UINT64_MAX;
+  uint64_t after_bytes = UINT64_MAX;
+};
+void set_write_fault(const WriteFault& fault);
+void clear_write_fault();
+// Write calls seen since the last set_write_fault or clear_write_fault.
+uint64_t write_calls_seen();
+
+// ---------------------------------------------------------------- errors
+
+uint32_t last_error();
+// The system's text for an error code, without a trailing line break.
+size_t error_text(uint32_t code, KOCHAR* out, size_t capacity);
+
+// ---------------------------------------------------------------- modules
+
+using ModuleHandle = void*;
+enum ModuleLoad : unsigned { kModuleAlteredSearchPath = 8 };
+// Loads a module by file name or path. A name ending in ".dll" loads the
+// platform's module (".so" on POSIX).
+ModuleHandle module_load(const KOCHAR* name, unsigned flags);
+void* module_symbol(ModuleHandle module, const char* name);
+void module_free(ModuleHandle module);
+// The platform's module suffix: ".dll" or ".so".
+const KOCHAR* module_suffix();
+// Full path of the KOSHR module itself, of the running executable.
+size_t own_module_path(KOCHAR* out, size_t capacity);
+size_t executable_path(KOCHAR* out, size_t capacity);
+
+// ---------------------------------------------------------------- profile and registry
+
+// The user's profile (win.ini): GetProfileStringW / GetProfileIntW semantics.
+// The copied length (without terminator) is returned; a missing key gives
+// `fallback` (which may be null for an empty text).
+size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fallback,
+                      KOCHAR* out, size_t capacity);
+int profile_int(const KOCHAR* section, const KOCHAR* key, int fallback);
+// The private profile ko.ini beside the executable (or `file` when not null).
+int private_profile_int(const KOCHAR* section, const KOCHAR* key, int fallback,
+                        const KOCHAR* file = nullptr);
+
+enum class Hive { kLocalMachine, kCurrentUser };
+// Key paths use backslashes, as "Software\\Vendor\\Product".
+bool registry_get_string(Hive hive, const KOCHAR* key_path, const KOCHAR* value_name,
+                         KOCHAR* out, size_t capacity);
+bool registry_set_string(Hive hive, const KOCHAR* key_path, const KOCHAR* value_name,
+                         const KOCHAR* value);
+bool registry_delete_value(Hive hive, const KOCHAR* key_path, const KOCHAR* value_name);
+bool registry_delete_key(Hive hive, const KOCHAR* key_path);
+// The index-th direct subkey name of a key; false past the last.
+bool registry_enum_subkey(Hive hive, const KOCHAR* key_path, uint32_t index, KOCHAR* out,
+                          size_t capacity);
+
+// ---------------------------------------------------------------- asking the user
+
+// Message-box style bits and answers, with the Windows values.
+enum : unsigned {
+  kBoxOk = 0x0,
+  kBoxRetryCancel = 0x5,
+  kBoxYesNo = 0x4,
+  kBoxIconStop = 0x10,
+  kBoxIconExclamation = 0x30,
+  kBoxTaskModal = 0x2000
+};
+enum : int { kAnswerOk = 1, kAnswerCancel = 2, kAnswerRetry = 4, kAnswerYes = 6, kAnswerNo = 7 };
+// Asks the user; with a host prompt handler installed, the handler answers.
+// Without one: a message box on Windows, kAnswerCancel on POSIX.
+int ask_user(const KOCHAR* text, const KOCHAR* caption, unsigned style);
+void beep(unsigned type);
+[[noreturn]] void fatal_exit(const KOCHAR* message);
+
+// ---------------------------------------------------------------- clipboard
+
+bool clipboard_set_text(const KOCHAR* text);
+// Copies the clipboard text; returns its length, 0 when empty.
+size_t clipboard_get_text(KOCHAR* out, size_t capacity);
+
+// ---------------------------------------------------------------- process
+
+bool named_event_exists(const KOCHAR* name);
+uint32_t process_id();
+uint32_t thread_id();
+void yield_thread();
+void debug_output(const char* text);
+// The OS version as major, minor, build.
+void os_version(uint32_t* major, uint32_t* minor, uint32_t* build);
+// Reads an environment variable; false when unset.
+bool env_get(const char* name, char* out, size_t capacity);
+
+struct LocalTime {
+  int year;  // full year, e.g. 2024
+  int month; // 1-12
+  int day, hour, minute, second;
+  int microsecond;
+  int weekday; // 0 = Sunday
+};
+LocalTime local_now();
+LocalTime utc_now();
+
+// The process-wide critical section created at load.
+void process_lock();
+void process_unlock();
+
+// ---------------------------------------------------------------- 8-bit code page
+
+// MultiByteToWideChar / WideCharToMultiByte on the ANSI code page. A length of
+// -1 means zero-terminated (the terminator is then converted and counted).
+// With a zero capacity the needed size is returned; 0 means failure.
+int ansi_to_utf16(const char* text, int length, KOCHAR* out, int capacity);
+int utf16_to_ansi(const KOCHAR* text, int length, char* out, int capacity);
+
+// ---------------------------------------------------------------- locale-aware characters
+
+KOCHAR char_upper(KOCHAR c);
+KOCHAR char_lower(KOCHAR c);
+bool char_is_space(KOCHAR c);
+bool char_is_alpha(KOCHAR c);
+bool char_is_alnum(KOCHAR c);
+// lstrcmpW and lstrcmpiW: negative, zero or positive.
+int collate(const KOCHAR* a, const KOCHAR* b);
+int collate_nocase(const KOCHAR* a, const KOCHAR* b);
+
+// ---------------------------------------------------------------- automation strings, global memory
+
+// The SysAllocString family: a 32-bit byte length stands before the text,
+// which is zero-terminated.
+KOCHAR* sys_alloc_string(const KOCHAR* text);
+KOCHAR* sys_alloc_string_len(const KOCHAR* text, uint32_t length);
+KOCHAR* sys_alloc_string_byte_len(const char* bytes, uint32_t byte_length);
+void sys_free_string(KOCHAR* text);
+uint32_t sys_string_len(const KOCHAR* text);
+uint32_t sys_string_byte_len(const KOCHAR* text);
+
+// GlobalAlloc family (movable memory is handed out fixed).
+enum : unsigned { kGlobalMoveable = 0x2, kGlobalZeroInit = 0x40, kGlobalDdeShare = 0x2000 };
+void* global_alloc(unsigned flags, size_t size);
+void* global_lock(void* handle);
+bool global_unlock(void* handle);
+void* global_free(void* handle);  // null on success
+size_t global_size(void* handle);
+
+}  // namespace ko::os
+
+#include <koshr/host.h>
+
+#endif

@@ -1,0 +1,275 @@
+/*
+ * u16_format.cpp: the bounded printf-style formatter for UTF-16 output.
+ *
+ * Integers are rendered here digit by digit; floating-point conversions go
+ * through the C library's snprintf (whose output is ASCII) and are widened.
+ */
+#include "storage/u16_format.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <type_traits>
+
+#include "platform/utf16.h"
+
+namespace ko {
+namespace {
+
+class Sink {
+ public:
+  Sink(KOCHAR* out, size_t capacity) : out_(out), capacity_(capacity) {}
+  void put(KOCHAR c) {
+    if (length_ + 1 < capacity_) out_[length_] = c;
+    ++length_;
+  }
+  void repeat(KOCHAR c, long count) {
+    for (; count > 0; --count) put(c);
+  }
+  size_t finish() {
+    if (capacity_) out_[length_ < capacity_ ? length_ : capacity_ - 1] = 0;
+    return length_;
+  }
+
+ private:
+  KOCHAR* out_;
+  size_t capacity_;
+  size_t length_ = 0;
+};
+
+struct Spec {
+  bool left = false, plus = false, space = false, zero = false, alt = false;
+  long width = 0;
+  long precision = -1;
+  int size = 32;  // argument width in bits: 8, 16, 32, 64
+  bool size_t_arg = false;
+};
+
+void emit_padded(Sink& sink, const Spec& spec, const KOCHAR* prefix, size_t prefix_len,
+                 const char* body, size_t body_len, long zeros) {
+  long total = long(prefix_len + body_len) + zeros;
+  long pad = spec.width > total ? spec.width - total : 0;
+  if (!spec.left) sink.repeat(u' ', pad);
+  for (size_t i = 0; i < prefix_len; ++i) sink.put(prefix[i]);
+  sink.repeat(u'0', zeros);
+  for (size_t i = 0; i < body_len; ++i) sink.put(KOCHAR(static_cast<unsigned char>(body[i])));
+  if (spec.left) sink.repeat(u' ', pad);
+}
+
+void emit_integer(Sink& sink, const Spec& spec, char conv, uint64_t magnitude, bool negative) {
+  char digits[72];
+  size_t n = 0;
+  unsigned base = (conv == 'x' || conv == 'X' || conv == 'p') ? 16 : conv == 'o' ? 8 : 10;
+  const char* alphabet = conv == 'X' ? "0123456789ABCDEF" : "0123456789abcdef";
+  char reversed[72];
+  size_t r = 0;
+  while (magnitude) {
+    reversed[r++] = alphabet[magnitude % base];
+    magnitude /= base;
+  }
+  if (r == 0 && spec.precision != 0) reversed[r++] = '0';
+  while (r) digits[n++] = reversed[--r];
+
+  KOCHAR prefix[3];
+  size_t prefix_len = 0;
+  bool is_signed = conv == 'd' || conv == 'i';
+  if (is_signed) {
+    if (negative) prefix[prefix_len++] = u'-';
+    else if (spec.plus) prefix[prefix_len++] = u'+';
+    else if (spec.space) prefix[prefix_len++] = u' ';
+  }
+  if (spec.alt && base == 16 && n && !(n == 1 && digits[0] == '0')) {
+    prefix[prefix_len++] = u'0';
+    prefix[prefix_len++] = conv == 'X' ? u'X' : u'x';
+  }
+  long zeros = 0;
+  if (spec.precision >= 0) {
+    if (long(n) < spec.precision) zeros = spec.precision - long(n);
+  } else if (spec.zero && !spec.left) {
+    long used = long(prefix_len + n);
+    if (spec.width > used) zeros = spec.width - used;
+  }
+  if (spec.alt && base == 8 && zeros == 0 && (n == 0 || digits[0] != '0')) zeros = 1;
+  emit_padded(sink, spec, prefix, prefix_len, digits, n, zeros);
+}
+
+template <typename Char>
+size_t format_impl(KOCHAR* out, size_t capacity, const Char* format, va_list args) {
+  Sink sink(out, capacity);
+  if (!format) return sink.finish();
+  for (const Char* p = format; *p; ++p) {
+    if (*p != '%') {
+      sink.put(KOCHAR(static_cast<std::make_unsigned_t<Char>>(*p)));
+      continue;
+    }
+    const Char* start = p++;
+    Spec spec;
+    for (;; ++p) {
+      if (*p == '-') spec.left = true;
+      else if (*p == '+') spec.plus = true;
+      else if (*p == ' ') spec.space = true;
+      else if (*p == '0') spec.zero = true;
+      else if (*p == '#') spec.alt = true;
+      else break;
+    }
+    if (*p == '*') {
+      spec.width = va_arg(args, int);
+      if (spec.width < 0) spec.left = true, spec.width = -spec.width;
+      ++p;
+    } else {
+      while (*p >= '0' && *p <= '9') spec.width = spec.width * 10 + (*p++ - '0');
+    }
+    if (*p == '.') {
+      ++p;
+      spec.precision = 0;
+      if (*p == '*') {
+        spec.precision = va_arg(args, int);
+        if (spec.precision < 0) spec.precision = -1;
+        ++p;
+      } else {
+        while (*p >= '0' && *p <= '9') spec.precision = spec.precision * 10 + (*p++ - '0');
+      }
+    }
+    bool narrow_text = false;
+    if (*p == 'h') {
+      ++p;
+      spec.size = 16;
+      narrow_text = true;
+      if (*p == 'h') ++p, spec.size = 8;
+    } else if (*p == 'l') {
+      ++p;
+      if (*p == 'l') ++p, spec.size = 64;
+    } else if (*p == 'I' && p[1] == '6' && p[2] == '4') {
+      p += 3;
+      spec.size = 64;
+    } else if (*p == 'I' && p[1] == '3' && p[2] == '2') {
+      p += 3;
+    } else if (*p == 'z' || *p == 'j' || *p == 't') {
+      ++p;
+      spec.size = 64;
+      spec.size_t_arg = true;
+    }
+    char conv = char(*p);
+    switch (conv) {
+      case 'd':
+      case 'i': {
+        int64_t v = spec.size == 64 ? va_arg(args, int64_t) : int64_t(va_arg(args, int));
+        if (spec.size == 16) v = int16_t(v);
+        if (spec.size == 8) v = int8_t(v);
+        uint64_t magnitude = v < 0 ? 0 - uint64_t(v) : uint64_t(v);
+        emit_integer(sink, spec, conv, magnitude, v < 0);
+        break;
+      }
+      case 'u':
+      case 'x':
+      case 'X':
+      case 'o': {
+        uint64_t v = spec.size == 64 ? va_arg(args, uint64_t) : uint64_t(va_arg(args, unsigned));
+        if (spec.size == 16) v = uint16_t(v);
+        if (spec.size == 8) v = uint8_t(v);
+        emit_integer(sink, spec, conv, v, false);
+        break;
+      }
+      case 'p': {
+        Spec pointer = spec;
+        pointer.precision = 16;
+        emit_integer(sink, pointer, 'X', uint64_t(uintptr_t(va_arg(args, void*))), false);
+        break;
+      }
+      case 'c': {
+        KOCHAR c = KOCHAR(va_arg(args, int));
+        long pad = spec.width > 1 ? spec.width - 1 : 0;
+        if (!spec.left) sink.repeat(u' ', pad);
+        sink.put(c);
+        if (spec.left) sink.repeat(u' ', pad);
+        break;
+      }
+      case 's':
+      case 'S': {
+        long pad;
+        if (narrow_text || conv == 'S') {
+          const char* text = va_arg(args, const char*);
+          if (!text) text = "(null)";
+          size_t n = 0;
+          while (text[n] && (spec.precision < 0 || long(n) < spec.precision)) ++n;
+          pad = spec.width > long(n) ? spec.width - long(n) : 0;
+          if (!spec.left) sink.repeat(u' ', pad);
+          for (size_t i = 0; i < n; ++i) sink.put(KOCHAR(static_cast<unsigned char>(text[i])));
+        } else {
+          const KOCHAR* text = va_arg(args, const KOCHAR*);
+          if (!text) text = u"(null)";
+          size_t n = spec.precision < 0 ? u16len(text) : u16nlen(text, size_t(spec.precision));
+          pad = spec.width > long(n) ? spec.width - long(n) : 0;
+          if (!spec.left) sink.repeat(u' ', pad);
+          for (size_t i = 0; i < n; ++i) sink.put(text[i]);
+        }
+        if (spec.left) sink.repeat(u' ', pad);
+        break;
+      }
+      case 'e':
+      case 'E':
+      case 'f':
+      case 'F':
+      case 'g':
+      case 'G':
+      case 'a':
+      case 'A': {
+        char c_format[32];
+        int k = 0;
+        c_format[k++] = '%';
+        if (spec.left) c_format[k++] = '-';
+        if (spec.plus) c_format[k++] = '+';
+        if (spec.space) c_format[k++] = ' ';
+        if (spec.zero) c_format[k++] = '0';
+        if (spec.alt) c_format[k++] = '#';
+        c_format[k++] = '*';
+        c_format[k++] = '.';
+        c_format[k++] = '*';
+        c_format[k++] = conv;
+        c_format[k] = 0;
+        double v = va_arg(args, double);
+        char text[512];
+        int n = std::snprintf(text, sizeof text, c_format, int(spec.width),
+                              int(spec.precision < 0 ? 6 : spec.precision), v);
+        for (int i = 0; i < n && i < int(sizeof text) - 1; ++i) sink.put(KOCHAR(text[i]));
+        break;
+      }
+      case '%':
+        sink.put(u'%');
+        break;
+      default:
+        // An unknown conversion is copied as it stands.
+        for (const Char* q = start; q <= p && *q; ++q) sink.put(KOCHAR(*q));
+        if (!*p) return sink.finish();
+        break;
+    }
+  }
+  return sink.finish();
+}
+
+}  // namespace
+
+size_t u16_vformat(KOCHAR* out, size_t capacity, const char* format, va_list args) {
+  return format_impl(out, capacity, format, args);
+}
+
+size_t u16_vformat(KOCHAR* out, size_t capacity, const KOCHAR* format, va_list args) {
+  return format_impl(out, capacity, format, args);
+}
+
+size_t u16_format(KOCHAR* out, size_t capacity, const char* format, ...) {
+  va_list args;
+  va_start(args, format);
+  size_t n = format_impl(out, capacity, format, args);
+  va_end(args);
+  return n;
+}
+
+size_t u16_format(KOCHAR* out, size_t capacity, const KOCHAR* format, ...) {
+  va_list args;
+  va_start(args, format);
+  size_t n = format_impl(out, capacity, format, args);
+  va_end(args);
+  return n;
+}
+
+}  // namespace ko
