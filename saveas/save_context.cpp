@@ -6,7 +6,7 @@
 
 #include <cstdarg>
 #include <cstring>
-#include <new>
+#include <koshr/strings.h>
 
 #include "platform/utf16.h"
 #include "storage/u16_format.h"
@@ -42,6 +42,14 @@ bool clip_append(KoSaveContext* context, const KOCHAR* text, size_t length) {
 }
 
 }  // namespace
+
+void osFileGetFileName(const KOCHAR* path, KOCHAR* out, size_t capacity) {
+  const KOCHAR* name = path ? path : u"";
+  for (const KOCHAR* p = name; *p; ++p) {
+    if (is_path_separator(*p)) name = p + 1;
+  }
+  u16lcpy(out, name, capacity);
+}
 
 void save_base_name(const KOCHAR* file_name, KOCHAR* out) {
   out[0] = 0;
@@ -104,11 +112,8 @@ SaveColumn* save_store_column(KoSaveContext* context, const KOCHAR* name, int32_
   SaveColumn* column = &context->columns[context->current_column];
   if (column->name) kostg_fee(context->pool, column->name);
   column->name = nullptr;
-  if (!name) name = u"";
-  size_t bytes = (u16len(name) + 1) * sizeof(KOCHAR);
-  column->name = static_cast<KOCHAR*>(kostg_alc(context->pool, bytes, context->owner));
+  column->name = kostg_strdup(context->pool, name ? name : u"", context->owner);
   if (!column->name) return nullptr;
-  std::memcpy(column->name, name, bytes);
   column->width = width;
   column->type = type;
   context->total_width += width;
@@ -149,7 +154,8 @@ bool save_write_format(KoSaveContext* context, const char* format, ...) {
 }
 
 bool save_write_bytes(KoSaveContext* context, const void* data, size_t size) {
-  return context->has_file && osFileWrite(&context->file, data, size) == size;
+  // Without a file (flag 4) the bytes have nowhere to go and are dropped.
+  return !context->has_file || osFileWrite(&context->file, data, size) == size;
 }
 
 bool save_write_quoted(KoSaveContext* context, const KOCHAR* text, KOCHAR quote) {

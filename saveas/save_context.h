@@ -85,10 +85,21 @@ KoSaveContext* save_abandon(KoSaveContext* context);
 // Closes the file (flushing when asked and nothing failed), frees the
 // context; 1 when everything reached the disk.
 int save_finish(KoSaveContext* context, bool flush);
+// The end of an export whose closing record was (or was not) written: a
+// flushing close when it was, otherwise a close without flushing and 0.
+inline int save_end(KoSaveContext* context, bool closing_written) {
+  if (closing_written) return save_finish(context, true);
+  save_finish(context, false);
+  return 0;
+}
 
 // Compiles the four default formats into the context (under the culture
 // string when there is one).
 void save_compile_formats(KoSaveContext* context, const KOCHAR* culture);
+
+// The file's name without its folder (osFileGetFileName): up to `capacity` - 1
+// units after the last "/", "\\" or ":".
+void osFileGetFileName(const KOCHAR* path, KOCHAR* out, size_t capacity);
 
 // The base name of a file name: no folder, no extension, at most 259 units.
 void save_base_name(const KOCHAR* file_name, KOCHAR* out);
