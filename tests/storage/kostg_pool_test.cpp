@@ -266,8 +266,13 @@ TEST_F(KostgPool, FastStrlen) {
 }
 
 TEST_F(KostgPool, FastStrlenFaultsOnPurposeWhenTheBlockIsLonger) {
-  auto* text = static_cast<KOCHAR*>(kostg_alc(context, 64, pool));
-  std::memset(text, 0x41, 64);
+  // Two neighbours from a fresh pool, so that the probe one past the block
+  // reads the second one's bytes.
+  KostgSubpool* fresh = kostg_new_pool(context);
+  auto* text = static_cast<KOCHAR*>(kostg_alc(context, 64, fresh));
+  auto* neighbour = static_cast<KOCHAR*>(kostg_alc(context, 64, fresh));
+  ASSERT_EQ(neighbour, text + 32);
+  std::memset(text, 0x41, 128);
   std::memcpy(text, u"short", 12);
   EXPECT_DEATH(kostg_fast_strlen(text), "");
 }

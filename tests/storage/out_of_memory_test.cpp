@@ -15,7 +15,7 @@ namespace {
 struct Prompt {
   int calls = 0;
   std::u16string text;
-  const KOCHAR* caption = u"unset";
+  std::u16string caption = u"unset";
   unsigned style = 0;
   int answer = 2;
   bool lift_limit = false;
@@ -25,7 +25,7 @@ Prompt g_prompt;
 int answer_prompt(const KOCHAR* text, const KOCHAR* caption, unsigned style) {
   ++g_prompt.calls;
   g_prompt.text = text ? text : u"";
-  g_prompt.caption = caption;
+  g_prompt.caption = caption ? caption : u"(null)";
   g_prompt.style = style;
   if (g_prompt.lift_limit) ko::KoHeap_setLimit(0);
   return g_prompt.answer;
@@ -100,7 +100,7 @@ TEST_F(HeapFailure, RetryAsksAgainAndSucceeds) {
   EXPECT_NE(block, nullptr);
   EXPECT_EQ(g_prompt.calls, 1);
   EXPECT_EQ(g_prompt.text, u"Out of Memory");
-  EXPECT_EQ(g_prompt.caption, nullptr);
+  EXPECT_EQ(g_prompt.caption, u"");  // no caption
   EXPECT_EQ(g_prompt.style, 0x5u | 0x10u | 0x2000u);
   kostg_fee(context, block);
 }
