@@ -40,9 +40,9 @@ TEST_F(SaveFileTest, EncodesTextInEachEncoding) {
       {KOSAVE_ENCODING_UTF8, "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z"},
       {KOSAVE_ENCODING_UTF8_BOM, "\xEF\xBB\xBF" "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z"},
       {KOSAVE_ENCODING_UTF16LE_BOM,
-       std::string("\xFF\xFE" "A\0\xE9\0\xAC\x20\x3D\xD8\x00\xDEz\0", 16)},
+       std::string("\xFF\xFE" "A\0\xE9\0\xAC\x20\x3D\xD8\x00\xDEz\0", 14)},
       {KOSAVE_ENCODING_UTF16BE_BOM,
-       std::string("\xFE\xFF\0A\0\xE9\x20\xAC\xD8\x3D\xDE\x00\0z", 16)},
+       std::string("\xFE\xFF\0A\0\xE9\x20\xAC\xD8\x3D\xDE\x00\0z", 14)},
   };
   for (size_t buffer : {size_t(0), size_t(2), size_t(3), size_t(5)}) {
     ko::save_set_buffer_size(buffer);
