@@ -59,6 +59,23 @@ size_t narrow_single_bytes(const KOCHAR* text, size_t length, uint8_t* out) {
   return length;
 }
 
+// UTF-8: ASCII runs are copied here, the rest goes to the shared converter
+// (which terminates its output: the buffer keeps a byte for that).
+size_t encode_utf8(const KOCHAR* text, size_t length, uint8_t* out, size_t capacity) {
+  size_t used = 0;
+  size_t i = 0;
+  while (i < length) {
+    while (i < length && text[i] < 0x80) out[used++] = uint8_t(text[i++]);
+    size_t run = i;
+    while (run < length && text[run] >= 0x80) ++run;
+    if (run > i) {
+      used += utf16_to_utf8(text + i, run - i, reinterpret_cast<char*>(out + used), capacity - used);
+      i = run;
+    }
+  }
+  return used;
+}
+
 // Encodes `length` units of the gather buffer into the byte buffer, behind
 // the byte-order mark when it is still to come; returns the byte count.
 size_t encode_text(SaveFile* file, const KOCHAR* text, size_t length) {
@@ -71,9 +88,7 @@ size_t encode_text(SaveFile* file, const KOCHAR* text, size_t length) {
   switch (file->encoding) {
     case kEncodingUtf8:
     case kEncodingUtf8Bom:
-      // The converter terminates its output: the buffer keeps one byte for it.
-      used += utf16_to_utf8(text, length, reinterpret_cast<char*>(out + used),
-                            file->byte_capacity - used);
+      used += encode_utf8(text, length, out + used, file->byte_capacity - used);
       break;
     case kEncodingUtf16LeBom:
       for (size_t i = 0; i < length; ++i) {
