@@ -53,8 +53,34 @@ struct KoHeapPool {
 
 extern uintptr_t g_page_mask;
 
-unsigned small_class_of(uint64_t size);  // size 1..kMaxSmallBlock
-uint32_t small_class_size(unsigned size_class);
+// Small class sizes: 8..256 by 8, then four steps per doubling to 8192; and
+// for each class the length of a thread's free list at which half goes back.
+struct ClassTable {
+  static constexpr uint32_t kKeepBytes = 32768;
+
+  uint32_t size[kSmallClassCount];
+  uint32_t keep[kSmallClassCount];
+  uint8_t index_by_units[kMaxSmallBlock / 8 + 1];  // (size + 7) / 8 -> class
+
+  constexpr ClassTable() : size(), keep(), index_by_units() {
+    unsigned n = 0;
+    for (uint32_t s = 8; s <= 256; s += 8) size[n++] = s;
+    for (uint32_t base = 256; base < kMaxSmallBlock; base *= 2)
+      for (uint32_t q = 1; q <= 4; ++q) size[n++] = base + q * (base / 4);
+    for (unsigned c = 0; c < kSmallClassCount; ++c)
+      keep[c] = kKeepBytes / size[c] < 8 ? 8 : kKeepBytes / size[c];
+    unsigned cls = 0;
+    for (uint32_t units = 0; units <= kMaxSmallBlock / 8; ++units) {
+      while (size[cls] < units * 8) ++cls;
+      index_by_units[units] = uint8_t(cls);
+    }
+  }
+};
+inline constexpr ClassTable kClasses;
+static_assert(kClasses.size[kSmallClassCount - 1] == kMaxSmallBlock, "class table ends at 8 KB");
+
+inline unsigned small_class_of(uint64_t size) { return kClasses.index_by_units[(size + 7) >> 3]; }
+inline uint32_t small_class_size(unsigned size_class) { return kClasses.size[size_class]; }
 bool heap_thread_cache_enabled();
 
 // The shared per-class state, each call under the class lock.
