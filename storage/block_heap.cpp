@@ -42,7 +42,6 @@ namespace ko {
 
 namespace {
 
-constexpr uint32_t kPageMagic = 0x4B4F4850;  // "KOHP"
 constexpr unsigned kRunCacheSlots = 128;
 
 struct HeapGlobals {
@@ -202,6 +201,7 @@ void* alloc_large(KoHeapPool* pool, uint64_t size) {
   run->magic = kPageMagic;
   run->size_class = kLargeClass;
   run->pool = pool;
+  run->pool_id = pool->id.load(std::memory_order_relaxed);
   run->run_bytes = bytes;
   run->block_size = bytes - kPageHeaderBytes;
   {
@@ -256,6 +256,7 @@ bool add_page(KoHeapPool* pool, unsigned size_class) {
   page->magic = kPageMagic;
   page->size_class = size_class;
   page->pool = pool;
+  page->pool_id = pool->id.load(std::memory_order_relaxed);
   page->prev = nullptr;
   page->run_bytes = page_size;
   page->block_size = size;

@@ -1,7 +1,7 @@
 /*
  * block_heap_internal.h: the block heap's own structures, shared between the
- * heap (block_heap.cpp) and the per-thread caches in front of it
- * (thread_cache.cpp). Nothing outside those two files includes it.
+ * heap (block_heap.cpp), the per-thread caches in front of it
+ * (thread_cache.cpp) and the inlined lock-free paths (block_heap_fast.h).
  */
 #ifndef KOSHR_STORAGE_BLOCK_HEAP_INTERNAL_H
 #define KOSHR_STORAGE_BLOCK_HEAP_INTERNAL_H
@@ -19,12 +19,14 @@ constexpr unsigned kSmallClassCount = 52;
 constexpr uint32_t kMaxSmallBlock = 8192;
 constexpr uint32_t kLargeClass = 0xFFFFFFFF;
 constexpr uint64_t kPageHeaderBytes = 64;
+constexpr uint32_t kPageMagic = 0x4B4F4850;  // "KOHP"
 
 // The header at the start of every page and large run.
 struct PageHeader {
   uint32_t magic;
   uint32_t size_class;  // kLargeClass for a large run
   KoHeapPool* pool;
+  uint64_t pool_id;     // the owning pool's id, read by the free path
   PageHeader* next;     // the pool's page list, its run list, or the cache
   PageHeader* prev;     // the pool's run list
   uint64_t run_bytes;   // bytes mapped
@@ -91,6 +93,35 @@ bool add_page(KoHeapPool* pool, unsigned size_class);
 
 // Writes the heap's state to the debugger output.
 void heap_dump_state();
+
+// ---------------------------------------------------------------- per-thread caches
+
+constexpr unsigned kCacheSlots = 4;
+
+struct CachedClass {
+  void* free = nullptr;  // blocks, linked through their first word
+  char* bump = nullptr;  // uncarved bytes taken from the pool
+  char* bump_end = nullptr;
+  uint32_t count = 0;    // blocks on the free list
+};
+
+// One pool's share of a thread cache; the pool's id names it (0: unused).
+struct CacheSlot {
+  KoHeapPool* pool = nullptr;
+  uint64_t id = 0;
+  CachedClass classes[kSmallClassCount];
+};
+
+struct ThreadCache {
+  CacheSlot slots[kCacheSlots];
+};
+
+// The calling thread's cache; null until its first allocation.
+#if defined(__ELF__)
+extern __thread ThreadCache* t_thread_cache __attribute__((tls_model("initial-exec")));
+#else
+extern __thread ThreadCache* t_thread_cache;
+#endif
 
 }  // namespace ko
 

@@ -24,38 +24,19 @@
 
 namespace ko {
 
+#if defined(__ELF__)
+__thread ThreadCache* t_thread_cache __attribute__((tls_model("initial-exec"))) = nullptr;
+#else
+__thread ThreadCache* t_thread_cache = nullptr;
+#endif
+
 namespace {
 
-constexpr unsigned kSlots = 4;
-constexpr uint32_t kRefillBytes = 4096;   // bytes taken from a pool per refill
-constexpr uint32_t kRefillMaxBlocks = 64;
-
-struct CachedClass {
-  void* free = nullptr;
-  char* bump = nullptr;
-  char* bump_end = nullptr;
-  uint32_t count = 0;  // blocks on the free list
-};
-
-struct Slot {
-  KoHeapPool* pool = nullptr;
-  uint64_t id = 0;  // 0: unused
-  CachedClass classes[kSmallClassCount];
-};
-
-struct ThreadCache {
-  Slot slots[kSlots];
-};
+constexpr uint32_t kRefillBytes = 16384;  // bytes taken from a pool per refill
+constexpr uint32_t kRefillMaxBlocks = 2048;
 
 enum class CacheState : uint8_t { kNone, kCreating, kLive, kGone };
-
-#if defined(__ELF__)
-#define KO_FAST_TLS __attribute__((tls_model("initial-exec")))
-#else
-#define KO_FAST_TLS
-#endif
-thread_local ThreadCache* t_cache KO_FAST_TLS = nullptr;
-thread_local CacheState t_state KO_FAST_TLS = CacheState::kNone;
+thread_local CacheState t_state = CacheState::kNone;
 
 uint32_t refill_blocks(uint32_t size) {
   uint32_t blocks = kRefillBytes / size;
@@ -83,7 +64,7 @@ void hand_back(KoHeapPool* pool, uint64_t id, unsigned size_class, void* head, c
   }
 }
 
-void flush_slot(Slot& slot) {
+void flush_slot(CacheSlot& slot) {
   if (slot.id != 0) {
     for (unsigned c = 0; c < kSmallClassCount; ++c) {
       CachedClass& cached = slot.classes[c];
@@ -97,11 +78,11 @@ void flush_slot(Slot& slot) {
 }
 
 void release_cache() {
-  ThreadCache* cache = t_cache;
-  t_cache = nullptr;
+  ThreadCache* cache = t_thread_cache;
+  t_thread_cache = nullptr;
   t_state = CacheState::kGone;
   if (!cache) return;
-  for (Slot& slot : cache->slots) flush_slot(slot);
+  for (CacheSlot& slot : cache->slots) flush_slot(slot);
   KoHeap_free(cache);
 }
 
@@ -121,14 +102,14 @@ ThreadCache* create_cache() {
     t_state = CacheState::kNone;
     return nullptr;
   }
-  t_cache = new (memory) ThreadCache;
+  t_thread_cache = new (memory) ThreadCache;
   t_state = CacheState::kLive;
   t_owner.armed = true;
-  return t_cache;
+  return t_thread_cache;
 }
 
-Slot& bind_slot(ThreadCache* cache, KoHeapPool* pool, uint64_t id) {
-  Slot& slot = cache->slots[id % kSlots];
+CacheSlot& bind_slot(ThreadCache* cache, KoHeapPool* pool, uint64_t id) {
+  CacheSlot& slot = cache->slots[id % kCacheSlots];
   if (slot.id != id) {
     flush_slot(slot);
     slot.pool = pool;
@@ -181,10 +162,10 @@ void trim(KoHeapPool* pool, uint64_t id, unsigned size_class, CachedClass& cache
 }  // namespace
 
 void* thread_cache_alloc(KoHeapPool* pool, unsigned size_class) {
-  ThreadCache* cache = t_cache;
+  ThreadCache* cache = t_thread_cache;
   if (!cache && !(cache = create_cache())) return shared_alloc(pool, size_class);
   uint64_t id = pool->id.load(std::memory_order_relaxed);
-  Slot& slot = bind_slot(cache, pool, id);
+  CacheSlot& slot = bind_slot(cache, pool, id);
   CachedClass& cached = slot.classes[size_class];
   if (void* block = cached.free) {
     cached.free = *static_cast<void**>(block);
@@ -201,9 +182,9 @@ void* thread_cache_alloc(KoHeapPool* pool, unsigned size_class) {
 }
 
 void thread_cache_free(KoHeapPool* pool, unsigned size_class, void* block) {
-  ThreadCache* cache = t_cache;
+  ThreadCache* cache = t_thread_cache;
   uint64_t id = pool->id.load(std::memory_order_relaxed);
-  Slot* slot = cache ? &cache->slots[id % kSlots] : nullptr;
+  CacheSlot* slot = cache ? &cache->slots[id % kCacheSlots] : nullptr;
   if (!slot || slot->id != id) {
     shared_free(pool, size_class, block);
     return;
@@ -215,11 +196,11 @@ void thread_cache_free(KoHeapPool* pool, unsigned size_class, void* block) {
 }
 
 void thread_cache_forget(KoHeapPool* pool) {
-  ThreadCache* cache = t_cache;
+  ThreadCache* cache = t_thread_cache;
   if (!cache) return;
   uint64_t id = pool->id.load(std::memory_order_relaxed);
-  Slot& slot = cache->slots[id % kSlots];
-  if (slot.id == id) slot = Slot{};
+  CacheSlot& slot = cache->slots[id % kCacheSlots];
+  if (slot.id == id) slot = CacheSlot{};
 }
 
 }  // namespace ko
