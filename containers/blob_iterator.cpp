@@ -14,7 +14,6 @@
 #include <new>
 
 #include "containers/big_endian.h"
-#include "containers/blob_memory.h"
 #include "containers/data_blob.h"
 
 class SH_MI_DATA_BLOB_ITER final : public SH_IMI_BLOB_ITER {
@@ -43,7 +42,7 @@ class SH_MI_DATA_BLOB_ITER final : public SH_IMI_BLOB_ITER {
     if (left == 0) {
       SH_MI_DATA_BLOB* blob = blob_;
       this->~SH_MI_DATA_BLOB_ITER();
-      ko::blob_memory_free(this);
+      ko::KoHeap_free(this);
       blob->Release();
     }
     return left;
@@ -231,7 +230,7 @@ class SH_MI_DATA_BLOB_ITER final : public SH_IMI_BLOB_ITER {
   }
 
   static void* allocate(KostgContext* context, KostgSubpool* pool, uint64_t size) {
-    return context ? kostg_alc(context, size, pool) : ko::blob_memory_alloc(size);
+    return context ? kostg_alc(context, size, pool) : ko::KoHeap_alloc(size, &ko::kSiteBlobValue);
   }
 
   uint32_t ref_count_ = 1;
@@ -242,6 +241,6 @@ class SH_MI_DATA_BLOB_ITER final : public SH_IMI_BLOB_ITER {
 };
 
 SH_IMI_BLOB_ITER* ko::make_blob_iterator(SH_MI_DATA_BLOB* blob) {
-  void* memory = blob_memory_alloc(sizeof(SH_MI_DATA_BLOB_ITER));
+  void* memory = KoHeap_alloc(sizeof(SH_MI_DATA_BLOB_ITER), &kSiteBlobIterator);
   return memory ? new (memory) SH_MI_DATA_BLOB_ITER(blob) : nullptr;
 }

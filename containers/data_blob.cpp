@@ -8,7 +8,7 @@
  *   +--------+----------+------+------+------------------------------+
  *    0        2          8      9      10                 used size ^
  *
- * The buffer comes from the blob memory, starts at 4096 bytes and grows in
+ * The buffer comes from the block heap, starts at 4096 bytes and grows in
  * 8192-byte steps. Bytes past the used size are always zero: the first
  * buffer and every grown part are zero-filled, and SetSize clears what it
  * cuts off. The used size only grows (by reservations and writes) except
@@ -21,7 +21,6 @@
 #include <new>
 
 #include "containers/big_endian.h"
-#include "containers/blob_memory.h"
 #include "platform/utf16.h"
 
 namespace {
@@ -31,13 +30,13 @@ constexpr uint8_t kHeader[ko::kBlobHeaderSize] = {0x00, 0x0A, 'M', 'I', 'B', 'L'
 }  // namespace
 
 SH_MI_DATA_BLOB* ko::DataBlobAccess::create() {
-  void* memory = blob_memory_alloc(sizeof(SH_MI_DATA_BLOB));
+  void* memory = KoHeap_alloc(sizeof(SH_MI_DATA_BLOB), &kSiteDataBlob);
   if (!memory) return nullptr;
   auto* blob = new (memory) SH_MI_DATA_BLOB;
-  blob->buffer_ = static_cast<uint8_t*>(blob_memory_alloc(kBlobInitialCapacity));
+  blob->buffer_ = static_cast<uint8_t*>(KoHeap_alloc(kBlobInitialCapacity, &kSiteDataBlob));
   if (!blob->buffer_) {
     blob->~SH_MI_DATA_BLOB();
-    blob_memory_free(memory);
+    KoHeap_free(memory);
     return nullptr;
   }
   std::memset(blob->buffer_, 0, kBlobInitialCapacity);
@@ -62,9 +61,9 @@ uint32_t SH_MI_DATA_BLOB::AddRef() { return std::atomic_ref<uint32_t>(ref_count_
 uint32_t SH_MI_DATA_BLOB::Release() {
   uint32_t left = std::atomic_ref<uint32_t>(ref_count_).fetch_sub(1) - 1;
   if (left == 0) {
-    ko::blob_memory_free(buffer_);
+    ko::KoHeap_free(buffer_);
     this->~SH_MI_DATA_BLOB();
-    ko::blob_memory_free(this);
+    ko::KoHeap_free(this);
   }
   return left;
 }
@@ -94,7 +93,7 @@ uint32_t SH_MI_DATA_BLOB::Reserve(uint32_t size) {
     do capacity += ko::kBlobGrowthStep;
     while (capacity < end);
     if (capacity > UINT32_MAX) return 0;
-    auto* grown = static_cast<uint8_t*>(ko::blob_memory_realloc(buffer_, capacity));
+    auto* grown = static_cast<uint8_t*>(ko::KoHeap_realloc(buffer_, capacity));
     if (!grown) return 0;
     std::memset(grown + capacity_, 0, capacity - capacity_);
     buffer_ = grown;

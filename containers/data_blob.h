@@ -6,11 +6,24 @@
 
 #include <koshr/datablob.h>
 
+#include "storage/block_heap.h"
+
 namespace ko {
 
 constexpr uint32_t kBlobHeaderSize = 10;
 constexpr uint32_t kBlobInitialCapacity = 4096;
 constexpr uint32_t kBlobGrowthStep = 8192;
+
+// Blobs outlive any caller's storage context: they, their iterators and
+// their buffers live in the block heap, outside any pool. So do strings and
+// nested blobs that a reader hands out without a context; callers give those
+// back with kostg_fee.
+inline constexpr KoHeapSite kSiteDataBlob{"SH_MI_DATA_BLOB", "shmi_CreateDataBlob", "Release",
+                                          "data_blob.cpp", 0};
+inline constexpr KoHeapSite kSiteBlobIterator{"SH_MI_DATA_BLOB_ITER", "GetDataIterator",
+                                              "Release", "blob_iterator.cpp", 0};
+inline constexpr KoHeapSite kSiteBlobValue{"void*", "GetString", "kostg_fee", "blob_iterator.cpp",
+                                           0};
 
 struct DataBlobAccess {
   // A blob holding only its header, with a reference count of 1; null when

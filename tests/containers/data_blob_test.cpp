@@ -121,8 +121,9 @@ TEST_F(BlobTest, CapacityGrowsInStepsOf8192) {
     EXPECT_EQ(fresh->GetCapacity(), c.capacity) << c.bytes;
     EXPECT_EQ(shmi_DataBlob_GetSize(fresh), 10 + c.bytes);
     EXPECT_EQ(fresh->GetBuffer()[9 + c.bytes], 0x5A);
-    if (10 + c.bytes < c.capacity)
+    if (10 + c.bytes < c.capacity) {
       EXPECT_EQ(fresh->GetBuffer()[10 + c.bytes], 0) << "the grown part is zero-filled";
+    }
     shmi_DataBlob_Release(fresh);
   }
 }
