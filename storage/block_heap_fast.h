@@ -19,18 +19,7 @@ inline void* heap_alloc_fast(KoHeapPool* pool, uint64_t size, const KoHeapSite* 
     CacheSlot& slot = cache->slots[id % kCacheSlots];
     if (slot.id == id) {
       unsigned size_class = small_class_of(size);
-      CachedClass& cached = slot.classes[size_class];
-      if (void* block = cached.free) {
-        cached.free = *static_cast<void**>(block);
-        --cached.count;
-        return block;
-      }
-      uint32_t class_size = small_class_size(size_class);
-      if (cached.bump_end - cached.bump >= ptrdiff_t(class_size)) {
-        void* block = cached.bump;
-        cached.bump += class_size;
-        return block;
-      }
+      if (void* block = cached_take(slot.classes[size_class], size_class)) return block;
     }
   }
   return KoHeap_allocFromPool(pool, size, site);

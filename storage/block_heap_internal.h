@@ -116,6 +116,20 @@ struct ThreadCache {
   CacheSlot slots[kCacheSlots];
 };
 
+// Takes a block from a thread's cached class, or null when it is empty.
+inline void* cached_take(CachedClass& cached, unsigned size_class) {
+  if (void* block = cached.free) {
+    cached.free = *static_cast<void**>(block);
+    --cached.count;
+    return block;
+  }
+  uint32_t class_size = kClasses.size[size_class];
+  if (cached.bump_end - cached.bump < ptrdiff_t(class_size)) return nullptr;
+  void* block = cached.bump;
+  cached.bump += class_size;
+  return block;
+}
+
 // The calling thread's cache; null until its first allocation.
 #if defined(__ELF__)
 extern __thread ThreadCache* t_thread_cache __attribute__((tls_model("initial-exec")));

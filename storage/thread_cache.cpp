@@ -167,17 +167,7 @@ void* thread_cache_alloc(KoHeapPool* pool, unsigned size_class) {
   uint64_t id = pool->id.load(std::memory_order_relaxed);
   CacheSlot& slot = bind_slot(cache, pool, id);
   CachedClass& cached = slot.classes[size_class];
-  if (void* block = cached.free) {
-    cached.free = *static_cast<void**>(block);
-    --cached.count;
-    return block;
-  }
-  uint32_t size = small_class_size(size_class);
-  if (cached.bump_end - cached.bump >= ptrdiff_t(size)) {
-    void* block = cached.bump;
-    cached.bump += size;
-    return block;
-  }
+  if (void* block = cached_take(cached, size_class)) return block;
   return refill(pool, size_class, cached);
 }
 
