@@ -24,13 +24,19 @@ class WriteFaultTest : public SaveTest {
   }
 };
 
+// The process's open file descriptors; 0 where they cannot be listed (under
+// Wine the listing is the emulator's, which opens and closes its own).
 size_t open_descriptors() {
+#ifdef _WIN32
+  return 0;
+#else
   std::error_code error;
   std::filesystem::directory_iterator it("/proc/self/fd", error);
-  if (error) return 0;  // no such listing here (Windows): not counted
+  if (error) return 0;
   size_t n = 0;
   for (; it != std::filesystem::directory_iterator(); ++it) ++n;
   return n;
+#endif
 }
 
 Table mixed_table() {
