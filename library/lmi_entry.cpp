@@ -7,6 +7,7 @@
 #include "library/commit.h"
 #include "library/directory.h"
 #include "library/entry_name.h"
+#include "library/entry_stream.h"
 #include "library/handle_lifecycle.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
@@ -16,31 +17,6 @@
 using namespace ko;
 
 namespace {
-
-// Starts reading an entry's stream: data still in the write buffer goes out
-// first, so what was written through this handle reads back.
-int32_t begin_reading(LmiLibrary* lib, const EntryRef& e) {
-  if (lib->mode != LMI_MODE_READ) {
-    int32_t rc = lib->writer.flush();
-    if (rc) return rc;
-    refresh_file_size(lib);
-  }
-  lib->reader.begin(e.start(), e.length());
-  return 0;
-}
-
-// Reads up to `max` comment characters from the stream start into the
-// handle's comment buffer.
-int32_t read_comment(LmiLibrary* lib, const EntryRef& e, uint32_t max) {
-  lib->comment[0] = 0;
-  uint32_t units = e.comment_length() < max ? e.comment_length() : max;
-  int32_t rc = begin_reading(lib, e);
-  if (rc) return rc;
-  int32_t got = lib->reader.read(lib->comment, 2 * units);
-  if (got < 0) return got;
-  lib->comment[got / 2] = 0;
-  return 0;
-}
 
 // The caller's comment trimmed of blanks at both ends and cut to 256 characters.
 void take_comment(LmiLibrary* lib, const KOCHAR* comment) {
@@ -57,7 +33,7 @@ int32_t open_for_reading(LmiLibrary* lib, const KOCHAR* name) {
   int32_t rc = find_entry(lib, name, &e);
   if (rc) return rc;
   if (e.comment_length()) {
-    if ((rc = read_comment(lib, e, LMI_MAX_COMMENT)) != 0) return rc;
+    if ((rc = read_comment(lib, e, LMI_MAX_COMMENT, lib->comment)) != 0) return rc;
     if (e.comment_length() > LMI_MAX_COMMENT &&
         (rc = lib->reader.skip(2u * (e.comment_length() - LMI_MAX_COMMENT))) < 0)
       return rc;
@@ -80,7 +56,7 @@ int32_t open_for_writing(LmiLibrary* lib, const KOCHAR* name, const KOCHAR* comm
   uint32_t now = seconds_since_1970();
   int32_t rc = find_entry(lib, name, &e);
   if (rc == 0) {
-    if (e.comment_length() && (rc = read_comment(lib, e, LMI_MAX_LIB_COMMENT)) != 0) return rc;
+    if (e.comment_length() && (rc = read_comment(lib, e, LMI_MAX_LIB_COMMENT, lib->comment)) != 0) return rc;
     // The old chain stays until the new one is in place (CloseEntry).
     std::memcpy(open.saved_record, e.bytes(), sizeof open.saved_record);
     open.old_start = e.start();

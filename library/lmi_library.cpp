@@ -31,6 +31,16 @@ const KOCHAR* extension_of(const KOCHAR* path) {
   return dot;
 }
 
+// The file name within a path. Only it is lower-cased: directories keep their
+// case, which matters where the file system tells cases apart.
+KOCHAR* file_name_of(KOCHAR* path) {
+  KOCHAR* name = path;
+  for (KOCHAR* p = path; *p; ++p) {
+    if (*p == u'/' || *p == u'\\') name = p + 1;
+  }
+  return name;
+}
+
 // LMI_GetLibraryType's answer from the extension alone.
 int32_t type_by_extension(const KOCHAR* path) {
   const KOCHAR* ext = extension_of(path);
@@ -69,8 +79,8 @@ KOSHR_API int32_t LMI_CreateLibrary(KostgContext* pool, KOCHAR* path, const KOCH
   } else {
     return LMI_E_NAME;
   }
-  lower_name_in_place(path);
-  lower_name_in_place(full);
+  lower_name_in_place(file_name_of(path));
+  lower_name_in_place(file_name_of(full));
   os::FileHandle probe = os::file_open(full, os::kFileRead);
   if (probe != os::kInvalidFile) {
     os::file_close(probe);

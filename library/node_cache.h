@@ -44,7 +44,7 @@ class NodeCache {
   // Drops a clean node whose blocks are being given back.
   void forget(CachedNode* node);
   // The most nodes the file can hold: bounds every walk over links.
-  uint32_t max_nodes() const { return uint32_t(file_size_ / geometry_.node_size) + 2; }
+  uint32_t max_nodes() const { return count_ + uint32_t(file_size_ / geometry_.node_size) + 2; }
   int32_t write(CachedNode* node);
   int32_t write_dirty();
   uint32_t dirty_count() const { return dirty_; }
