@@ -63,9 +63,11 @@ KOSHR_API int32_t LMI_DeleteEntry(LMI_HANDLE library, KOCHAR* name) {
   if ((rc = directory_search(library, name, &found)) != 0) return rc;
   if (found.landing != Landing::kFound) return LMI_E_NOT_FOUND;
   EntryRef e{found.node, found.record};
-  // A malformed chain is left where it is rather than half given back.
-  release_chain_later(library, e.start(), e.length());
+  uint32_t start = e.start(), length = e.length();
   if ((rc = directory_remove(library, found)) != 0) return rc;
+  // Only once the record is gone may its chain go; a malformed chain is left
+  // where it is rather than half given back.
+  release_chain_later(library, start, length);
   return commit_if_due(library);
 }
 
