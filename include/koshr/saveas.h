@@ -75,8 +75,10 @@ KOSHR_API void osSaveEnd(KoSaveContext* context);
 
 KOSHR_END_C
 
-/* The interface every exporter implements; the operations keep this slot order. */
-class KOSHR_API IKO_SaveFileType {
+/* The interface every exporter implements; the operations keep this slot order.
+ * It has no code of its own, so nothing of it is exported: each side of the
+ * library boundary has its own copy of its (empty) vtable. */
+class IKO_SaveFileType {
  public:
   virtual KoSaveContext* Begin(KostgContext* pool, KostgSubpool* owner, const KOCHAR* fileName,
                                uint32_t rowCount, int32_t columnCount, uint32_t flags,
