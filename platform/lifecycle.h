@@ -8,9 +8,12 @@
  *
  *   KO_SUBSYSTEM(format_intl, 50, &load_regional_settings, nullptr);
  *
- * A subsystem registered after load (a static object constructed late) has
- * its initialiser run at once. Initialisers must not depend on C++ globals of
- * other files.
+ * Registrations run first among the static initialisers (KO_INIT_FIRST), so
+ * every subsystem linked in is known before the load sequence starts; one
+ * registered after load (a module loaded later) has its initialiser run at
+ * once. The load sequence may run before other files' C++ globals are
+ * constructed: initialisers use only constant-initialised state (or their
+ * own function-local statics).
  */
 #ifndef KOSHR_PLATFORM_LIFECYCLE_H
 #define KOSHR_PLATFORM_LIFECYCLE_H
@@ -43,8 +46,11 @@ uint32_t os_version_minor();
 
 }  // namespace ko
 
+// Runs a static initialiser before the default ones.
+#define KO_INIT_FIRST __attribute__((init_priority(101)))
+
 #define KO_SUBSYSTEM(id, order, init, teardown)                       \
   static ::ko::Subsystem ko_subsystem_##id{#id, order, init, teardown}; \
-  static ::ko::SubsystemRegistrar ko_subsystem_registrar_##id(ko_subsystem_##id)
+  static ::ko::SubsystemRegistrar ko_subsystem_registrar_##id KO_INIT_FIRST(ko_subsystem_##id)
 
 #endif

@@ -14,6 +14,7 @@
 #ifndef KOSHR_PLATFORM_H
 #define KOSHR_PLATFORM_H
 
+#include <koshr/host.h>
 #include <koshr/types.h>
 
 #include <cstddef>
@@ -68,11 +69,39 @@ struct WriteFault {
 };
 void set_write_fault(const WriteFault& fault);
 void clear_write_fault();
+// A write that fails gives last_error() == kErrorDiskFull. Both file_write and
+// file_write_at count as write calls.
 // Write calls seen since the last set_write_fault or clear_write_fault.
 uint64_t write_calls_seen();
 
 // ---------------------------------------------------------------- errors
 
+// Error codes are the Windows ones on both targets (the posix backend maps
+// errno onto them; an errno without a counterpart becomes kErrorPosixBase +
+// errno), so callers compare against the same numbers everywhere.
+enum : uint32_t {
+  kErrorSuccess = 0,
+  kErrorFileNotFound = 2,
+  kErrorPathNotFound = 3,
+  kErrorTooManyOpenFiles = 4,
+  kErrorAccessDenied = 5,
+  kErrorInvalidHandle = 6,
+  kErrorNotEnoughMemory = 8,
+  kErrorWriteProtect = 19,
+  kErrorSharingViolation = 32,
+  kErrorHandleEof = 38,
+  kErrorFileExists = 80,
+  kErrorInvalidParameter = 87,
+  kErrorDiskFull = 112,
+  kErrorInsufficientBuffer = 122,
+  kErrorMoreData = 234,
+  kErrorNoMoreItems = 259,
+  kErrorModNotFound = 126,
+  kErrorProcNotFound = 127,
+  kErrorNoUnicodeTranslation = 1113,
+  kErrorIoDevice = 1117,
+  kErrorPosixBase = 0x20000000
+};
 uint32_t last_error();
 // The system's text for an error code, without a trailing line break.
 size_t error_text(uint32_t code, KOCHAR* out, size_t capacity);
@@ -131,6 +160,8 @@ enum : int { kAnswerOk = 1, kAnswerCancel = 2, kAnswerRetry = 4, kAnswerYes = 6,
 // Asks the user; with a host prompt handler installed, the handler answers.
 // Without one: a message box on Windows, kAnswerCancel on POSIX.
 int ask_user(const KOCHAR* text, const KOCHAR* caption, unsigned style);
+// The handler the host installed with koshr_set_prompt_handler; null when none.
+KOSHR_PROMPT_HANDLER prompt_handler();
 void beep(unsigned type);
 [[noreturn]] void fatal_exit(const KOCHAR* message);
 
@@ -149,7 +180,7 @@ void yield_thread();
 void debug_output(const char* text);
 // The OS version as major, minor, build.
 void os_version(uint32_t* major, uint32_t* minor, uint32_t* build);
-// Reads an environment variable; false when unset.
+// Reads an environment variable; false when unset or longer than capacity-1.
 bool env_get(const char* name, char* out, size_t capacity);
 
 struct LocalTime {
@@ -162,7 +193,10 @@ struct LocalTime {
 LocalTime local_now();
 LocalTime utc_now();
 
-// The process-wide critical section created at load.
+// The process-wide critical section: created at load, deleted at unload
+// (lifecycle.cpp calls the first and last pair). Recursive.
+void process_lock_create();
+void process_lock_destroy();
 void process_lock();
 void process_unlock();
 
@@ -205,7 +239,5 @@ void* global_free(void* handle);  // null on success
 size_t global_size(void* handle);
 
 }  // namespace ko::os
-
-#include <koshr/host.h>
 
 #endif

@@ -46,8 +46,11 @@ size_t load_string(uint32_t id, KOCHAR* out, size_t capacity);
 
 }  // namespace ko
 
+// Registered before the default static initialisers, so a subsystem
+// initialiser run at load already finds every table.
 #define KO_STRING_TABLE(id, rows)                                                 \
   static ::ko::StringTable ko_string_table_##id{rows, sizeof(rows) / sizeof(rows[0])}; \
-  static ::ko::StringTableRegistrar ko_string_table_registrar_##id(ko_string_table_##id)
+  static ::ko::StringTableRegistrar ko_string_table_registrar_##id                 \
+      __attribute__((init_priority(101)))(ko_string_table_##id)
 
 #endif

@@ -23,4 +23,8 @@ KOSHR_EXTERN_C KOSHR_API const KOCHAR* koshr_clipboard_text(void);
 /* The library's version text, as "1.0.0". */
 KOSHR_EXTERN_C KOSHR_API const char* koshr_version(void);
 
+/* The old exit procedure, kept for callers that still call it: does nothing
+ * and returns 1. Unloading is the library's own business. */
+KOSHR_EXTERN_C KOSHR_API int WEP(int exit_type);
+
 #endif
