@@ -37,13 +37,13 @@ size_t locale_wcstombs(char* dest, const KOCHAR* text, size_t length, size_t lim
   if (units > INT_MAX) return kConversionFailed;
   size_t need = 0;
   if (units > 0) {
-    int counted = os::utf16_to_ansi(text, int(units), nullptr, 0);
+    int counted = os::utf16_to_ansi_strict(text, int(units), nullptr, 0);
     if (counted <= 0) return kConversionFailed;
     need = size_t(counted);
   }
   if (!dest) return need;
   if (need <= limit) {
-    if (need > 0) os::utf16_to_ansi(text, int(units), dest, int(need));
+    if (need > 0) os::utf16_to_ansi_strict(text, int(units), dest, int(need));
     if (need < limit) dest[need] = 0;
     return need;
   }
@@ -51,7 +51,7 @@ size_t locale_wcstombs(char* dest, const KOCHAR* text, size_t length, size_t lim
   char bytes[16];
   for (size_t i = 0; i < units;) {
     size_t step = (is_high_surrogate(text[i]) && i + 1 < units && is_low_surrogate(text[i + 1])) ? 2 : 1;
-    int n = os::utf16_to_ansi(text + i, int(step), bytes, int(sizeof bytes));
+    int n = os::utf16_to_ansi_strict(text + i, int(step), bytes, int(sizeof bytes));
     if (n <= 0 || written + size_t(n) > limit) break;
     std::memcpy(dest + written, bytes, size_t(n));
     written += size_t(n);
@@ -65,13 +65,13 @@ size_t locale_mbstowcs(KOCHAR* dest, const char* text, size_t length, size_t lim
   if (bytes > INT_MAX) return kConversionFailed;
   size_t need = 0;
   if (bytes > 0) {
-    int counted = os::ansi_to_utf16(text, int(bytes), nullptr, 0);
+    int counted = os::ansi_to_utf16_strict(text, int(bytes), nullptr, 0);
     if (counted <= 0) return kConversionFailed;
     need = size_t(counted);
   }
   if (!dest) return need;
   if (need <= limit) {
-    if (need > 0) os::ansi_to_utf16(text, int(bytes), dest, int(need));
+    if (need > 0) os::ansi_to_utf16_strict(text, int(bytes), dest, int(need));
     if (need < limit) dest[need] = 0;
     return need;
   }
@@ -90,7 +90,7 @@ size_t locale_mbstowcs(KOCHAR* dest, const char* text, size_t length, size_t lim
 size_t locale_mbtowc(KOCHAR out[2], size_t* units, const char* bytes, size_t available) {
   size_t longest = available < kMaxCharBytes ? available : kMaxCharBytes;
   for (size_t used = 1; used <= longest; ++used) {
-    int n = os::ansi_to_utf16(bytes, int(used), out, 2);
+    int n = os::ansi_to_utf16_strict(bytes, int(used), out, 2);
     if (n > 0) {
       *units = size_t(n);
       return used;

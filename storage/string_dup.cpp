@@ -9,11 +9,14 @@
 #include <koshr/strings.h>
 
 #include "platform/utf16.h"
+#include "storage/block_heap.h"
 #include "storage/locale_conversion.h"
 
 #include <cstring>
 
 namespace {
+
+constexpr ko::KoHeapSite kSiteStrdupMalloc{"KOCHAR*", "kostg_strdup_malloc", "KoHeap_free", "string_dup.cpp", 0};
 
 KOCHAR* copy_into_pool(KostgContext* context, const KOCHAR* text, KostgSubpool* pool) {
   if (!text) return nullptr;
@@ -29,6 +32,16 @@ KOSHR_BEGIN_C
 
 KOSHR_API KOCHAR* kostg_strdup(KostgContext* context, const KOCHAR* text, KostgSubpool* pool) {
   return copy_into_pool(context, text, pool);
+}
+
+// A block of the heap outside any pool, freed with KoHeap_free. Copies
+// without testing the allocation: callers rely on it never failing.
+KOSHR_API KOCHAR* kostg_strdup_malloc(const KOCHAR* text) {
+  if (!text) return nullptr;
+  size_t bytes = (ko::u16len(text) + 1) * sizeof(KOCHAR);
+  auto* copy = static_cast<KOCHAR*>(ko::KoHeap_alloc(bytes, &kSiteStrdupMalloc));
+  std::memcpy(copy, text, bytes);
+  return copy;
 }
 
 // Copies without testing the allocation: callers rely on it never failing.
