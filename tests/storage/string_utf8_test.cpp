@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -95,6 +97,105 @@ TEST(StringUtf8, RoundTripsEveryUnit) {
   std::vector<KOCHAR> back(all.size() + 1);
   ASSERT_EQ(kostg_UTF8toUCS2(back.data(), utf8.data()), int64_t(all.size()));
   EXPECT_EQ(std::u16string(back.data()), all);
+}
+
+}  // namespace
+
+namespace {
+
+// The documented rules, one unit or one sequence at a time: the model that
+// the fast paths must match on any input.
+std::string model_encode(const std::u16string& text) {
+  std::string out;
+  for (unsigned c : text) {
+    if (c < 0x80) {
+      out += char(c);
+    } else if (c < 0x800) {
+      out += char(0xC0 | (c >> 6));
+      out += char(0x80 | (c & 0x3F));
+    } else {
+      out += char(0xE0 | (c >> 12));
+      out += char(0x80 | ((c >> 6) & 0x3F));
+      out += char(0x80 | (c & 0x3F));
+    }
+  }
+  return out;
+}
+
+// '#' stands for a unit the decoder leaves untouched.
+std::u16string model_decode(const std::string& utf8) {
+  std::u16string out;
+  const auto* s = reinterpret_cast<const unsigned char*>(utf8.c_str());
+  for (size_t i = 0; i < utf8.size();) {
+    unsigned lead = s[i], extra, mask;
+    if (lead < 0x80) extra = 0, mask = 0x7F;
+    else if ((lead & 0xE0) == 0xC0) extra = 1, mask = 0x1F;
+    else if ((lead & 0xF0) == 0xE0) extra = 2, mask = 0x0F;
+    else if ((lead & 0xF1) == 0xF0) extra = 3, mask = 0x0F;
+    else if ((lead & 0xFE) == 0xFC) extra = 5, mask = 0x01;
+    else {
+      out += u'#';
+      ++i;
+      continue;
+    }
+    uint32_t value = lead & mask;
+    for (unsigned k = 1; k <= extra; ++k) value = (value << 6) | ((i + k < utf8.size() ? s[i + k] : 0) & 0x3F);
+    out += KOCHAR(value);
+    i += 1 + extra;
+  }
+  return out;
+}
+
+// Runs of each kind of unit (ASCII, two-byte, three-byte, surrogates) in
+// random lengths, so that every block shape and every boundary occurs.
+std::u16string random_text(std::mt19937& random, size_t length) {
+  const KOCHAR bases[] = {u'a', 0x00E0, 0x0400, 0x4E00, 0xD800, 0xFFF0};
+  std::u16string text;
+  while (text.size() < length) {
+    KOCHAR base = bases[random() % 6];
+    for (size_t run = random() % 20; run > 0 && text.size() < length; --run) text += KOCHAR(base + random() % 16);
+  }
+  return text;
+}
+
+std::string random_bytes(std::mt19937& random, size_t length) {
+  const std::string pieces[] = {"plain ascii ", "\xC3\xA9", "\xD0\x96", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80",
+                                "\x80", "\xBF", "\xC3", "\xE2\x82", "\xF1", "\xFD\x80\x80\x80\x80\x80", "\xFF"};
+  std::string bytes;
+  // Mostly well-formed pieces, so that whole windows of them occur.
+  while (bytes.size() < length) bytes += pieces[random() % 4 ? random() % 4 : random() % 12];
+  bytes.resize(length);
+  return bytes;
+}
+
+TEST(StringUtf8, MatchesTheRulesOnRandomText) {
+  std::mt19937 random(1234);
+  for (int round = 0; round < 400; ++round) {
+    size_t length = random() % 300;
+    size_t offset = random() % 3;  // the units start at any alignment
+    std::u16string text = random_text(random, length);
+    std::vector<KOCHAR> units(offset + length + 1);
+    std::copy(text.begin(), text.end(), units.begin() + offset);
+    const KOCHAR* start = units.data() + offset;
+    std::string expected = model_encode(text);
+    ASSERT_EQ(kostg_UCS2toUTF8(nullptr, start, 0), int64_t(expected.size()));
+    std::vector<char> out(expected.size() + 1, '#');
+    ASSERT_EQ(kostg_UCS2toUTF8(out.data(), start, int64_t(expected.size())), int64_t(expected.size()));
+    ASSERT_EQ(std::string(out.data()), expected) << round;
+  }
+}
+
+TEST(StringUtf8, MatchesTheRulesOnRandomBytes) {
+  std::mt19937 random(99);
+  for (int round = 0; round < 1000; ++round) {
+    std::string bytes = random_bytes(random, random() % 400);
+    std::u16string expected = model_decode(bytes);
+    ASSERT_EQ(kostg_UTF8toUCS2(nullptr, bytes.c_str()), int64_t(expected.size())) << round;
+    std::vector<KOCHAR> out(expected.size() + 1, u'#');
+    ASSERT_EQ(kostg_UTF8toUCS2(out.data(), bytes.c_str()), int64_t(expected.size()));
+    ASSERT_EQ(std::u16string(out.data(), expected.size()), expected) << round;
+    ASSERT_EQ(out[expected.size()], 0);
+  }
 }
 
 }  // namespace
