@@ -7,6 +7,8 @@
 #include <cstdarg>
 #include <cstring>
 
+#include <koshr/strings.h>
+
 #include "platform/utf16.h"
 #include "storage/u16_format.h"
 
@@ -111,11 +113,8 @@ SaveColumn* save_store_column(KoSaveContext* context, const KOCHAR* name, int32_
   SaveColumn* column = &context->columns[context->current_column];
   if (column->name) kostg_fee(context->pool, column->name);
   column->name = nullptr;
-  if (!name) name = u"";
-  size_t bytes = (u16len(name) + 1) * sizeof(KOCHAR);
-  column->name = static_cast<KOCHAR*>(kostg_alc(context->pool, bytes, context->owner));
+  column->name = kostg_strdup(context->pool, name ? name : u"", context->owner);
   if (!column->name) return nullptr;
-  std::memcpy(column->name, name, bytes);
   column->width = width;
   column->type = type;
   context->total_width += width;
