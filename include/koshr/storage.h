@@ -40,7 +40,24 @@ KOSHR_API uint32_t kostg_nextGeneration(void);
 KOSHR_API int64_t kostg_stat(KostgContext* context, uint64_t* counters /* six */);
 KOSHR_API int kostg_write_debug(void);
 KOSHR_API void kostg_dumpLeaks(void);
+
+/* System-heap mode: a non-zero flag sends every kostg_ call to the C runtime
+ * heap for the rest of the process (it is never turned off again). */
 KOSHR_API void UseNewCompilerHeap(uint32_t flag);
+
+/* Kept for programs built against older releases: they do nothing, and what
+ * they return (null) has no meaning. */
+KOSHR_API void* kostg_dumpHeap(void);
+KOSHR_API void* kostg_validate(void);
+KOSHR_API void* kostg_alloc_align(void);
+KOSHR_API void* kostg_realloc_align(void);
+KOSHR_API void* kostg_get_pointer_subpool(void);
+KOSHR_API void* kostg_set_next_pool(void);
+KOSHR_API void* kostg_dballoc(void);
+KOSHR_API void* kostg_dbbegin(void);
+KOSHR_API void* kostg_dbbegin_allocflags(void);
+KOSHR_API void* kostg_dbrealloc(void);
+KOSHR_API void* kostg_dbstrdup(void);
 
 KOSHR_END_C
 

@@ -1,0 +1,34 @@
+/*
+ * page_memory.cpp (posix): aligned page mappings for the block heap, and the
+ * C runtime's block size. mmap gives page alignment only, so a mapping is
+ * made one alignment larger and the unaligned head and tail are returned.
+ */
+#include <malloc.h>
+#include <sys/mman.h>
+
+#include <cstdint>
+
+#include "platform/platform.h"
+
+namespace ko::os {
+
+void* pages_map(size_t size, size_t alignment) {
+  size_t span = size + alignment;
+  void* raw = mmap(nullptr, span, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+  if (raw == MAP_FAILED) return nullptr;
+  uintptr_t start = reinterpret_cast<uintptr_t>(raw);
+  uintptr_t aligned = (start + alignment - 1) & ~(uintptr_t(alignment) - 1);
+  if (aligned > start) munmap(raw, aligned - start);
+  uintptr_t tail = aligned + size;
+  uintptr_t end = start + span;
+  if (end > tail) munmap(reinterpret_cast<void*>(tail), end - tail);
+  return reinterpret_cast<void*>(aligned);
+}
+
+void pages_unmap(void* base, size_t size) {
+  if (base) munmap(base, size);
+}
+
+size_t runtime_block_size(void* block) { return block ? malloc_usable_size(block) : 0; }
+
+}  // namespace ko::os
