@@ -25,15 +25,16 @@ bool same_letter(KOCHAR a, KOCHAR b) { return a == b || os::char_upper(a) == os:
 }  // namespace
 
 bool keyword_at(const KOCHAR* start, const KOCHAR* position, const KOCHAR* keyword) {
-  size_t length = 0;
-  while (keyword[length] != 0) ++length;
-  if (length == 1) return same_letter(position[0], keyword[0]);
-  for (size_t i = 0; i < length; ++i) {
-    if (position[i] == 0) return false;
-  }
-  if (!is_word_end(position[length])) return false;
+  if (keyword[0] != 0 && keyword[1] == 0) return same_letter(position[0], keyword[0]);
+  // The conditions are tested cheapest first: most candidates sit inside a
+  // word and fail on the character before them.
   const KOCHAR before = (start != nullptr && position == start) ? KOCHAR(0) : position[-1];
   if (before != u',' && !is_blank(before)) return false;
+  size_t length = 0;
+  for (; keyword[length] != 0; ++length) {
+    if (position[length] == 0) return false;
+  }
+  if (!is_word_end(position[length])) return false;
   for (size_t i = 0; i < length; ++i) {
     if (!same_letter(position[i], keyword[i])) return false;
   }

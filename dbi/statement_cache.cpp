@@ -59,6 +59,14 @@ const KOCHAR* skip_blanks(const KOCHAR* text) {
   return text;
 }
 
+// FNV-1a over the key's units: a look-up compares texts only where the
+// hashes agree, so a hit costs one text comparison, not one per entry.
+uint32_t hash_key(const KOCHAR* key) {
+  uint32_t hash = 2166136261u;
+  for (; *key != 0; ++key) hash = (hash ^ *key) * 16777619u;
+  return hash;
+}
+
 void read_capacity(DbiContext* context) {
   shlistx* list = nullptr;
   DBI_ParseParms(context, &list);
@@ -124,7 +132,9 @@ int32_t DBI_SQLCacheRegisterSQLStatement(DbiContext* context, const KOCHAR* sql,
   if (sql == nullptr) return 0;
   auto* entry = alloc_record<SqlCacheEntry>(context);
   if (entry == nullptr) return 0;
-  entry->text = duplicate(context, skip_blanks(sql));
+  const KOCHAR* key = skip_blanks(sql);
+  entry->text = duplicate(context, key);
+  entry->key_hash = hash_key(key);
   entry->statement = statement;
   *out = entry;
   return 0;
@@ -136,10 +146,11 @@ int32_t DBI_SQLCacheRequestSqlStatement(DbiContext* context, SqlCache* cache, co
   *out = nullptr;
   if (cache == nullptr || sql == nullptr) return 0;
   const KOCHAR* key = skip_blanks(sql);
+  const uint32_t key_hash = hash_key(key);
   for (void* item = shlist_get_first(cache->entries); item != nullptr;
        item = shlist_get_next(cache->entries)) {
     auto* entry = static_cast<SqlCacheEntry*>(item);
-    if (entry->text != nullptr && ko::u16cmp(entry->text, key) == 0) {
+    if (entry->key_hash == key_hash && entry->text != nullptr && ko::u16cmp(entry->text, key) == 0) {
       shlist_remove(cache->entries);
       ++entry->uses;
       ++cache->hits;

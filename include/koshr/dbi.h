@@ -128,7 +128,7 @@ typedef struct SqlCacheEntry {
   shlistx* description; /* compact column records, or null */
   void* statement;      /* the driver's prepared statement */
   uint32_t uses;
-  uint32_t reserved;
+  uint32_t key_hash;    /* hash of the text: look-ups compare it before the text */
 } SqlCacheEntry;
 
 /* A result column as the driver's describe step gives it. The two texts and

@@ -90,6 +90,11 @@ class StorageTest : public ::testing::Test {
 // A connection logged in through the koTST driver.
 class DriverTest : public StorageTest {
  protected:
+  // Every test starts with a driver that has recorded nothing.
+  void SetUp() override {
+    StorageTest::SetUp();
+    Driver(log_in()->module).reset();
+  }
   DbiContext* log_in(const char16_t* parameters = nullptr, const char16_t* dbms = u"TST") {
     DbiContext* context = nullptr;
     DBI_LogIn(storage_, dbms, u"user", u"server", u"secret", parameters, 0, &context);
