@@ -129,12 +129,14 @@ KOSHR_API int shdtNow(KODATETIME* out);
 KOSHR_API int shdtString(const KODATETIME* value, KOCHAR* out, int capacity);
 /* Reads ISO 8601 text ("2024-03-05", "13:45:07.25", "2024-03-05T13:45:07",
  * with "T" or a blank between date and time) or a date in the regional
- * short-date order (e.g. "3/5/2024"). A text with a date only leaves the time
- * at midnight; a time only leaves the date null. */
+ * short-date order (e.g. "3/5/2024"), optionally followed by a time
+ * ("h:mm[:ss[.ffffff]] [AM/PM]"). A date only leaves the time at midnight; a
+ * time only leaves the date fields null. Years run from 1900 to 9999. */
 KOSHR_API int shdtParse(const KOCHAR* text, KODATETIME* out);
-/* The same, with the short-date order and month names from a culture string. */
+/* The same, with the short-date order and designators from a culture string. */
 KOSHR_API int shdtParseEx(const KOCHAR* text, KODATETIME* out, const KOCHAR* culture);
-/* Reads text laid out by a date-time format ("dd.mm.yyyy hh:mm"). */
+/* Reads text laid out by a date-time format ("dd.mm.yyyy hh:mm"); with a
+ * null or empty format, as shdtParse does. */
 KOSHR_API int shdtParseStringEx(const KOCHAR* text, const KOCHAR* format, KODATETIME* out);
 /* The same; with a null or empty format the date order comes from the locale
  * id (1033 month-day-year, 2057/1031/1036/... day-month-year, 1041/2052/1042
@@ -159,8 +161,9 @@ KOSHR_API int shdtBuildTime(KODATETIME* out, int year, int month, int day, int h
                             int second, int32_t microsecond);
 KOSHR_API int shdtBuildTimeFromSystemTime(const KOSYSTEMTIME* system_time, KODATETIME* out);
 KOSHR_API int shdtBuildSystemTimeFromSHTime(const KODATETIME* value, KOSYSTEMTIME* out);
-/* Modified Julian Day: days since 1858-11-17 (INT32_MIN for a null date),
- * the time of day as a fraction of a day, and both together. */
+/* Modified Julian Day: days since 1858-11-17 (INT32_MIN for a null or
+ * invalid date), the time of day as a fraction of a day, and both together
+ * (-1.0 for a null or invalid value). */
 KOSHR_API int32_t shdtToMJDDate(const KODATETIME* value);
 KOSHR_API double shdtToMJDTime(const KODATETIME* value);
 KOSHR_API double shdtToMJDTimestamp(const KODATETIME* value);
