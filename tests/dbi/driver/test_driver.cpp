@@ -96,7 +96,7 @@ ShHashTable* catalog_table(DbiContext* context, int32_t catalog) {
   return table;
 }
 
-int32_t dispatch(DbiContext* context) {
+[[maybe_unused]] int32_t dispatch(DbiContext* context) {
   TestDriverCall call{};
   call.operation = context->operation;
   call.sub_operation = context->sub_operation;
