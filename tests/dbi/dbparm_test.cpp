@@ -10,8 +10,8 @@ using dbi_test::narrow;
 class DbParmTest : public dbi_test::StorageTest {
  protected:
   // "name=text#number;" per record, "(no list)" when the parse gives none.
-  std::string parse(const char16_t* text) {
-    DbiContext* context = bare_context(text);
+  std::string parse(const char16_t* text) { return parse(bare_context(text)); }
+  std::string parse(DbiContext* context) {
     shlistx* list = nullptr;
     DBI_ParseParms(context, &list);
     EXPECT_EQ(context->parms, list);
@@ -65,6 +65,24 @@ TEST_F(DbParmTest, AbsentTextGivesNoList) {
   shlistx* list = reinterpret_cast<shlistx*>(this);
   DBI_ParseParms(context, &list);
   EXPECT_EQ(list, nullptr);
+}
+
+TEST_F(DbParmTest, SecurityConnectionStringsSupplyTheParameters) {
+  const struct {
+    const char16_t* connect;
+    const char* records;
+  } cases[] = {
+      {u"Server=s; dbparm = {SQLCache=3,Name='a;b'} ;User=u", "SQLCache=(null)#3;Name=a;b#0;"},
+      {u"DBParm=Last;Other=1", "Last=(null)#0;"},
+      {u"Server=s;User=u", "(no list)"},
+  };
+  for (const auto& c : cases) {
+    DbiContext* context = bare_context(u"Ignored=1");
+    KOCHAR connect[64];
+    ko::u16lcpy(connect, c.connect, 64);
+    context->security_connect = connect;
+    EXPECT_EQ(parse(context), c.records) << narrow(c.connect);
+  }
 }
 
 TEST_F(DbParmTest, ItemsOfExactly1024CharactersAreAccepted) {
