@@ -9,7 +9,7 @@
  */
 #include "dbi/catalog_row_reader.h"
 
-#include <cstring>
+#include <cstddef>
 
 #include "dbi/context_support.h"
 #include "platform/platform.h"
@@ -18,68 +18,65 @@
 namespace ko::dbi {
 namespace {
 
-#define KO_FIELD(type, field) offsetof(type, field)
-
 const ColumnSpec kFormatColumns[] = {
-    {"kof_name", ColumnKind::kText, KO_FIELD(DbiFormatRecord, name)},
-    {"kof_frmt", ColumnKind::kText, KO_FIELD(DbiFormatRecord, format)},
-    {"kof_type", ColumnKind::kShort, KO_FIELD(DbiFormatRecord, type)},
-    {"kof_cntr", ColumnKind::kLong, KO_FIELD(DbiFormatRecord, counter)},
+    {"kof_name", ColumnKind::kText, offsetof(DbiFormatRecord, name)},
+    {"kof_frmt", ColumnKind::kText, offsetof(DbiFormatRecord, format)},
+    {"kof_type", ColumnKind::kShort, offsetof(DbiFormatRecord, type)},
+    {"kof_cntr", ColumnKind::kLong, offsetof(DbiFormatRecord, counter)},
 };
 
 const ColumnSpec kValidationColumns[] = {
-    {"kov_name", ColumnKind::kText, KO_FIELD(DbiValidationRecord, name)},
-    {"kov_vald", ColumnKind::kText, KO_FIELD(DbiValidationRecord, rule)},
-    {"kov_type", ColumnKind::kShort, KO_FIELD(DbiValidationRecord, type)},
-    {"kov_cntr", ColumnKind::kLong, KO_FIELD(DbiValidationRecord, counter)},
-    {"kov_msg", ColumnKind::kText, KO_FIELD(DbiValidationRecord, message)},
+    {"kov_name", ColumnKind::kText, offsetof(DbiValidationRecord, name)},
+    {"kov_vald", ColumnKind::kText, offsetof(DbiValidationRecord, rule)},
+    {"kov_type", ColumnKind::kShort, offsetof(DbiValidationRecord, type)},
+    {"kov_cntr", ColumnKind::kLong, offsetof(DbiValidationRecord, counter)},
+    {"kov_msg", ColumnKind::kText, offsetof(DbiValidationRecord, message)},
 };
 
 const ColumnSpec kEditStyleColumns[] = {
-    {"koe_name", ColumnKind::kText, KO_FIELD(DbiEditStyleRow, name)},
-    {"koe_edit", ColumnKind::kText, KO_FIELD(DbiEditStyleRow, edit)},
-    {"koe_type", ColumnKind::kShort, KO_FIELD(DbiEditStyleRow, type)},
-    {"koe_cntr", ColumnKind::kLong, KO_FIELD(DbiEditStyleRow, counter)},
-    {"koe_work", ColumnKind::kText, KO_FIELD(DbiEditStyleRow, work)},
-    {"koe_seqn", ColumnKind::kShort, KO_FIELD(DbiEditStyleRow, sequence)},
-    {"koe_flag", ColumnKind::kLong, KO_FIELD(DbiEditStyleRow, flags)},
+    {"koe_name", ColumnKind::kText, offsetof(DbiEditStyleRow, name)},
+    {"koe_edit", ColumnKind::kText, offsetof(DbiEditStyleRow, edit)},
+    {"koe_type", ColumnKind::kShort, offsetof(DbiEditStyleRow, type)},
+    {"koe_cntr", ColumnKind::kLong, offsetof(DbiEditStyleRow, counter)},
+    {"koe_work", ColumnKind::kText, offsetof(DbiEditStyleRow, work)},
+    {"koe_seqn", ColumnKind::kShort, offsetof(DbiEditStyleRow, sequence)},
+    {"koe_flag", ColumnKind::kLong, offsetof(DbiEditStyleRow, flags)},
 };
 
 #define KO_FONT(prefix, group)                                                                 \
-  {prefix "fhgt", ColumnKind::kShort, KO_FIELD(DbiTableAttributes, group.height)},             \
-      {prefix "fwgt", ColumnKind::kShort, KO_FIELD(DbiTableAttributes, group.weight)},         \
-      {prefix "fitl", ColumnKind::kYesNo, KO_FIELD(DbiTableAttributes, group.italic)},         \
-      {prefix "funl", ColumnKind::kYesNo, KO_FIELD(DbiTableAttributes, group.underline)},      \
-      {prefix "fchr", ColumnKind::kShort, KO_FIELD(DbiTableAttributes, group.charset)},        \
-      {prefix "fptc", ColumnKind::kShort, KO_FIELD(DbiTableAttributes, group.pitch_family)},   \
-      {prefix "ffce", ColumnKind::kFaceName, KO_FIELD(DbiTableAttributes, group.face)}
+  {prefix "fhgt", ColumnKind::kShort, offsetof(DbiTableAttributes, group.height)},             \
+      {prefix "fwgt", ColumnKind::kShort, offsetof(DbiTableAttributes, group.weight)},         \
+      {prefix "fitl", ColumnKind::kYesNo, offsetof(DbiTableAttributes, group.italic)},         \
+      {prefix "funl", ColumnKind::kYesNo, offsetof(DbiTableAttributes, group.underline)},      \
+      {prefix "fchr", ColumnKind::kShort, offsetof(DbiTableAttributes, group.charset)},        \
+      {prefix "fptc", ColumnKind::kShort, offsetof(DbiTableAttributes, group.pitch_family)},   \
+      {prefix "ffce", ColumnKind::kFaceName, offsetof(DbiTableAttributes, group.face)}
 
 const ColumnSpec kTableColumns[] = {
     KO_FONT("kod_", data),
     KO_FONT("koh_", heading),
     KO_FONT("kol_", label),
-    {"kot_cmnt", ColumnKind::kText, KO_FIELD(DbiTableAttributes, comment)},
+    {"kot_cmnt", ColumnKind::kText, offsetof(DbiTableAttributes, comment)},
 };
 
 const ColumnSpec kColumnColumns[] = {
-    {"koc_labl", ColumnKind::kText, KO_FIELD(DbiColumnAttributes, label)},
-    {"koc_lpos", ColumnKind::kShort, KO_FIELD(DbiColumnAttributes, label_position)},
-    {"koc_hdr", ColumnKind::kNonEmptyText, KO_FIELD(DbiColumnAttributes, heading)},
-    {"koc_hpos", ColumnKind::kShort, KO_FIELD(DbiColumnAttributes, heading_position)},
-    {"koc_jtfy", ColumnKind::kShort, KO_FIELD(DbiColumnAttributes, justify)},
-    {"koc_mask", ColumnKind::kText, KO_FIELD(DbiColumnAttributes, mask)},
-    {"koc_case", ColumnKind::kShort, KO_FIELD(DbiColumnAttributes, case_setting)},
-    {"koc_hght", ColumnKind::kShort, KO_FIELD(DbiColumnAttributes, height)},
-    {"koc_wdth", ColumnKind::kShort, KO_FIELD(DbiColumnAttributes, width)},
-    {"koc_ptrn", ColumnKind::kText, KO_FIELD(DbiColumnAttributes, pattern)},
-    {"koc_bmap", ColumnKind::kYesNo, KO_FIELD(DbiColumnAttributes, bitmap)},
-    {"koc_init", ColumnKind::kNonEmptyText, KO_FIELD(DbiColumnAttributes, initial)},
-    {"koc_cmnt", ColumnKind::kText, KO_FIELD(DbiColumnAttributes, comment)},
-    {"koc_edit", ColumnKind::kText, KO_FIELD(DbiColumnAttributes, edit_style)},
+    {"koc_labl", ColumnKind::kText, offsetof(DbiColumnAttributes, label)},
+    {"koc_lpos", ColumnKind::kShort, offsetof(DbiColumnAttributes, label_position)},
+    {"koc_hdr", ColumnKind::kNonEmptyText, offsetof(DbiColumnAttributes, heading)},
+    {"koc_hpos", ColumnKind::kShort, offsetof(DbiColumnAttributes, heading_position)},
+    {"koc_jtfy", ColumnKind::kShort, offsetof(DbiColumnAttributes, justify)},
+    {"koc_mask", ColumnKind::kText, offsetof(DbiColumnAttributes, mask)},
+    {"koc_case", ColumnKind::kShort, offsetof(DbiColumnAttributes, case_setting)},
+    {"koc_hght", ColumnKind::kShort, offsetof(DbiColumnAttributes, height)},
+    {"koc_wdth", ColumnKind::kShort, offsetof(DbiColumnAttributes, width)},
+    {"koc_ptrn", ColumnKind::kText, offsetof(DbiColumnAttributes, pattern)},
+    {"koc_bmap", ColumnKind::kYesNo, offsetof(DbiColumnAttributes, bitmap)},
+    {"koc_init", ColumnKind::kNonEmptyText, offsetof(DbiColumnAttributes, initial)},
+    {"koc_cmnt", ColumnKind::kText, offsetof(DbiColumnAttributes, comment)},
+    {"koc_edit", ColumnKind::kText, offsetof(DbiColumnAttributes, edit_style)},
 };
 
 #undef KO_FONT
-#undef KO_FIELD
 
 template <size_t N>
 constexpr CatalogShape shape_of(int32_t catalog, const ColumnSpec (&columns)[N], size_t size) {
