@@ -37,6 +37,13 @@ TEST_F(BlobTest, NewBlobHoldsOnlyTheHeader) {
   EXPECT_EQ(shmi_DataBlob_GetBlockPointer(blob), blob->GetBuffer() + 10);
 }
 
+// A value written by add<Type>, its bytes, read back equal by Get<Type>.
+#define SCALAR(Type, CType, value, bytes)                                   \
+  Case {                                                                    \
+    #Type, [](auto b) { shmi_DataBlob_add##Type(b, value); }, bytes,         \
+        [](auto it) { CType v; return !shmi_DataIter_Get##Type(it, &v) && v == CType(value); } \
+  }
+
 TEST_F(BlobTest, EachValueTypeHasItsBytesAndReadsBack) {
   const uint8_t nested[] = {3, 0, 0, 0, 0xAA, 0xBB, 0xCC};  // native length 3
   KODECIMAL decimal{0, 2, KODECIMAL_NEGATIVE, 0x01020304, 0x1122334455667788ull};
@@ -54,24 +61,17 @@ TEST_F(BlobTest, EachValueTypeHasItsBytesAndReadsBack) {
     return !shmi_DataIter_GetString(it, context, pool, &text) && narrow(text) == expected;
   };
   const Case cases[] = {
-      {"byte", [](auto b) { shmi_DataBlob_addByte(b, 0xFE); }, "FE",
-       [](auto it) { uint8_t v; return !shmi_DataIter_GetByte(it, &v) && v == 0xFE; }},
-      {"bool", [](auto b) { shmi_DataBlob_addBool(b, 7); }, "01",
+      SCALAR(Byte, uint8_t, 0xFE, "FE"),
+      SCALAR(Bool, int, 1, "01"),
+      {"bool from any non-zero", [](auto b) { shmi_DataBlob_addBool(b, 7); }, "01",
        [](auto it) { int v; return !shmi_DataIter_GetBool(it, &v) && v == 1; }},
-      {"ushort", [](auto b) { shmi_DataBlob_addUShort(b, 0x1234); }, "12 34",
-       [](auto it) { uint16_t v; return !shmi_DataIter_GetUShort(it, &v) && v == 0x1234; }},
-      {"short", [](auto b) { shmi_DataBlob_addShort(b, -2); }, "FF FE",
-       [](auto it) { int16_t v; return !shmi_DataIter_GetShort(it, &v) && v == -2; }},
-      {"ulong", [](auto b) { shmi_DataBlob_addULong(b, 0xDEADBEEF); }, "DE AD BE EF",
-       [](auto it) { uint32_t v; return !shmi_DataIter_GetULong(it, &v) && v == 0xDEADBEEF; }},
-      {"long", [](auto b) { shmi_DataBlob_addLong(b, -1); }, "FF FF FF FF",
-       [](auto it) { int32_t v; return !shmi_DataIter_GetLong(it, &v) && v == -1; }},
-      {"float", [](auto b) { shmi_DataBlob_addFloat(b, 1.5f); }, "3F C0 00 00",
-       [](auto it) { float v; return !shmi_DataIter_GetFloat(it, &v) && v == 1.5f; }},
-      {"double", [](auto b) { shmi_DataBlob_addDouble(b, -2.0); }, "C0 00 00 00 00 00 00 00",
-       [](auto it) { double v; return !shmi_DataIter_GetDouble(it, &v) && v == -2.0; }},
-      {"char", [](auto b) { shmi_DataBlob_addChar(b, u'\u20AC'); }, "20 AC",
-       [](auto it) { KOCHAR v; return !shmi_DataIter_GetChar(it, &v) && v == u'\u20AC'; }},
+      SCALAR(UShort, uint16_t, 0x1234, "12 34"),
+      SCALAR(Short, int16_t, -2, "FF FE"),
+      SCALAR(ULong, uint32_t, 0xDEADBEEF, "DE AD BE EF"),
+      SCALAR(Long, int32_t, -1, "FF FF FF FF"),
+      SCALAR(Float, float, 1.5f, "3F C0 00 00"),
+      SCALAR(Double, double, -2.0, "C0 00 00 00 00 00 00 00"),
+      SCALAR(Char, KOCHAR, u'\u20AC', "20 AC"),
       {"string", [](auto b) { shmi_DataBlob_addString(b, u"ab"); }, "00 00 00 03 00 61 00 62 00 00",
        [&](auto it) { return text_is(it, "ab"); }},
       {"null string", [](auto b) { shmi_DataBlob_addString(b, nullptr); }, "FF FF FF FF",
