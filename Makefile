@@ -2,6 +2,10 @@
 .PHONY: run test test-windows test-sanitize bench fuzz clean
 
 JOBS ?= $(shell nproc)
+# The test binaries that hold the thread-stress tests run under ThreadSanitizer.
+TSAN_TARGETS ?= test_storage
+# Wine keeps its own prefix inside the build tree: a fresh clone needs no ~/.wine.
+WINE_ENV = WINEPREFIX=$(CURDIR)/build/windows/wineprefix WINEDEBUG=-all
 
 run:
 	cmake --preset default >/dev/null
@@ -16,14 +20,15 @@ test:
 test-windows:
 	cmake --preset windows >/dev/null
 	cmake --build --preset windows -j $(JOBS)
-	WINEDEBUG=-all ctest --preset windows -j $(JOBS)
+	$(WINE_ENV) wineboot --init >/dev/null 2>&1 || true
+	$(WINE_ENV) ctest --preset windows -j $(JOBS)
 
 test-sanitize:
 	cmake --preset sanitize >/dev/null
 	cmake --build --preset sanitize -j $(JOBS)
 	ctest --preset sanitize -j $(JOBS)
 	cmake --preset tsan >/dev/null
-	cmake --build --preset tsan -j $(JOBS)
+	cmake --build --preset tsan -j $(JOBS) --target $(TSAN_TARGETS)
 	ctest --preset tsan
 
 bench:

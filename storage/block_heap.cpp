@@ -42,28 +42,7 @@ namespace ko {
 
 namespace {
 
-constexpr uint32_t kPageMagic = 0x4B4F4850;  // "KOHP"
 constexpr unsigned kRunCacheSlots = 128;
-
-// Small class sizes: 8..256 by 8, then four steps per doubling to 8192.
-struct ClassTable {
-  uint32_t size[kSmallClassCount];
-  uint8_t index_by_units[kMaxSmallBlock / 8 + 1];  // (size + 7) / 8 -> class
-
-  constexpr ClassTable() : size(), index_by_units() {
-    unsigned n = 0;
-    for (uint32_t s = 8; s <= 256; s += 8) size[n++] = s;
-    for (uint32_t base = 256; base < kMaxSmallBlock; base *= 2)
-      for (uint32_t q = 1; q <= 4; ++q) size[n++] = base + q * (base / 4);
-    unsigned cls = 0;
-    for (uint32_t units = 0; units <= kMaxSmallBlock / 8; ++units) {
-      while (size[cls] < units * 8) ++cls;
-      index_by_units[units] = uint8_t(cls);
-    }
-  }
-};
-constexpr ClassTable kClasses;
-static_assert(kClasses.size[kSmallClassCount - 1] == kMaxSmallBlock, "class table ends at 8 KB");
 
 struct HeapGlobals {
   HeapSettings settings;
@@ -222,6 +201,7 @@ void* alloc_large(KoHeapPool* pool, uint64_t size) {
   run->magic = kPageMagic;
   run->size_class = kLargeClass;
   run->pool = pool;
+  run->pool_id = pool->id.load(std::memory_order_relaxed);
   run->run_bytes = bytes;
   run->block_size = bytes - kPageHeaderBytes;
   {
@@ -264,12 +244,6 @@ void* alloc_any(KoHeapPool* pool, uint64_t size, const KoHeapSite* site) {
 
 uintptr_t g_page_mask = ~uintptr_t(0);
 
-unsigned small_class_of(uint64_t size) {
-  return kClasses.index_by_units[(size + 7) >> 3];
-}
-
-uint32_t small_class_size(unsigned size_class) { return kClasses.size[size_class]; }
-
 bool heap_thread_cache_enabled() { return g_heap.settings.thread_cache; }
 
 // Refills a class's shared state with a fresh page; called with the class lock held.
@@ -282,6 +256,7 @@ bool add_page(KoHeapPool* pool, unsigned size_class) {
   page->magic = kPageMagic;
   page->size_class = size_class;
   page->pool = pool;
+  page->pool_id = pool->id.load(std::memory_order_relaxed);
   page->prev = nullptr;
   page->run_bytes = page_size;
   page->block_size = size;
@@ -316,11 +291,12 @@ void shared_free(KoHeapPool* pool, unsigned size_class, void* block) {
 }
 
 void heap_dump_state() {
+  uint64_t cached = KoHeap_cachedBytes();
   char text[200];
   std::snprintf(text, sizeof text,
                 "KoHeap: %llu bytes mapped, %llu bytes cached, page %llu, largest block %llu\n",
                 static_cast<unsigned long long>(g_heap.mapped_bytes.load()),
-                static_cast<unsigned long long>(g_heap.cached_bytes),
+                static_cast<unsigned long long>(cached),
                 static_cast<unsigned long long>(g_heap.settings.page_size),
                 static_cast<unsigned long long>(max_block()));
   os::debug_output(text);
@@ -348,6 +324,7 @@ KoHeapPool* KoHeap_allocPool(void* user_data) {
 
 void KoHeap_freePool(KoHeapPool* pool) {
   if (!pool || pool == &g_process_pool) return;
+  thread_cache_forget(pool);
   // Once the id is gone no thread cache hands blocks back to this pool; taking
   // each class lock once waits out a hand-back already under way.
   pool->id.store(0, std::memory_order_release);

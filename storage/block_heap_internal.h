@@ -1,7 +1,7 @@
 /*
  * block_heap_internal.h: the block heap's own structures, shared between the
- * heap (block_heap.cpp) and the per-thread caches in front of it
- * (thread_cache.cpp). Nothing outside those two files includes it.
+ * heap (block_heap.cpp), the per-thread caches in front of it
+ * (thread_cache.cpp) and the inlined lock-free paths (block_heap_fast.h).
  */
 #ifndef KOSHR_STORAGE_BLOCK_HEAP_INTERNAL_H
 #define KOSHR_STORAGE_BLOCK_HEAP_INTERNAL_H
@@ -19,12 +19,14 @@ constexpr unsigned kSmallClassCount = 52;
 constexpr uint32_t kMaxSmallBlock = 8192;
 constexpr uint32_t kLargeClass = 0xFFFFFFFF;
 constexpr uint64_t kPageHeaderBytes = 64;
+constexpr uint32_t kPageMagic = 0x4B4F4850;  // "KOHP"
 
 // The header at the start of every page and large run.
 struct PageHeader {
   uint32_t magic;
   uint32_t size_class;  // kLargeClass for a large run
   KoHeapPool* pool;
+  uint64_t pool_id;     // the owning pool's id, read by the free path
   PageHeader* next;     // the pool's page list, its run list, or the cache
   PageHeader* prev;     // the pool's run list
   uint64_t run_bytes;   // bytes mapped
@@ -53,8 +55,34 @@ struct KoHeapPool {
 
 extern uintptr_t g_page_mask;
 
-unsigned small_class_of(uint64_t size);  // size 1..kMaxSmallBlock
-uint32_t small_class_size(unsigned size_class);
+// Small class sizes: 8..256 by 8, then four steps per doubling to 8192; and
+// for each class the length of a thread's free list at which half goes back.
+struct ClassTable {
+  static constexpr uint32_t kKeepBytes = 32768;
+
+  uint32_t size[kSmallClassCount];
+  uint32_t keep[kSmallClassCount];
+  uint8_t index_by_units[kMaxSmallBlock / 8 + 1];  // (size + 7) / 8 -> class
+
+  constexpr ClassTable() : size(), keep(), index_by_units() {
+    unsigned n = 0;
+    for (uint32_t s = 8; s <= 256; s += 8) size[n++] = s;
+    for (uint32_t base = 256; base < kMaxSmallBlock; base *= 2)
+      for (uint32_t q = 1; q <= 4; ++q) size[n++] = base + q * (base / 4);
+    for (unsigned c = 0; c < kSmallClassCount; ++c)
+      keep[c] = kKeepBytes / size[c] < 8 ? 8 : kKeepBytes / size[c];
+    unsigned cls = 0;
+    for (uint32_t units = 0; units <= kMaxSmallBlock / 8; ++units) {
+      while (size[cls] < units * 8) ++cls;
+      index_by_units[units] = uint8_t(cls);
+    }
+  }
+};
+inline constexpr ClassTable kClasses;
+static_assert(kClasses.size[kSmallClassCount - 1] == kMaxSmallBlock, "class table ends at 8 KB");
+
+inline unsigned small_class_of(uint64_t size) { return kClasses.index_by_units[(size + 7) >> 3]; }
+inline uint32_t small_class_size(unsigned size_class) { return kClasses.size[size_class]; }
 bool heap_thread_cache_enabled();
 
 // The shared per-class state, each call under the class lock.
@@ -65,6 +93,49 @@ bool add_page(KoHeapPool* pool, unsigned size_class);
 
 // Writes the heap's state to the debugger output.
 void heap_dump_state();
+
+// ---------------------------------------------------------------- per-thread caches
+
+constexpr unsigned kCacheSlots = 4;
+
+struct CachedClass {
+  void* free = nullptr;  // blocks, linked through their first word
+  char* bump = nullptr;  // uncarved bytes taken from the pool
+  char* bump_end = nullptr;
+  uint32_t count = 0;    // blocks on the free list
+};
+
+// One pool's share of a thread cache; the pool's id names it (0: unused).
+struct CacheSlot {
+  KoHeapPool* pool = nullptr;
+  uint64_t id = 0;
+  CachedClass classes[kSmallClassCount];
+};
+
+struct ThreadCache {
+  CacheSlot slots[kCacheSlots];
+};
+
+// Takes a block from a thread's cached class, or null when it is empty.
+inline void* cached_take(CachedClass& cached, unsigned size_class) {
+  if (void* block = cached.free) {
+    cached.free = *static_cast<void**>(block);
+    --cached.count;
+    return block;
+  }
+  uint32_t class_size = kClasses.size[size_class];
+  if (cached.bump_end - cached.bump < ptrdiff_t(class_size)) return nullptr;
+  void* block = cached.bump;
+  cached.bump += class_size;
+  return block;
+}
+
+// The calling thread's cache; null until its first allocation.
+#if defined(__ELF__)
+extern __thread ThreadCache* t_thread_cache __attribute__((tls_model("initial-exec")));
+#else
+extern __thread ThreadCache* t_thread_cache;
+#endif
 
 }  // namespace ko
 

@@ -5,8 +5,6 @@
 
 #include <cstring>
 
-#include "storage/alloc_sites.h"
-
 namespace ko {
 
 MemPool* MemPoolInit(uint32_t flags) {
@@ -30,18 +28,6 @@ int MemPoolFree(MemPool* pool) {
   return 1;
 }
 
-void* MemAllocPtr(MemPool* pool, uint64_t size, uint32_t flags) {
-  if (!pool) return nullptr;
-  void* block = KoHeap_allocFromPool(pool->heap_pool, size, &kSiteAllocPtr);
-  if (block && (flags & kMemZeroFill)) std::memset(block, 0, size);
-  return block;
-}
-
-void* MemAllocFS(MemPool* pool) {
-  if (!pool) return nullptr;
-  return KoHeap_allocFromPool(pool->heap_pool, pool->fixed_block_size, &kSiteAllocFixed);
-}
-
 void* MemReAllocPtr(void* block, uint64_t size, uint32_t flags) {
   if (!block) return nullptr;
   uint64_t old_size = KoHeap_blockSize(block);
@@ -61,12 +47,6 @@ void* MemReAllocPtr(void* block, uint64_t size, uint32_t flags) {
     std::memset(static_cast<char*>(moved) + kept, 0, size - kept);
   KoHeap_free(block);
   return moved;
-}
-
-int MemFreePtr(void* block) {
-  if (!block) return 0;
-  KoHeap_free(block);
-  return 1;
 }
 
 template <typename Field>

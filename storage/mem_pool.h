@@ -13,7 +13,10 @@
 
 #include <cstdint>
 
-#include "storage/block_heap.h"
+#include <cstring>
+
+#include "storage/alloc_sites.h"
+#include "storage/block_heap_fast.h"
 #include "storage/spin_lock.h"
 
 namespace ko {
@@ -37,10 +40,26 @@ enum : uint32_t { kMemContextPoolFlags = 0x8002, kMemSubpoolFlags = 0x8000 };
 
 MemPool* MemPoolInit(uint32_t flags);
 int MemPoolFree(MemPool* pool);
-void* MemAllocPtr(MemPool* pool, uint64_t size, uint32_t flags);
-void* MemAllocFS(MemPool* pool);
 void* MemReAllocPtr(void* block, uint64_t size, uint32_t flags);
-int MemFreePtr(void* block);
+
+// The allocation calls are inline: they are the library's hottest path.
+inline void* MemAllocPtr(MemPool* pool, uint64_t size, uint32_t flags) {
+  if (!pool) return nullptr;
+  void* block = heap_alloc_fast(pool->heap_pool, size, &kSiteAllocPtr);
+  if (block && (flags & kMemZeroFill)) std::memset(block, 0, size);
+  return block;
+}
+
+inline void* MemAllocFS(MemPool* pool) {
+  if (!pool) return nullptr;
+  return heap_alloc_fast(pool->heap_pool, pool->fixed_block_size, &kSiteAllocFixed);
+}
+
+inline int MemFreePtr(void* block) {
+  if (!block) return 0;
+  heap_free_fast(block);
+  return 1;
+}
 // Setters: each takes the record's lock and returns the previous value (0 for null).
 uint32_t MemPoolSetPageSize(MemPool* pool, uint32_t size);
 uint16_t MemPoolSetFixedBlockSize(MemPool* pool, uint16_t size);

@@ -1,8 +1,9 @@
 /*
  * system_heap.cpp: the system-heap switch and its one-shot outside check.
  *
- * Both are plain flags that only ever go from off to on (relaxed atomics, so
- * that a first test racing on two threads is still well defined).
+ * Both live in one word that only ever moves forward (a relaxed atomic, so that
+ * a first test racing on two threads is still well defined). The switch set by
+ * UseNewCompilerHeap before the first test means the outside is never asked.
  */
 #include "storage/system_heap.h"
 
@@ -15,23 +16,20 @@
 
 namespace ko {
 
-namespace {
-std::atomic<bool> g_system_heap{false};
-std::atomic<bool> g_outside_checked{false};
-}  // namespace
+std::atomic<SystemHeap> g_system_heap{SystemHeap::kUnchecked};
 
-bool system_heap_mode() {
-  if (g_system_heap.load(std::memory_order_relaxed)) return true;
-  if (g_outside_checked.load(std::memory_order_relaxed)) return false;
-  g_outside_checked.store(true, std::memory_order_relaxed);
+bool check_outside_switch() {
   KOCHAR name[80];
   u16_format(name, 80, "%hs_%u", "KOBuild_Use_NewCompilerHeap_EventName", os::process_id());
-  if (os::named_event_exists(name)) g_system_heap.store(true, std::memory_order_relaxed);
-  return g_system_heap.load(std::memory_order_relaxed);
+  SystemHeap found = os::named_event_exists(name) ? SystemHeap::kOn : SystemHeap::kOff;
+  // Unchecked moves to what was found, unless the switch was set meanwhile.
+  SystemHeap expected = SystemHeap::kUnchecked;
+  g_system_heap.compare_exchange_strong(expected, found, std::memory_order_relaxed);
+  return g_system_heap.load(std::memory_order_relaxed) == SystemHeap::kOn;
 }
 
 }  // namespace ko
 
 KOSHR_EXTERN_C KOSHR_API void UseNewCompilerHeap(uint32_t flag) {
-  if (flag != 0) ko::g_system_heap.store(true, std::memory_order_relaxed);
+  if (flag != 0) ko::g_system_heap.store(ko::SystemHeap::kOn, std::memory_order_relaxed);
 }

@@ -1,18 +1,196 @@
 /*
  * thread_cache.cpp: the per-thread block caches.
+ *
+ * Each thread keeps, for up to four pools at once (chosen by pool id), a free
+ * list and a short run of uncarved bytes per size class. Allocating and
+ * freeing through a cached pool takes no lock at all; the class lock is taken
+ * once per batch, to refill a cache from the pool's shared lists or to hand
+ * back the excess of a long free list. So two threads working in one pool
+ * meet at a class lock only once every few dozen blocks, and a thread that
+ * the scheduler suspends while holding one (the weakness of a bare spin lock)
+ * stalls the others only if their own caches run dry in that very moment.
+ *
+ * Pool ids are never reused, so a cache entry whose pool was released or
+ * whose pool record now serves another pool simply no longer matches: its
+ * blocks lived in the released pages and are dropped without being touched.
+ * Handing blocks back checks the id under the class lock; KoHeap_freePool
+ * clears the id and then passes through every class lock, so a hand-back
+ * either finishes before the release or sees the pool gone.
  */
 #include "storage/thread_cache.h"
 
+#include "storage/alloc_sites.h"
 #include "storage/block_heap_internal.h"
 
 namespace ko {
 
+#if defined(__ELF__)
+__thread ThreadCache* t_thread_cache __attribute__((tls_model("initial-exec"))) = nullptr;
+#else
+__thread ThreadCache* t_thread_cache = nullptr;
+#endif
+
+namespace {
+
+constexpr uint32_t kRefillBytes = 16384;  // bytes taken from a pool per refill
+constexpr uint32_t kRefillMaxBlocks = 2048;
+
+enum class CacheState : uint8_t { kNone, kCreating, kLive, kGone };
+thread_local CacheState t_state = CacheState::kNone;
+
+uint32_t refill_blocks(uint32_t size) {
+  uint32_t blocks = kRefillBytes / size;
+  return blocks < 4 ? 4 : blocks > kRefillMaxBlocks ? kRefillMaxBlocks : blocks;
+}
+
+// Hands a chain of blocks and a bump run back to the pool's shared class,
+// unless the pool is gone. The chain is walked under the class lock, since a
+// pool being released gives its pages away only after passing that lock.
+void hand_back(KoHeapPool* pool, uint64_t id, unsigned size_class, void* head, char* bump,
+               char* bump_end) {
+  ClassState& state = pool->classes[size_class];
+  uint32_t size = small_class_size(size_class);
+  SpinGuard guard(state.lock);
+  if (pool->id.load(std::memory_order_acquire) != id) return;
+  if (head) {
+    void* tail = head;
+    while (*static_cast<void**>(tail)) tail = *static_cast<void**>(tail);
+    *static_cast<void**>(tail) = state.free;
+    state.free = head;
+  }
+  for (; bump + size <= bump_end; bump += size) {
+    *reinterpret_cast<void**>(bump) = state.free;
+    state.free = bump;
+  }
+}
+
+void flush_slot(CacheSlot& slot) {
+  if (slot.id != 0) {
+    for (unsigned c = 0; c < kSmallClassCount; ++c) {
+      CachedClass& cached = slot.classes[c];
+      if (cached.free || cached.bump != cached.bump_end)
+        hand_back(slot.pool, slot.id, c, cached.free, cached.bump, cached.bump_end);
+      cached = CachedClass{};
+    }
+  }
+  slot.pool = nullptr;
+  slot.id = 0;
+}
+
+void release_cache() {
+  ThreadCache* cache = t_thread_cache;
+  t_thread_cache = nullptr;
+  t_state = CacheState::kGone;
+  if (!cache) return;
+  for (CacheSlot& slot : cache->slots) flush_slot(slot);
+  KoHeap_free(cache);
+}
+
+struct CacheOwner {
+  bool armed = false;
+  ~CacheOwner() {
+    if (armed) release_cache();
+  }
+};
+thread_local CacheOwner t_owner;
+
+ThreadCache* create_cache() {
+  if (t_state != CacheState::kNone || !heap_thread_cache_enabled()) return nullptr;
+  t_state = CacheState::kCreating;
+  void* memory = KoHeap_alloc(sizeof(ThreadCache), &kSiteCalloc);
+  if (!memory) {
+    t_state = CacheState::kNone;
+    return nullptr;
+  }
+  t_thread_cache = new (memory) ThreadCache;
+  t_state = CacheState::kLive;
+  t_owner.armed = true;
+  return t_thread_cache;
+}
+
+CacheSlot& bind_slot(ThreadCache* cache, KoHeapPool* pool, uint64_t id) {
+  CacheSlot& slot = cache->slots[id % kCacheSlots];
+  if (slot.id != id) {
+    flush_slot(slot);
+    slot.pool = pool;
+    slot.id = id;
+  }
+  return slot;
+}
+
+// Takes a batch from the pool's shared class: freed blocks first, else a run
+// of the newest page's unused bytes. Returns one block; null when memory ran out.
+void* refill(KoHeapPool* pool, unsigned size_class, CachedClass& cached) {
+  uint32_t size = small_class_size(size_class);
+  uint32_t batch = refill_blocks(size);
+  ClassState& state = pool->classes[size_class];
+  SpinGuard guard(state.lock);
+  if (void* head = state.free) {
+    void* tail = head;
+    uint32_t taken = 1;
+    while (taken < batch && *static_cast<void**>(tail)) {
+      tail = *static_cast<void**>(tail);
+      ++taken;
+    }
+    state.free = *static_cast<void**>(tail);
+    *static_cast<void**>(tail) = nullptr;
+    cached.free = *static_cast<void**>(head);
+    cached.count = taken - 1;
+    return head;
+  }
+  if (state.bump_end - state.bump < ptrdiff_t(size) && !add_page(pool, size_class)) return nullptr;
+  char* block = state.bump;
+  char* end = block + uint64_t(batch) * size;
+  if (end > state.bump_end) end = state.bump_end;
+  state.bump = end;
+  cached.bump = block + size;
+  cached.bump_end = end;
+  return block;
+}
+
+// Gives the older half of a long free list back to the pool.
+void trim(KoHeapPool* pool, uint64_t id, unsigned size_class, CachedClass& cached) {
+  uint32_t keep = cached.count / 2;
+  void* last_kept = cached.free;
+  for (uint32_t i = 1; i < keep; ++i) last_kept = *static_cast<void**>(last_kept);
+  void* head = *static_cast<void**>(last_kept);
+  *static_cast<void**>(last_kept) = nullptr;
+  cached.count = keep;
+  hand_back(pool, id, size_class, head, nullptr, nullptr);
+}
+
+}  // namespace
+
 void* thread_cache_alloc(KoHeapPool* pool, unsigned size_class) {
-  return shared_alloc(pool, size_class);
+  ThreadCache* cache = t_thread_cache;
+  if (!cache && !(cache = create_cache())) return shared_alloc(pool, size_class);
+  uint64_t id = pool->id.load(std::memory_order_relaxed);
+  CacheSlot& slot = bind_slot(cache, pool, id);
+  CachedClass& cached = slot.classes[size_class];
+  if (void* block = cached_take(cached, size_class)) return block;
+  return refill(pool, size_class, cached);
 }
 
 void thread_cache_free(KoHeapPool* pool, unsigned size_class, void* block) {
-  shared_free(pool, size_class, block);
+  ThreadCache* cache = t_thread_cache;
+  uint64_t id = pool->id.load(std::memory_order_relaxed);
+  CacheSlot* slot = cache ? &cache->slots[id % kCacheSlots] : nullptr;
+  if (!slot || slot->id != id) {
+    shared_free(pool, size_class, block);
+    return;
+  }
+  CachedClass& cached = slot->classes[size_class];
+  *static_cast<void**>(block) = cached.free;
+  cached.free = block;
+  if (++cached.count > kClasses.keep[size_class]) trim(pool, id, size_class, cached);
+}
+
+void thread_cache_forget(KoHeapPool* pool) {
+  ThreadCache* cache = t_thread_cache;
+  if (!cache) return;
+  uint64_t id = pool->id.load(std::memory_order_relaxed);
+  CacheSlot& slot = cache->slots[id % kCacheSlots];
+  if (slot.id == id) slot = CacheSlot{};
 }
 
 }  // namespace ko

@@ -11,6 +11,8 @@ namespace ko {
 
 void* thread_cache_alloc(KoHeapPool* pool, unsigned size_class);
 void thread_cache_free(KoHeapPool* pool, unsigned size_class, void* block);
+// Drops this thread's cache entry for a pool about to be released.
+void thread_cache_forget(KoHeapPool* pool);
 
 }  // namespace ko
 

@@ -1,0 +1,54 @@
+/*
+ * directory.h: the tree of directory nodes.
+ *
+ * Each node holds a range of names, from its lowest to its highest; its left
+ * subtree holds names below the lowest, its right subtree names above the
+ * highest. A search compares with the lowest name case-sensitively and with
+ * the highest name and the node's records case-insensitively (entry_name.h).
+ *
+ * Growth: a record goes into the node where the search ends when it fits;
+ * otherwise a search that ended beside a node without a child there gets a new
+ * child node, and one that ended inside a full node splits it: its records,
+ * ordered, are cut in two halves of equal bytes and one half moves to a new
+ * node hung where the node has no child (lower half left, else upper half
+ * right); with both children present the lower half goes between the node and
+ * its left subtree. Every split keeps each name on the path its search takes.
+ *
+ * Removal: a node whose last record goes is taken out of the tree. With one
+ * child that child takes its place; with two, the right subtree is hung below
+ * the rightmost node of the left subtree first, then the left subtree takes
+ * its place. The root cannot move: the node that would take its place is
+ * copied into it instead. Links are written in an order in which every name
+ * stays reachable (the new link before the old one goes).
+ */
+#ifndef KOSHR_LIBRARY_DIRECTORY_H
+#define KOSHR_LIBRARY_DIRECTORY_H
+
+#include "library/entry_record.h"
+#include "library/library_handle.h"
+
+namespace ko {
+
+enum class Landing { kFound, kInNode, kLeft, kRight };
+
+struct SearchResult {
+  CachedNode* node = nullptr;
+  Landing landing = Landing::kInNode;
+  uint32_t record = 0;  // the found record's offset in the node
+};
+
+// 0, or -3 when a node on the way is unreadable or malformed.
+int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* result);
+// The record of a name: 0, -12 when absent, or -3.
+int32_t find_entry(LmiLibrary* lib, const KOCHAR* name, EntryRef* entry);
+// Adds a record with no data (the name must be absent); the new record's node
+// and offset come back in *placed. 0, -10 (name too long) or a failure code.
+int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, SearchResult* placed);
+// Removes a found record (after a directory_search that found it).
+int32_t directory_remove(LmiLibrary* lib, const SearchResult& found);
+// Visits every node, left subtree first, then the node, then the right subtree.
+int32_t directory_walk(LmiLibrary* lib, int32_t (*visit)(void*, CachedNode*), void* context);
+
+}  // namespace ko
+
+#endif

@@ -1,0 +1,38 @@
+/*
+ * exe_trailer.h: finding a library appended to an executable.
+ *
+ * The trailer ("TRL*") is the file's last 512-byte block before any
+ * code-signing certificate table:
+ *
+ *   0  4    "TRL*"
+ *   4  4    the library's base offset in the file
+ *   8  504  zero
+ *
+ * A file that starts with a DOS header whose new-header offset leads to a PE
+ * signature is an executable; the size of its certificate table comes from the
+ * optional header's security data directory.
+ */
+#ifndef KOSHR_LIBRARY_EXE_TRAILER_H
+#define KOSHR_LIBRARY_EXE_TRAILER_H
+
+#include "platform/platform.h"
+
+#include <cstdint>
+
+namespace ko {
+
+struct LibraryPlace {
+  uint32_t base = 0;
+  bool executable = false;     // the file starts with "MZ"
+  bool has_trailer = false;
+  uint32_t trailer_offset = 0;  // where the trailer block starts
+};
+
+LibraryPlace locate_library(os::FileHandle file);
+// The base used for an executable without a trailer (0 unless set).
+uint32_t default_base_offset();
+void build_trailer(uint8_t* block, uint32_t base);
+
+}  // namespace ko
+
+#endif

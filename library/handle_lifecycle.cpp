@@ -1,0 +1,119 @@
+/*
+ * handle_lifecycle.cpp: building a handle from a file and taking it down.
+ */
+#include "library/handle_lifecycle.h"
+
+#include "library/block_io.h"
+#include "library/commit.h"
+#include "library/exe_trailer.h"
+#include "library/node.h"
+#include "platform/utf16.h"
+
+#include <new>
+
+namespace ko {
+namespace {
+
+constexpr uint32_t kDefaultWriteBuffer = 16384;
+
+// "RepairEmptyBlock" in the ko section of ko.ini, read once per process.
+int repair_empty_block() {
+  static const int value = os::private_profile_int(u"ko", u"RepairEmptyBlock", 1);
+  return value;
+}
+
+// "kovm.dll" stands for the running virtual machine's own file.
+size_t resolve_path(const KOCHAR* path, KOCHAR* out, size_t capacity) {
+  if (u16icmp_ascii(path, "kovm.dll") == 0) return os::executable_path(out, capacity);
+  return u16lcpy(out, path, capacity);
+}
+
+void destroy(LmiLibrary* lib) {
+  if (lib->file != os::kInvalidFile) os::file_close(lib->file);
+  PoolRef pool = lib->pool;
+  lib->~LmiLibrary();
+  kostg_free_pool(pool.context, pool.subpool);
+}
+
+}  // namespace
+
+void refresh_file_size(LmiLibrary* lib) {
+  int64_t size = os::file_size(lib->file);
+  lib->nodes.set_file_size(size);
+  lib->reader.set_file_size(size);
+}
+
+LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uint32_t buffer_size) {
+  if (!context || !path || mode < 1 || mode > 3) return nullptr;
+  KostgSubpool* subpool = kostg_new_pool(context);
+  if (!subpool) return nullptr;
+  PoolRef pool{context, subpool};
+  void* memory = pool.alloc(sizeof(LmiLibrary));
+  if (!memory) {
+    kostg_free_pool(context, subpool);
+    return nullptr;
+  }
+  LmiLibrary* lib = new (memory) LmiLibrary;
+  lib->pool = pool;
+  lib->mode = mode;
+
+  KOCHAR resolved[1024];
+  resolve_path(path, resolved, 1024);
+  lib->file = os::file_open(resolved, mode == 1 ? os::kFileRead : os::kFileRead | os::kFileWrite);
+  lib->header = pool.alloc_array<uint8_t>(kHeaderBufferSize);
+  if (lib->file == os::kInvalidFile || !lib->header) {
+    destroy(lib);
+    return nullptr;
+  }
+  LibraryPlace place = locate_library(lib->file);
+  lib->base = place.base;
+  lib->in_executable = place.executable && place.has_trailer;
+  if (lib->in_executable && mode != 1) os::file_truncate(lib->file, place.trailer_offset);
+
+  if (library_read_exact(lib->file, lib->header, kFirstReadSize, lib->base) != 0 ||
+      !header_names_product(lib->header)) {
+    destroy(lib);
+    return nullptr;
+  }
+  lib->geometry = geometry_for_version(lib->header + kHeaderVersion);
+  if (lib->geometry.node_size == 3072 &&
+      library_read_exact(lib->file, lib->header + kFirstReadSize, kHeaderBufferSize - kFirstReadSize,
+                         lib->base + kFirstReadSize) != 0) {
+    destroy(lib);
+    return nullptr;
+  }
+  if (!node_is_sound(lib->header + kRootOffset, lib->geometry)) {
+    destroy(lib);
+    return nullptr;
+  }
+  lib->bitmap.attach(pool, lib->file, lib->base, lib->header + kFirstBitmapOffset);
+  lib->nodes.attach(pool, lib->file, lib->base, lib->geometry, lib->header + kRootOffset);
+  bool ready = lib->nodes.root() && lib->writer.attach(pool, lib->file, buffer_size ? buffer_size : kDefaultWriteBuffer) &&
+               lib->reader.attach(pool, lib->file, lib->base);
+  if (!ready) {
+    destroy(lib);
+    return nullptr;
+  }
+  return lib;
+}
+
+int32_t close_handle(LmiLibrary* lib) {
+  int32_t rc = 0;
+  if (lib->entry.state != EntryState::kNone) rc = LMI_CloseEntry(lib);
+  if (lib->mode != 1) {
+    int32_t committed = commit(lib);
+    if (!rc) rc = committed;
+    if (!rc && repair_empty_block() != 1) rc = lib->bitmap.trim_empty_tail();
+    if (lib->in_executable) {
+      uint8_t trailer[512];
+      build_trailer(trailer, lib->base);
+      int64_t end = os::file_size(lib->file);
+      int32_t written = end < 0 ? -3 : library_write(lib->file, trailer, 512, uint64_t(end));
+      if (!rc) rc = written;
+    }
+  }
+  destroy(lib);
+  return rc;
+}
+
+}  // namespace ko

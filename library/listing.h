@@ -1,0 +1,22 @@
+/*
+ * listing.h: the entries of a library in directory order, and the extended
+ * description of one entry; shared by the listing, copying and export code.
+ */
+#ifndef KOSHR_LIBRARY_LISTING_H
+#define KOSHR_LIBRARY_LISTING_H
+
+#include "library/entry_record.h"
+#include "library/library_handle.h"
+
+namespace ko {
+
+// Every entry, ordered by name, into one block from `pool` (the items, then
+// their strings); the count or a negative code. With `extended` the comments
+// are read too.
+int32_t list_entries(LmiLibrary* lib, const PoolRef& pool, bool extended, LMI_LIST_ITEM** items);
+// Name, comment, version, time and sizes of one entry.
+int32_t describe_entry(LmiLibrary* lib, const EntryRef& e, LMI_ENTRY_INFO_EX* info);
+
+}  // namespace ko
+
+#endif

@@ -1,0 +1,73 @@
+/*
+ * node_cache.h: the directory nodes a handle has read, kept in memory.
+ *
+ * A node is read from the file once and checked (node_is_sound) before any
+ * of its offsets is trusted; later searches find it here. Changed nodes stay
+ * in memory until the handle commits: nodes never written before go first
+ * (nothing links to them yet), then the changed ones in the order they were
+ * changed. A node that only gained records since it was last written is
+ * written as its new records and then its 32-byte header, so a failure in
+ * between leaves the old node; any other change is one write of the node.
+ *
+ * The root lives in the handle's header buffer and is cached like the others.
+ */
+#ifndef KOSHR_LIBRARY_NODE_CACHE_H
+#define KOSHR_LIBRARY_NODE_CACHE_H
+
+#include "library/header.h"
+#include "library/pool_ref.h"
+#include "platform/platform.h"
+
+#include <cstdint>
+
+namespace ko {
+
+struct CachedNode {
+  uint32_t offset;
+  uint8_t* bytes;
+  uint32_t clean_used;  // entry-area bytes as last written or read
+  uint64_t dirty_seq;   // 0 when the file holds this node as it is
+  bool appended_only;   // only records appended since it was clean
+  bool fresh;           // never written
+};
+
+class NodeCache {
+ public:
+  void attach(const PoolRef& pool, os::FileHandle file, uint32_t base, const NodeGeometry& g, uint8_t* root);
+  // The node at an absolute offset, read and checked on first use; null with
+  // *rc = -3 when it lies outside the file or is malformed.
+  CachedNode* get(uint32_t offset, int32_t* rc);
+  CachedNode* root() { return root_; }
+  // A new, empty node at an offset the bitmap handed out.
+  CachedNode* create(uint32_t offset, uint32_t parent);
+  void touch(CachedNode* node, bool append_only);
+  // Drops a clean node whose blocks are being given back.
+  void forget(CachedNode* node);
+  // The most nodes the file can hold: bounds every walk over links.
+  uint32_t max_nodes() const { return count_ + uint32_t(file_size_ / geometry_.node_size) + 2; }
+  int32_t write(CachedNode* node);
+  int32_t write_dirty();
+  uint32_t dirty_count() const { return dirty_; }
+  void set_file_size(int64_t size) { file_size_ = size; }
+
+ private:
+  CachedNode* insert(uint32_t offset, uint8_t* bytes);
+  CachedNode** slot(uint32_t offset);
+  bool grow();
+
+  PoolRef pool_;
+  os::FileHandle file_ = os::kInvalidFile;
+  uint32_t base_ = 0;
+  NodeGeometry geometry_{};
+  int64_t file_size_ = 0;
+  CachedNode* root_ = nullptr;
+  CachedNode** table_ = nullptr;  // open addressing by offset
+  uint32_t table_size_ = 0;
+  uint32_t count_ = 0;
+  uint32_t dirty_ = 0;
+  uint64_t next_seq_ = 1;
+};
+
+}  // namespace ko
+
+#endif

@@ -1,0 +1,82 @@
+"""koshr_lib_test.py: `koshr lib` end to end: every subcommand, its output and
+its exit status, on a scratch directory."""
+import os
+import subprocess
+import sys
+import tempfile
+
+KOSHR = sys.argv[1]
+failures = []
+
+
+def run(*args, stdin=b"", code=0):
+    done = subprocess.run([KOSHR, "lib", *args], input=stdin, capture_output=True)
+    if done.returncode != code:
+        failures.append(f"koshr lib {' '.join(args)}: exit {done.returncode}, wanted {code}: {done.stderr!r}")
+    return done
+
+
+def expect(what, got, wanted):
+    if got != wanted:
+        failures.append(f"{what}: got {got!r}, wanted {wanted!r}")
+
+
+with tempfile.TemporaryDirectory() as d:
+    lib = os.path.join(d, "t.kol")
+    run("new", lib, "--comment", "tool test")
+    run("new", lib, code=1)
+    run("put", lib, "w_main.srw", "--text", "--comment", "main", stdin="héllo\r\nwörld\r\n".encode())
+    binary = bytes(range(256)) * 9
+    blob = os.path.join(d, "blob.bin")
+    with open(blob, "wb") as f:
+        f.write(binary)
+    run("put", lib, "pic.bmp", blob)
+    expect("cat --text", run("cat", lib, "W_MAIN.srw", "--text").stdout, "héllo\r\nwörld\r\n".encode())
+    expect("cat raw", run("cat", lib, "w_main.srw").stdout, "héllo\r\nwörld\r\n".encode("utf-16-le"))
+    expect("cat binary", run("cat", lib, "pic.bmp").stdout, binary)
+    lines = run("ls", lib).stdout.decode().splitlines()
+    expect("ls names", [l.split("\t")[0] for l in lines], ["pic.bmp", "w_main.srw"])
+    expect("ls sizes", [l.split("\t")[1] for l in lines], [str(len(binary)), "28"])
+    expect("ls comment", lines[1].split("\t")[3], "main")
+    expect("ls time", lines[1].split("\t")[2][-1], "Z")
+    info = run("info", lib).stdout.decode()
+    for wanted in ("type: 1 (source)", "format version: 0600", "comment: tool test", "blocks used:"):
+        if wanted not in info:
+            failures.append(f"info lacks {wanted!r}: {info!r}")
+
+    out = os.path.join(d, "out")
+    run("export", lib, "-o", out)
+    with open(os.path.join(out, "w_main.srw"), encoding="utf-8", newline="") as f:
+        expect("exported text", f.read(), "$KOExportHeader$w_main.srw\r\n$KOExportComments$main\r\nhéllo\r\nwörld\r\n")
+    with open(os.path.join(out, "pic.bmp"), encoding="utf-8", newline="") as f:
+        if "Start of Korvane Binary Data Section" not in f.read():
+            failures.append("binary entry not exported as a hex section")
+
+    copy = os.path.join(d, "copy.kol")
+    run("new", copy)
+    run("import", copy, os.path.join(out, "w_main.srw"), os.path.join(out, "pic.bmp"))
+    expect("imported text", run("cat", copy, "w_main.srw", "--text").stdout, "héllo\r\nwörld\r\n".encode())
+    back = run("cat", copy, "pic.bmp").stdout
+    expect("imported binary", back[: len(binary)], binary)
+    expect("imported padding", len(back) % 1996, 0)
+
+    run("rm", lib, "pic.bmp")
+    run("rm", lib, "pic.bmp", code=1)
+    run("cat", lib, "pic.bmp", code=1)
+    for checked in (lib, copy):
+        expect("check " + checked, run("check", checked).stdout, b"")
+
+    # A damaged library: a data link pointing into the header.
+    with open(lib, "r+b") as f:
+        f.seek(1536 + 32 + 12)
+        f.write((512).to_bytes(4, "little"))
+    report = run("check", lib, code=1).stdout.decode().splitlines()
+    if not report:
+        failures.append("check reported nothing on a damaged library")
+    run("ls", os.path.join(d, "missing.kol"), code=1)
+    run("frobnicate", lib, code=1)
+    expect("help", run("--help").returncode, 0)
+
+for f in failures:
+    print(f)
+sys.exit(1 if failures else 0)

@@ -1,0 +1,117 @@
+// library_fixture.h: a scratch directory, a storage context and helpers that
+// put and get whole entries, shared by the library tests.
+#ifndef KOSHR_TESTS_LIBRARY_FIXTURE_H
+#define KOSHR_TESTS_LIBRARY_FIXTURE_H
+
+#include <gtest/gtest.h>
+#include <koshr/library.h>
+
+#include <filesystem>
+#include <fstream>
+#include <string>
+#include <vector>
+
+namespace library_test {
+
+inline std::u16string u16(const std::string& s) {
+  std::u16string out;
+  for (unsigned char c : s) out += char16_t(c);
+  return out;
+}
+inline std::string narrow(const KOCHAR* s) {
+  std::string out;
+  for (; s && *s; ++s) out += char(*s);
+  return out;
+}
+
+using Bytes = std::vector<uint8_t>;
+
+inline Bytes pattern(size_t size, uint32_t seed) {
+  Bytes b(size);
+  uint32_t x = seed * 2654435761u + 1;
+  for (auto& v : b) {
+    x = x * 1103515245u + 12345u;
+    v = uint8_t(x >> 16);
+  }
+  return b;
+}
+
+class LibraryTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    dir_ = std::filesystem::temp_directory_path() /
+           ("koshr_lib_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
+            ::testing::UnitTest::GetInstance()->current_test_info()->name());
+    std::filesystem::remove_all(dir_);
+    std::filesystem::create_directories(dir_);
+    pool_ = kostg_begin(0);
+  }
+  void TearDown() override {
+    kostg_end(pool_);
+    std::filesystem::remove_all(dir_);
+  }
+
+  std::string file(const std::string& name) const { return (dir_ / name).string(); }
+  std::u16string path(const std::string& name) const { return u16(file(name)); }
+
+  // Creates name.kol with an optional comment; returns the path of the file.
+  std::u16string create(const std::string& name = "lib.kol", const std::u16string& comment = u"") {
+    std::u16string p = path(name);
+    EXPECT_EQ(LMI_CreateLibrary(pool_, p.data(), comment.c_str()), 0);
+    return p;
+  }
+  LMI_HANDLE open(const std::u16string& p, int mode = LMI_MODE_READWRITE) {
+    return LMI_OpenLibrary(pool_, p.c_str(), mode, 0);
+  }
+
+  static int32_t put(LMI_HANDLE lib, const std::string& name, const Bytes& data, const std::u16string& comment = u"") {
+    std::u16string n = u16(name);
+    int32_t rc = LMI_OpenEntry(lib, n.data(), LMI_ENTRY_WRITE, comment.c_str());
+    if (rc) return rc;
+    int32_t wrote = data.empty() ? 0 : LMI_WriteEntry(lib, data.data(), uint32_t(data.size()));
+    int32_t closed = LMI_CloseEntry(lib);
+    return wrote < 0 ? wrote : closed;
+  }
+  // The object bytes of an entry, or the error code in *rc.
+  static Bytes get(LMI_HANDLE lib, const std::string& name, int32_t* rc = nullptr) {
+    std::u16string n = u16(name);
+    Bytes out;
+    int32_t r = LMI_OpenEntry(lib, n.data(), LMI_ENTRY_READ, nullptr);
+    if (r == 0) {
+      uint8_t chunk[1000];
+      int32_t got;
+      while ((got = LMI_ReadEntry(lib, chunk, sizeof chunk)) > 0) out.insert(out.end(), chunk, chunk + got);
+      if (got < 0) r = got;
+      LMI_CloseEntry(lib);
+    }
+    if (rc) *rc = r;
+    return out;
+  }
+  std::vector<uint8_t> file_bytes(const std::string& name) const {
+    std::ifstream in(file(name), std::ios::binary);
+    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
+  }
+  // Findings of LMI_CheckLibrary: (severity, text).
+  std::vector<std::pair<int, std::string>> check(const std::u16string& p) {
+    std::vector<std::pair<int, std::string>> findings;
+    int32_t rc = LMI_CheckLibrary(pool_, p.c_str(),
+                                  [](void* ctx, int severity, const char* text) {
+                                    static_cast<std::vector<std::pair<int, std::string>>*>(ctx)->push_back(
+                                        {severity, text});
+                                  },
+                                  &findings);
+    if (rc < 0) findings.push_back({LMI_CHECK_DAMAGE, "check failed: " + std::to_string(rc)});
+    return findings;
+  }
+  void expect_sound(const std::u16string& p) {
+    auto findings = check(p);
+    for (auto& f : findings) ADD_FAILURE() << f.second;
+  }
+
+  std::filesystem::path dir_;
+  KostgContext* pool_ = nullptr;
+};
+
+}  // namespace library_test
+
+#endif

@@ -1,0 +1,112 @@
+// nothing_lost_test.cpp: a put, replace or delete that meets a failing write
+// at any of its write calls leaves a library that opens, keeps every other
+// entry byte-identical, shows the entry in question old or new (or absent when
+// it was new), and has at worst blocks marked used that nothing references.
+#include "library_fixture.h"
+
+#include "platform/platform.h"
+
+#include <functional>
+#include <map>
+
+using namespace library_test;
+
+namespace {
+
+using Contents = std::map<std::string, Bytes>;
+const Bytes kAbsent{0xDE, 0xAD};  // stands for "removed" among the expected contents
+
+class NothingLostTest : public LibraryTest {
+ protected:
+  // A library with enough entries that the root has children and splits happen.
+  std::u16string seed(const std::string& name, Contents* contents) {
+    std::u16string p = create(name);
+    LMI_HANDLE h = open(p);
+    for (int i = 0; i < 120; ++i) {
+      std::string entry = "entry_" + std::to_string(i * 37 % 120) + "_with_a_longer_name.srd";
+      Bytes data = pattern(size_t(i * 131 % 2000), uint32_t(i));
+      EXPECT_EQ(put(h, entry, data, i % 3 ? u"" : u"note"), 0);
+      (*contents)[entry] = data;
+    }
+    EXPECT_EQ(LMI_CloseLibrary(h), 0);
+    return p;
+  }
+
+  // Runs `op` on a copy of the seeded library with the fault at every write
+  // call in turn, until a run completes without reaching the fault.
+  void exhaust(const std::string& what, const std::function<void(LMI_HANDLE)>& op, const Contents& after) {
+    Contents seeded;
+    std::u16string original = seed("orig_" + what + ".kol", &seeded);
+    for (ko::os::WriteFaultKind kind : {ko::os::WriteFaultKind::kFail, ko::os::WriteFaultKind::kShort}) {
+      for (uint64_t call = 0;; ++call) {
+        std::filesystem::copy_file(file("orig_" + what + ".kol"), file("work.kol"),
+                                   std::filesystem::copy_options::overwrite_existing);
+        std::u16string p = path("work.kol");
+        LMI_HANDLE h = open(p);
+        ASSERT_NE(h, nullptr);
+        ko::os::WriteFault fault;
+        fault.kind = kind;
+        fault.after_calls = call;
+        ko::os::set_write_fault(fault);
+        op(h);
+        LMI_CloseLibrary(h);
+        uint64_t calls = ko::os::write_calls_seen();
+        ko::os::clear_write_fault();
+        bool completed = calls <= call;  // the fault was never reached: every call is covered
+        verify(p, seeded, after, completed, what + " fault at call " + std::to_string(call));
+        if (completed) break;
+      }
+    }
+  }
+
+  // `after` holds the subjects of the operation: their new contents, or an
+  // empty optional-like marker (absent) when the operation removes them.
+  void verify(const std::u16string& p, const Contents& before, const Contents& after, bool completed,
+              const std::string& where) {
+    LMI_HANDLE h = open(p, LMI_MODE_READ);
+    ASSERT_NE(h, nullptr) << where;
+    for (auto& [name, data] : before) {
+      if (after.count(name)) continue;
+      ASSERT_EQ(get(h, name), data) << where << ": " << name;
+    }
+    for (auto& [subject, wanted] : after) {
+      int32_t rc;
+      Bytes now = get(h, subject, &rc);
+      auto old = before.find(subject);
+      bool removes = wanted == kAbsent;
+      bool is_old = old != before.end() ? rc == 0 && now == old->second : rc == -12;
+      bool is_new = removes ? rc == -12 : rc == 0 && now == wanted;
+      EXPECT_TRUE(completed ? is_new : is_old || is_new)
+          << where << ": " << subject << " is neither old nor new (rc " << rc << ")";
+    }
+    LMI_CloseLibrary(h);
+    for (auto& f : check(p)) ASSERT_EQ(f.first, LMI_CHECK_LEAKED) << where << ": " << f.second;
+  }
+};
+
+TEST_F(NothingLostTest, PutOfANewEntry) {
+  Bytes data = pattern(40000, 99);
+  exhaust("put", [&](LMI_HANDLE h) { put(h, "entry_new_with_a_longer_name.srd", data, u"fresh"); },
+          {{"entry_new_with_a_longer_name.srd", data}});
+}
+
+TEST_F(NothingLostTest, ReplaceOfAnEntry) {
+  Bytes data = pattern(20000, 98);
+  const std::string subject = "entry_7_with_a_longer_name.srd";
+  exhaust("replace", [&](LMI_HANDLE h) { put(h, subject, data); }, {{subject, data}});
+}
+
+TEST_F(NothingLostTest, DeleteOfEntries) {
+  // Deleting the lower 70 names in a row empties nodes and takes them out of the tree.
+  Contents seeded, removed;
+  seed("names.kol", &seeded);
+  for (auto it = seeded.begin(); removed.size() < 70; ++it) removed[it->first] = kAbsent;
+  exhaust("delete", [&](LMI_HANDLE h) {
+    for (auto& [name, unused] : removed) {
+      std::u16string n = u16(name);
+      LMI_DeleteEntry(h, n.data());
+    }
+  }, removed);
+}
+
+}  // namespace
