@@ -19,6 +19,16 @@ const KOFMTCODE* find_section(const KOFMTCODE* program, int index, int* count) {
   return found;
 }
 
+void list_sections(const KOFMTCODE* program, SectionList& out) {
+  out.count = 0;
+  const KOFMTCODE* p = program;
+  constexpr int kMax = int(sizeof out.sections / sizeof out.sections[0]);
+  while (p && out.count < kMax && is_section_code(*p) && p[1] >= kSectionHeaderSize) {
+    out.sections[out.count++] = p;
+    p += p[1];
+  }
+}
+
 void record_number_layout(KOFMTCODE* section) {
   const KOFMTCODE* end = section + section[kHeaderLength];
   int integer_total = 0, first_mandatory = -1, first_run_mandatory = 0;

@@ -124,6 +124,13 @@ inline int element_operand_count(KOFMTCODE code) {
 // Sums up the digit runs of a complete number section into its header.
 void record_number_layout(KOFMTCODE* section);
 
+// Every section of a compiled program, found in one walk.
+struct SectionList {
+  const KOFMTCODE* sections[kLastSection - kNumberFirstSection + 1];
+  int count = 0;
+};
+void list_sections(const KOFMTCODE* program, SectionList& out);
+
 // Finds section `index` (0-based) of a compiled program; null when the
 // program has fewer sections. `count`, when not null, receives the number of
 // sections.

@@ -108,7 +108,7 @@ bool sixteen_digits_exact(double magnitude, DigitString& out) {
   if (shift < 0 || shift > 52 + 24) return false;
   // 2^(52 - shift) <= value: a first guess of the decimal exponent, which the
   // digit count corrects.
-  int exponent = int(std::floor((52 - shift) * 0.30102999566398120)) + 1;
+  int exponent = ((52 - shift) * 78913 >> 18) + 1;  // floor(log10(2) * n) for |n| < 2^13
   for (int attempt = 0; attempt < 2; ++attempt) {
     int p = 16 - exponent;
     if (p < 0 || p > 22) return false;

@@ -233,8 +233,9 @@ int render_number(const KOFMTCODE* program, DigitString& value, KOCHAR* out, int
                   const KOCHAR* culture) {
   if (!program || !out || capacity <= 0) return -1;
   TextOutput output(out, capacity);
-  int sections = 0;
-  find_section(program, 0, &sections);
+  SectionList list;
+  list_sections(program, list);
+  int sections = list.count;
   if (sections == 0) {
     output.finish();
     return -1;
@@ -268,7 +269,7 @@ int render_number(const KOFMTCODE* program, DigitString& value, KOCHAR* out, int
     index = kNegativeSection;
   }
   bool minus = value.negative && index == kPositiveSection;
-  SectionLayout layout{find_section(program, index, nullptr)};
+  SectionLayout layout{list.sections[index]};
   if ((layout.flags() & kSectionPercent) && !value.is_zero()) value.exponent += 2;
   // The value is rounded in place; a general element needs it unrounded.
   DigitString unrounded;
@@ -278,7 +279,7 @@ int render_number(const KOFMTCODE* program, DigitString& value, KOCHAR* out, int
     value = DigitString();
     unrounded = value;
     minus = false;
-    layout = SectionLayout{find_section(program, sections > kZeroSection ? kZeroSection : kPositiveSection, nullptr)};
+    layout = SectionLayout{list.sections[sections > kZeroSection ? kZeroSection : kPositiveSection]};
     exponent = 0;
   }
   if (minus) output.put(u'-');
