@@ -40,8 +40,10 @@ set_target_properties(artefacts_c_consumer PROPERTIES C_STANDARD 11 C_STANDARD_R
 target_compile_options(artefacts_c_consumer PRIVATE -Wall -Wextra -Werror)
 add_test(NAME artefacts_c_consumer COMMAND artefacts_c_consumer)
 
-# (c) An installed tree serves a CMake consumer and a pkg-config consumer.
+# (c) An installed tree serves a CMake consumer and (where pkg-config is
+# installed) a pkg-config consumer.
 if(NOT CMAKE_CROSSCOMPILING)
+  find_program(KOSHR_PKG_CONFIG pkg-config)
   add_test(NAME artefacts_install
     COMMAND ${CMAKE_COMMAND}
             -DBUILD_DIR=${CMAKE_BINARY_DIR}
@@ -49,6 +51,7 @@ if(NOT CMAKE_CROSSCOMPILING)
             -DCONSUMER_DIR=${artefacts}/consumer
             -DGENERATOR=${CMAKE_GENERATOR}
             -DCXX_COMPILER=${CMAKE_CXX_COMPILER}
+            -DPKG_CONFIG=${KOSHR_PKG_CONFIG}
             "-DCXX_FLAGS=${CMAKE_CXX_FLAGS}"
             "-DLINK_FLAGS=${CMAKE_EXE_LINKER_FLAGS}"
             -P ${artefacts}/install_consumers.cmake)

@@ -26,7 +26,11 @@ if(NOT last_output MATCHES "installed koshr")
 endif()
 
 # pkg-config
-find_program(PKG_CONFIG pkg-config REQUIRED)
+if(NOT PKG_CONFIG)
+  message(STATUS "pkg-config is not installed: the pkg-config consumer is left out")
+  file(REMOVE_RECURSE ${WORK_DIR})
+  return()
+endif()
 file(GLOB_RECURSE pc_files ${prefix}/*/koshr.pc)
 list(GET pc_files 0 pc_file)
 get_filename_component(pc_dir ${pc_file} DIRECTORY)
