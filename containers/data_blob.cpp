@@ -35,7 +35,7 @@ SH_MI_DATA_BLOB* ko::DataBlobAccess::create() {
   auto* blob = new (memory) SH_MI_DATA_BLOB;
   blob->buffer_ = static_cast<uint8_t*>(KoHeap_alloc(kBlobInitialCapacity, &kSiteDataBlob));
   if (!blob->buffer_) {
-    blob->~SH_MI_DATA_BLOB();
+    blob->SH_MI_DATA_BLOB::~SH_MI_DATA_BLOB();
     KoHeap_free(memory);
     return nullptr;
   }
@@ -62,7 +62,7 @@ uint32_t SH_MI_DATA_BLOB::Release() {
   uint32_t left = std::atomic_ref<uint32_t>(ref_count_).fetch_sub(1) - 1;
   if (left == 0) {
     ko::KoHeap_free(buffer_);
-    this->~SH_MI_DATA_BLOB();
+    this->SH_MI_DATA_BLOB::~SH_MI_DATA_BLOB();
     ko::KoHeap_free(this);
   }
   return left;

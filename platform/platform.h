@@ -207,6 +207,11 @@ void process_unlock();
 // With a zero capacity the needed size is returned; 0 means failure.
 int ansi_to_utf16(const char* text, int length, KOCHAR* out, int capacity);
 int utf16_to_ansi(const KOCHAR* text, int length, char* out, int capacity);
+// The C runtime's forms (mbstowcs / wcstombs): the same, except that text the
+// code page cannot read or write (a malformed sequence, a missing character)
+// fails the whole conversion with 0 instead of being replaced.
+int ansi_to_utf16_strict(const char* text, int length, KOCHAR* out, int capacity);
+int utf16_to_ansi_strict(const KOCHAR* text, int length, char* out, int capacity);
 
 // ---------------------------------------------------------------- locale-aware characters
 

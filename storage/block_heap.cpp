@@ -291,11 +291,12 @@ void shared_free(KoHeapPool* pool, unsigned size_class, void* block) {
 }
 
 void heap_dump_state() {
+  uint64_t cached = KoHeap_cachedBytes();
   char text[200];
   std::snprintf(text, sizeof text,
                 "KoHeap: %llu bytes mapped, %llu bytes cached, page %llu, largest block %llu\n",
                 static_cast<unsigned long long>(g_heap.mapped_bytes.load()),
-                static_cast<unsigned long long>(g_heap.cached_bytes),
+                static_cast<unsigned long long>(cached),
                 static_cast<unsigned long long>(g_heap.settings.page_size),
                 static_cast<unsigned long long>(max_block()));
   os::debug_output(text);

@@ -10,7 +10,7 @@
 #include <iterator>
 #include <vector>
 
-#include "storage_fixture.h"
+#include "test_support.h"
 
 namespace {
 

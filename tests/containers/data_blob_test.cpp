@@ -8,7 +8,7 @@
 #include <functional>
 #include <vector>
 
-#include "storage_fixture.h"
+#include "test_support.h"
 
 namespace {
 

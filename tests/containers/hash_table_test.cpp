@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "containers/string_hash.h"
-#include "storage_fixture.h"
+#include "test_support.h"
 
 namespace {
 

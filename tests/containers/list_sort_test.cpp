@@ -7,7 +7,7 @@
 #include <random>
 #include <vector>
 
-#include "storage_fixture.h"
+#include "test_support.h"
 
 namespace {
 
@@ -18,20 +18,6 @@ class ListSortTest : public StorageTest {
     shlistx* list = shlist_new(context, pool);
     for (auto& s : strings) shlist_insert(list, s.data());
     return list;
-  }
-
-  // The items first to last, the current one in brackets.
-  static std::string contents(shlistx* list) {
-    std::string out;
-    ShListNode* current = shlist_curr_node(list);
-    if (!shlist_get_first(list)) return out;
-    ShListNode* node = shlist_curr_node(list);
-    for (uint32_t i = 0; i < shlist_get_count(list); ++i, node = node->next) {
-      if (!out.empty()) out += ' ';
-      out += node == current ? "[" + narrow(node->item) + "]" : narrow(node->item);
-    }
-    shlist_set_current(list, current);
-    return out;
   }
 
   std::vector<std::u16string> strings;
@@ -72,12 +58,15 @@ TEST_F(ListSortTest, FlagsDecideWhatHappensToTheList) {
     if (c.with_param) {
       int sign = -1;
       void** sorted = shlist_sort_param(list, &sign, reversed, c.flags);
-      for (int i = 0; sorted && i < 3; ++i) array += (i ? " " : "") + narrow(sorted[i]);
+      for (int i = 0; sorted && i < 3; ++i) {
+        if (i) array += ' ';
+        array += narrow(sorted[i]);
+      }
       kostg_fee(context, sorted);
     } else {
       EXPECT_EQ(shlist_sort(list, nullptr, c.flags), 0);
     }
-    EXPECT_EQ(contents(list), c.list_after);
+    EXPECT_EQ(list_contents(list), c.list_after);
     EXPECT_EQ(shlist_get_count(list), *c.list_after ? 3u : 0u);
     EXPECT_EQ(array, c.array);
     shlist_delete(list);
@@ -95,7 +84,7 @@ TEST_F(ListSortTest, DefaultOrderIsTheLocaleCollation) {
   // Case-folded first, lower case before upper: not the code-unit order.
   shlistx* list = make({u"b", u"B", u"A", u"a", u"ab"});
   shlist_sort(list, nullptr, SHLIST_SORT_REBUILD);
-  EXPECT_EQ(contents(list), "a A ab b [B]");
+  EXPECT_EQ(list_contents(list), "a A ab b [B]");
 }
 
 std::vector<int> heap_sorted(std::vector<int> values, SHLIST_COMPARE compare) {

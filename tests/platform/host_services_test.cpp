@@ -92,6 +92,14 @@ TEST(HostServices, ModulesLoadByTheirWindowsName) {
   EXPECT_EQ(last_error(), kErrorModNotFound);
   EXPECT_EQ(module_load(nullptr, 0), nullptr);
 
+  // Named the Windows way, found beside the test program on both systems.
+  ModuleHandle own = module_load(u"koshr_test_module.dll", 0);
+  ASSERT_NE(own, nullptr);
+  auto answer = reinterpret_cast<int (*)()>(module_symbol(own, "koshr_test_module_answer"));
+  ASSERT_NE(answer, nullptr);
+  EXPECT_EQ(answer(), 42);
+  module_free(own);
+
   KOCHAR path[1024];
   EXPECT_GT(executable_path(path, 1024), 0u);
   EXPECT_GT(own_module_path(path, 1024), 0u);

@@ -70,7 +70,7 @@ TEST(SystemHeap, SwitchSendsEveryCallToTheRuntimeHeap) {
       {
         UseNewCompilerHeap(1);
         UseNewCompilerHeap(0);  // never turns the mode off again
-        std::exit(system_heap_failures());
+        std::_Exit(system_heap_failures());
       },
       ::testing::ExitedWithCode(0), "");
 }
@@ -82,7 +82,7 @@ TEST(SystemHeap, OutsideSwitchIsSeenByTheFirstCall) {
         create_outside_switch();
         int failures = system_heap_failures();
         remove_outside_switch();
-        std::exit(failures);
+        std::_Exit(failures);
       },
       ::testing::ExitedWithCode(0), "");
 }
@@ -98,7 +98,7 @@ TEST(SystemHeap, OutsideSwitchIsLookedForOnce) {
         void* after = kostg_alc(context, 9, kostg_new_pool(context));
         remove_outside_switch();
         int failures = kostg_sz(context, before) != 16 || kostg_sz(context, after) != 16;
-        std::exit(failures);
+        std::_Exit(failures);
       },
       ::testing::ExitedWithCode(0), "");
 }

@@ -1,0 +1,22 @@
+/* A C program using the library through its public headers: proof that the
+ * headers are C and that the exported names link from C. */
+#include <stdio.h>
+#include <string.h>
+
+#include "c_headers.h"
+
+int main(void) {
+  KostgContext* context = kostg_begin(0);
+  if (context == NULL) return 1;
+  KostgSubpool* pool = kostg_new_pool(context);
+  char* block = (char*)kostg_alc(context, 32, pool);
+  if (block == NULL) return 2;
+  memcpy(block, "from C", 7);
+  const int ok = strcmp(block, "from C") == 0 && strcmp(koshr_version(), "") != 0;
+  kostg_fee(context, block);
+  kostg_free_pool(context, pool);
+  kostg_end(context);
+  if (!ok) return 3;
+  printf("C consumer linked against koshr %s\n", koshr_version());
+  return 0;
+}
