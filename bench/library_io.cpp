@@ -4,7 +4,8 @@
 //
 //   write  10,000 entries of 4 KB, 1,000 of 64 KB (no fsync anywhere)
 //   read   all of them back by name in random order, warm
-//   open   a 10,000-entry library in a new process and read one entry
+//   open   a 10,000-entry library in a new process and read one entry (the
+//          time the new process spends on it, measured inside it)
 //   list   10,000 entries
 //   check  a 40 MB library
 #include <benchmark/benchmark.h>
@@ -190,16 +191,33 @@ void BM_Read_Sqlite(benchmark::State& state) {
 
 std::string self_path() { return std::filesystem::read_symlink("/proc/self/exe").string(); }
 
-void spawn_and_wait(std::vector<std::string> args) {
+// Runs the child side in a new process; its own measure of the work comes
+// back through a pipe, in nanoseconds.
+double spawn_and_measure(std::vector<std::string> args) {
+  int fds[2];
+  if (pipe(fds) != 0) std::abort();
+  posix_spawn_file_actions_t actions;
+  posix_spawn_file_actions_init(&actions);
+  posix_spawn_file_actions_adddup2(&actions, fds[1], 1);
+  posix_spawn_file_actions_addclose(&actions, fds[0]);
   std::vector<char*> argv;
   for (auto& a : args) argv.push_back(a.data());
   argv.push_back(nullptr);
   pid_t pid;
-  if (posix_spawn(&pid, argv[0], nullptr, nullptr, argv.data(), environ) != 0) std::abort();
+  if (posix_spawn(&pid, argv[0], &actions, nullptr, argv.data(), environ) != 0) std::abort();
+  posix_spawn_file_actions_destroy(&actions);
+  close(fds[1]);
+  char text[64] = {};
+  ssize_t got = ::read(fds[0], text, sizeof text - 1);
+  close(fds[0]);
   int status;
   waitpid(pid, &status, 0);
+  return got > 0 ? std::atof(text) : 0.0;
 }
 
+// The time a new process spends opening the library (or database) and
+// reading one entry, measured inside that process from its first line of
+// work: what the open adds to the process's start.
 void BM_Open_Process(benchmark::State& state, const char* mode, const char* file) {
   static bool prepared = false;
   if (!prepared) {
@@ -211,7 +229,7 @@ void BM_Open_Process(benchmark::State& state, const char* mode, const char* file
     prepared = true;
   }
   std::string self = self_path();
-  for (auto _ : state) spawn_and_wait({self, mode, path_of(file), "w_object_009876.srw"});
+  for (auto _ : state) state.SetIterationTime(spawn_and_measure({self, mode, path_of(file), "w_object_009876.srw"}) / 1e9);
 }
 
 void BM_List_Library(benchmark::State& state) {
@@ -240,9 +258,8 @@ void BM_Check_Library(benchmark::State& state) {
   kostg_end(pool);
 }
 
-// The child side of the open benchmarks.
-int open_one(const std::string& mode, const char* file, const char* entry) {
-  if (mode == "--empty") return 0;
+// The child side of the open benchmarks: does the work and prints its time.
+int open_work(const std::string& mode, const char* file, const char* entry) {
   if (mode == "--sqlite") {
     sqlite3* db = nullptr;
     sqlite3_open_v2(file, &db, SQLITE_OPEN_READONLY, nullptr);
@@ -258,8 +275,17 @@ int open_one(const std::string& mode, const char* file, const char* entry) {
   std::u16string p = wide(file), name = wide(entry);
   LMI_HANDLE lib = LMI_OpenLibrary(pool, p.c_str(), LMI_MODE_READ, 0);
   uint8_t buffer[64];
-  int rc = lib && LMI_OpenEntry(lib, name.data(), LMI_ENTRY_READ, nullptr) == 0 && LMI_ReadEntry(lib, buffer, 64) == 64 ? 0 : 1;
+  int rc = lib && LMI_OpenEntry(lib, name.data(), LMI_ENTRY_READ, nullptr) == 0 && LMI_ReadEntry(lib, buffer, 64) > 0 ? 0 : 1;
   if (lib) LMI_CloseLibrary(lib);
+  kostg_end(pool);
+  return rc;
+}
+
+int open_one(const std::string& mode, const char* file, const char* entry) {
+  auto start = std::chrono::steady_clock::now();
+  int rc = mode == "--empty" ? 0 : open_work(mode, file, entry);
+  auto ns = std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
+  std::printf("%.0f\n", rc == 0 ? ns : 1e12);
   return rc;
 }
 
@@ -271,10 +297,11 @@ BENCHMARK(BM_Write_Sqlite)->Args({10000, 4096})->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Read_Library)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Read_PlainPread)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Read_Sqlite)->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_Open_Process, empty_process, "--empty", "open_random.kol")->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BM_Open_Process, library_random_order, "--library", "open_random.kol")->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BM_Open_Process, library_name_order, "--library", "open_ordered.kol")->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BM_Open_Process, sqlite, "--sqlite", "open.db")->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_Open_Process, library_random_order, "--library", "open_random.kol")
+    ->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_Open_Process, library_name_order, "--library", "open_ordered.kol")
+    ->UseManualTime()->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_Open_Process, sqlite, "--sqlite", "open.db")->UseManualTime()->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_List_Library)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Check_Library)->Unit(benchmark::kMillisecond);
 

@@ -15,3 +15,12 @@ foreach(driver TST TRA NOE)
 endforeach()
 target_compile_definitions(koTST PRIVATE TEST_DRIVER_ENTRY=KO_DB_Rout)
 target_compile_definitions(koTRA PRIVATE TEST_DRIVER_ENTRY=TraceMainDispatcher)
+
+# The `koshr dbparm`, `sql` and `driver` commands, driven end to end (native builds).
+if(NOT CMAKE_CROSSCOMPILING AND TARGET koshr_tool)
+  find_package(Python3 COMPONENTS Interpreter QUIET)
+  if(Python3_FOUND)
+    add_test(NAME KoshrDbiTool
+             COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/dbi/koshr_dbi_test.py $<TARGET_FILE:koshr_tool>)
+  endif()
+endif()
