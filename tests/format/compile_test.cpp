@@ -149,6 +149,16 @@ TEST(Compile, DefaultFormatsFitThirtyNineCodes) {
   }
 }
 
+// Only the first 1,000 characters of a number format are read.
+TEST(Compile, NumberFormatIsCutAtOneThousandCharacters) {
+  std::u16string format(999, u'0');
+  KOFMTCODE compiled[64];
+  EXPECT_EQ(shformatCmplNumericMaskWeb((format + u"0.").c_str(), compiled, 64, kUsCulture), 0);
+  EXPECT_EQ(shformatCmplNumericMaskWeb((format + u".0.").c_str(), compiled, 64, kUsCulture), 0);
+  EXPECT_EQ(
+      shformatCmplNumericMaskWeb((format.substr(2) + u".0.").c_str(), compiled, 64, kUsCulture), 6);
+}
+
 TEST(Compile, CommaPositions) {
   KOFMTCODE compiled[64];
   int positions[4];
