@@ -115,6 +115,13 @@ enum ModuleLoad : unsigned { kModuleAlteredSearchPath = 8 };
 ModuleHandle module_load(const KOCHAR* name, unsigned flags);
 void* module_symbol(ModuleHandle module, const char* name);
 void module_free(ModuleHandle module);
+// The module of that file name already loaded in the process (matched by file
+// name, ".dll" read as the platform's suffix), or null; loads nothing and, as
+// GetModuleHandleW, takes no reference.
+ModuleHandle module_loaded(const KOCHAR* name);
+// SetErrorMode: 1 suppresses the system's critical-error boxes; returns the
+// previous mode. POSIX has no such boxes and only keeps the value.
+unsigned set_error_mode(unsigned mode);
 // The platform's module suffix: ".dll" or ".so".
 const KOCHAR* module_suffix();
 // Full path of the KOSHR module itself, of the running executable.
@@ -207,6 +214,11 @@ void process_unlock();
 // With a zero capacity the needed size is returned; 0 means failure.
 int ansi_to_utf16(const char* text, int length, KOCHAR* out, int capacity);
 int utf16_to_ansi(const KOCHAR* text, int length, char* out, int capacity);
+// The C runtime's forms (mbstowcs / wcstombs): the same, except that text the
+// code page cannot read or write (a malformed sequence, a missing character)
+// fails the whole conversion with 0 instead of being replaced.
+int ansi_to_utf16_strict(const char* text, int length, KOCHAR* out, int capacity);
+int utf16_to_ansi_strict(const KOCHAR* text, int length, char* out, int capacity);
 
 // ---------------------------------------------------------------- locale-aware characters
 

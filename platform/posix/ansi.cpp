@@ -69,9 +69,8 @@ struct Output {
   }
 };
 
-}  // namespace
-
-int ansi_to_utf16(const char* text, int length, KOCHAR* out, int capacity) {
+// Replacing, or failing with 0 when `strict`, on text the code page cannot read.
+int read_code_page(const char* text, int length, KOCHAR* out, int capacity, bool strict) {
   if (text == nullptr || length == 0 || length < -1 || capacity < 0 ||
       (capacity > 0 && out == nullptr)) {
     set_last_error(kErrorInvalidParameter);
@@ -85,6 +84,7 @@ int ansi_to_utf16(const char* text, int length, KOCHAR* out, int capacity) {
     wchar_t wide = 0;
     const size_t used = std::mbrtowc(&wide, text + i, size - i, &state);
     if (used == static_cast<size_t>(-1) || used == static_cast<size_t>(-2)) {
+      if (strict) return 0;
       output.put(0xFFFD);
       state = std::mbstate_t{};
       i += used == static_cast<size_t>(-1) ? 1 : size - i;
@@ -102,7 +102,8 @@ int ansi_to_utf16(const char* text, int length, KOCHAR* out, int capacity) {
   return output.finish();
 }
 
-int utf16_to_ansi(const KOCHAR* text, int length, char* out, int capacity) {
+// Replacing, or failing with 0 when `strict`, on text the code page cannot write.
+int write_code_page(const KOCHAR* text, int length, char* out, int capacity, bool strict) {
   if (text == nullptr || length == 0 || length < -1 || capacity < 0 ||
       (capacity > 0 && out == nullptr)) {
     set_last_error(kErrorInvalidParameter);
@@ -119,11 +120,13 @@ int utf16_to_ansi(const KOCHAR* text, int length, char* out, int capacity) {
         text[i + 1] <= 0xDFFF) {
       code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00u);
     } else if (code >= 0xD800 && code <= 0xDFFF) {
+      if (strict) return 0;
       output.put('?');
       continue;
     }
     const size_t written = std::wcrtomb(bytes, static_cast<wchar_t>(code), &state);
     if (written == static_cast<size_t>(-1)) {
+      if (strict) return 0;
       output.put('?');
       state = std::mbstate_t{};
       continue;
@@ -131,6 +134,24 @@ int utf16_to_ansi(const KOCHAR* text, int length, char* out, int capacity) {
     for (size_t b = 0; b < written; ++b) output.put(bytes[b]);
   }
   return output.finish();
+}
+
+}  // namespace
+
+int ansi_to_utf16(const char* text, int length, KOCHAR* out, int capacity) {
+  return read_code_page(text, length, out, capacity, false);
+}
+
+int ansi_to_utf16_strict(const char* text, int length, KOCHAR* out, int capacity) {
+  return read_code_page(text, length, out, capacity, true);
+}
+
+int utf16_to_ansi(const KOCHAR* text, int length, char* out, int capacity) {
+  return write_code_page(text, length, out, capacity, false);
+}
+
+int utf16_to_ansi_strict(const KOCHAR* text, int length, char* out, int capacity) {
+  return write_code_page(text, length, out, capacity, true);
 }
 
 }  // namespace ko::os

@@ -1,0 +1,119 @@
+// Counted conversions with embedded zeros, the forced multibyte conversion and
+// automation strings. Only ASCII is assumed convertible: the ansi code page
+// is the machine's.
+#include <koshr/strings.h>
+
+#include "platform/platform.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+namespace {
+
+using namespace std::string_literals;
+
+struct CountedCase {
+  std::string ansi;
+  std::u16string text;
+};
+
+const CountedCase kCounted[] = {
+    {""s, u""s},
+    {"abc"s, u"abc"s},
+    {"\0"s, u"\0"s},
+    {"a\0b\0\0c"s, u"a\0b\0\0c"s},
+    {"\0\0tail"s, u"\0\0tail"s},
+    {"head\0"s, u"head\0"s},
+};
+
+TEST(StringCounted, AnsiToStringKeepsZeros) {
+  for (const auto& c : kCounted) {
+    SCOPED_TRACE(testing::PrintToString(c.ansi));
+    EXPECT_EQ(kostg_ansitostr_with_zero(nullptr, c.ansi.data(), int64_t(c.ansi.size())), int64_t(c.text.size()));
+    std::vector<KOCHAR> out(c.text.size() + 1, u'#');
+    ASSERT_EQ(kostg_ansitostr_with_zero(out.data(), c.ansi.data(), int64_t(c.ansi.size())), int64_t(c.text.size()));
+    EXPECT_EQ(std::u16string(out.data(), c.text.size()), c.text);
+    EXPECT_EQ(out[c.text.size()], u'#') << "nothing is written past the units produced";
+  }
+}
+
+TEST(StringCounted, StringToAnsiKeepsZeros) {
+  for (const auto& c : kCounted) {
+    SCOPED_TRACE(testing::PrintToString(c.ansi));
+    EXPECT_EQ(kostg_strtoansi_with_zero(nullptr, c.text.data(), int64_t(c.text.size())), int64_t(c.ansi.size()));
+    std::vector<char> out(c.ansi.size() + 1, '#');
+    ASSERT_EQ(kostg_strtoansi_with_zero(out.data(), c.text.data(), int64_t(c.text.size())), int64_t(c.ansi.size()));
+    EXPECT_EQ(std::string(out.data(), c.ansi.size()), c.ansi);
+    EXPECT_EQ(out[c.ansi.size()], '#');
+  }
+}
+
+TEST(StringCounted, CountBoundsTheInput) {
+  KOCHAR out[8] = {};
+  EXPECT_EQ(kostg_ansitostr_with_zero(out, "abcdef", 3), 3);
+  EXPECT_EQ(std::u16string(out, 3), u"abc");
+  char bytes[8] = {};
+  EXPECT_EQ(kostg_strtoansi_with_zero(bytes, u"abcdef", 2), 2);
+  EXPECT_EQ(std::string(bytes, 2), "ab");
+}
+
+TEST(StringCounted, NullAndEmpty) {
+  KOCHAR out[2];
+  char bytes[2];
+  EXPECT_EQ(kostg_ansitostr_with_zero(out, nullptr, 5), -1);
+  EXPECT_EQ(kostg_strtoansi_with_zero(bytes, nullptr, 5), -1);
+  EXPECT_EQ(kostg_ansitostr_with_zero(out, "abc", 0), 0);
+  EXPECT_EQ(kostg_strtoansi_with_zero(bytes, u"abc", 0), 0);
+}
+
+TEST(StringCounted, ForcedConversionOfConvertibleText) {
+  KOCHAR out[16];
+  int lossy = -1;
+  EXPECT_EQ(mbstowcs_force(out, "plain", 16, &lossy), 5u);
+  EXPECT_EQ(lossy, 0);
+  EXPECT_EQ(std::u16string(out), u"plain");
+  EXPECT_EQ(mbstowcs_force(nullptr, "count me", 0, &lossy), 8u);
+  // A limit cuts without a terminator, as the runtime's conversion does.
+  std::fill(out, out + 16, u'#');
+  EXPECT_EQ(mbstowcs_force(out, "abcdef", 3, &lossy), 3u);
+  EXPECT_EQ(std::u16string(out, 4), u"abc#");
+}
+
+// The byte 0xFF converts in single-byte code pages and fails in UTF-8 and in
+// the "C" locale: the forced path is checked wherever the machine fails it.
+TEST(StringCounted, ForcedConversionReplacesBadBytes) {
+  KOCHAR probe[4];
+  if (ko::os::ansi_to_utf16_strict("\xFF", 1, probe, 4) > 0) GTEST_SKIP() << "0xFF converts in this code page";
+  KOCHAR out[10];
+  std::fill(out, out + 10, u'#');
+  int lossy = 0;
+  EXPECT_EQ(mbstowcs_force(out, "a\xFF" "b\xFF\xFF", 8, &lossy), 5u);
+  EXPECT_EQ(lossy, 1);
+  EXPECT_EQ(std::u16string(out), u"a?b??");
+  EXPECT_EQ(out[6], 0) << "count units are zero-filled";
+  // The forced path stops after count + 1 units, and then does not terminate.
+  std::fill(out, out + 10, u'#');
+  EXPECT_EQ(mbstowcs_force(out, "\xFF" "abcdefgh", 3, &lossy), 4u);
+  EXPECT_EQ(std::u16string(out, 5), u"?abc#");
+}
+
+TEST(StringCounted, AutomationStrings) {
+  const struct { KOCHAR* (*make)(const KOCHAR*); } makers[] = {{kostg_unicodetobstr}, {kostg_strtobstr}};
+  for (const auto& m : makers) {
+    KOCHAR* text = m.make(u"auto\u263A");
+    ASSERT_NE(text, nullptr);
+    EXPECT_EQ(std::u16string(text), u"auto\u263A");
+    EXPECT_EQ(ko::os::sys_string_len(text), 5u);
+    ko::os::sys_free_string(text);
+  }
+  KOCHAR* text = kostg_ansitobstr("from ansi");
+  ASSERT_NE(text, nullptr);
+  EXPECT_EQ(std::u16string(text), u"from ansi");
+  EXPECT_EQ(ko::os::sys_string_byte_len(text), 18u);
+  ko::os::sys_free_string(text);
+  EXPECT_EQ(kostg_ansitobstr(nullptr), nullptr);
+}
+
+}  // namespace
