@@ -39,16 +39,18 @@ class CodeWriter {
   int begin_section(KOFMTCODE section_code) {
     int start = size_;
     put(section_code);
-    put(0);
-    put(0);
-    put(0);
+    for (int i = 1; i < kSectionHeaderSize; ++i) put(0);
     return start;
   }
   // Closes the section opened at `start`, recording its length, flags and digits.
   void end_section(int start, KOFMTCODE flags, int digits) {
-    set(start + 1, KOFMTCODE(size_ - start));
-    set(start + 2, flags);
-    set(start + 3, KOFMTCODE(digits));
+    set(start + kHeaderLength, KOFMTCODE(size_ - start));
+    set(start + kHeaderFlags, flags);
+    set(start + kHeaderDigits, KOFMTCODE(digits));
+  }
+  // The section opened at `start` when all of it fits in the buffer.
+  KOFMTCODE* section_at(int start) {
+    return overflow_ || start + kSectionHeaderSize > size_ ? nullptr : buffer_ + start;
   }
   void finish() {
     put(kCodeEnd);

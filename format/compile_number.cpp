@@ -71,7 +71,10 @@ class NumberCompiler {
     only_plain_runs_ = true;
     run_ = Run::kNone;
   }
-  void end_section() { out_.end_section(section_start_, flags_, digits_); }
+  void end_section() {
+    out_.end_section(section_start_, flags_, digits_);
+    if (KOFMTCODE* section = out_.section_at(section_start_)) record_number_layout(section);
+  }
 
   // Any element other than an ungrouped integer run rules out text mode.
   void element(KOFMTCODE code) {
@@ -271,6 +274,7 @@ class NumberCompiler {
         element(kCodeEnglish);
         return 0;
       case FormatKeyword::kGeneral:
+        flags_ |= kSectionGeneral;
         element(kCodeGeneral);
         return 0;
       case FormatKeyword::kNone:

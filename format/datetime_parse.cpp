@@ -209,7 +209,7 @@ bool parse_with(const KOCHAR* text, const KOCHAR* format, const KOCHAR* culture,
   const KOFMTCODE* section = find_section(program, 0, nullptr);
   Fields fields;
   TextReader reader(text, settings);
-  return section && reader.read(section + kSectionHeaderSize, section + section[1], fields) &&
+  return section && reader.read(section + kSectionHeaderSize, section + section[kHeaderLength], fields) &&
          fields_to_value(fields, out);
 }
 

@@ -152,9 +152,9 @@ extern "C" KOSHR_API int shformatDateTimeWeb(const KOFMTCODE* compiled, const KO
   RegionalSettings scratch;
   const RegionalSettings& settings = regional_settings(culture, scratch);
   static const KODATETIME kNullValue{0, kNullYear, 255, 255, 255, 255, 255, 0};
-  DateTimePlayer player(value ? *value : kNullValue, section[2] & kSectionTwelveHour, settings,
+  DateTimePlayer player(value ? *value : kNullValue, section[kHeaderFlags] & kSectionTwelveHour, settings,
                         output);
-  player.play(section + kSectionHeaderSize, section + section[1]);
+  player.play(section + kSectionHeaderSize, section + section[kHeaderLength]);
   return output.finish();
 }
 

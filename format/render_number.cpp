@@ -33,64 +33,40 @@ struct Separators {
   int group_size;
 };
 
-// What the renderer needs to know of a section before playing it.
+// What the renderer needs to know of a section, read from its header.
 struct SectionLayout {
-  const KOFMTCODE* begin = nullptr;  // first element
-  const KOFMTCODE* end = nullptr;
-  KOFMTCODE flags = 0;
-  int integer_total = 0;
-  int integer_mandatory_span = 0;  // digits counted from the right that must show
-  int first_run_mandatory = 0;
-  int fraction_total = 0;
-  int fraction_mandatory_span = 0;
-  bool has_digits = false;
+  const KOFMTCODE* header;
+
+  const KOFMTCODE* begin() const { return header + kSectionHeaderSize; }
+  const KOFMTCODE* end() const { return header + header[kHeaderLength]; }
+  KOFMTCODE flags() const { return header[kHeaderFlags]; }
+  int integer_total() const { return header[kHeaderIntegerTotal]; }
+  int integer_mandatory_span() const { return header[kHeaderIntegerMandatory]; }
+  int first_run_mandatory() const { return header[kHeaderFirstRunMandatory]; }
+  int fraction_total() const { return header[kHeaderFractionTotal]; }
+  int fraction_mandatory_span() const { return header[kHeaderFractionMandatory]; }
+  bool has_digits() const { return integer_total() + fraction_total() > 0; }
 };
 
-SectionLayout scan_section(const KOFMTCODE* section) {
-  SectionLayout layout{};
-  layout.begin = section + kSectionHeaderSize;
-  layout.end = section + section[1];
-  layout.flags = section[2];
-  int first_mandatory = -1;
-  for (const KOFMTCODE* p = layout.begin; p < layout.end; p = next_element(p, layout.end)) {
-    if (*p == kCodeDigits && p + 3 < layout.end) {
-      int mandatory = p[1], total = p[2];
-      if (mandatory > 0 && first_mandatory < 0) {
-        first_mandatory = layout.integer_total + total - mandatory;
-        layout.first_run_mandatory = mandatory;
-      }
-      layout.integer_total += total;
-      layout.has_digits = true;
-    } else if (*p == kCodeFraction && p + 2 < layout.end) {
-      int mandatory = p[1], total = p[2];
-      if (mandatory > 0) layout.fraction_mandatory_span = layout.fraction_total + mandatory;
-      layout.fraction_total += total;
-      layout.has_digits = true;
-    }
-  }
-  if (first_mandatory >= 0) layout.integer_mandatory_span = layout.integer_total - first_mandatory;
-  return layout;
-}
-
-bool is_scientific(const SectionLayout& layout) { return layout.flags & kSectionScientific; }
+bool is_scientific(const SectionLayout& layout) { return layout.flags() & kSectionScientific; }
 
 // Digits before the point of a scientific mantissa.
 int mantissa_integer_digits(const SectionLayout& layout) {
-  if (layout.first_run_mandatory > 0) return layout.first_run_mandatory;
-  return layout.integer_total > 0 ? 1 : 0;
+  if (layout.first_run_mandatory() > 0) return layout.first_run_mandatory();
+  return layout.integer_total() > 0 ? 1 : 0;
 }
 
 // Rounds the value to what the section shows. Returns the exponent of a
 // scientific section (0 otherwise).
 int round_for_section(const SectionLayout& layout, DigitString& value) {
-  if (!layout.has_digits) return 0;
+  if (!layout.has_digits()) return 0;
   if (is_scientific(layout)) {
     if (value.is_zero()) return 0;
     int before_point = mantissa_integer_digits(layout);
-    round_digits(value, before_point + layout.fraction_total);
+    round_digits(value, before_point + layout.fraction_total());
     return value.exponent - before_point;
   }
-  round_digits(value, value.exponent + layout.fraction_total);
+  round_digits(value, value.exponent + layout.fraction_total());
   return 0;
 }
 
@@ -105,53 +81,55 @@ class SectionPlayer {
         exponent_(scientific_exponent),
         separators_(separators),
         out_(out) {
-    if (layout.flags & kSectionEnglish) separators_ = Separators{u'.', u',', separators.group_size};
+    if (layout.flags() & kSectionEnglish) separators_ = Separators{u'.', u',', separators.group_size};
     integer_digits_ = is_scientific(layout) ? (value_.is_zero() ? 0 : mantissa_integer_digits(layout))
                                             : (value_.exponent > 0 ? value_.exponent : 0);
-    shown_integer_ = integer_digits_ > layout.integer_mandatory_span
+    shown_integer_ = integer_digits_ > layout.integer_mandatory_span()
                          ? integer_digits_
-                         : layout.integer_mandatory_span;
+                         : layout.integer_mandatory_span();
     int last_nonzero = 0;
-    for (int j = 0; j < layout.fraction_total; ++j) {
+    for (int j = 0; j < layout.fraction_total(); ++j) {
       if (fraction_digit(j) != '0') last_nonzero = j + 1;
     }
-    shown_fraction_ = last_nonzero > layout.fraction_mandatory_span
+    shown_fraction_ = last_nonzero > layout.fraction_mandatory_span()
                           ? last_nonzero
-                          : layout.fraction_mandatory_span;
+                          : layout.fraction_mandatory_span();
+    int group = separators_.group_size;
+    next_group_ = group > 0 ? shown_integer_ % group : -1;
   }
 
   void play() {
     int integer_position = 0;
     int fraction_position = 0;
     bool first_run = true;
-    for (const KOFMTCODE* p = layout_.begin; p < layout_.end && *p != kCodeEnd;
-         p = next_element(p, layout_.end)) {
+    for (const KOFMTCODE* p = layout_.begin(); p < layout_.end() && *p != kCodeEnd;
+         p = next_element(p, layout_.end())) {
       switch (*p) {
         case kCodeDigits:
-          if (p + 3 >= layout_.end) return;
+          if (p + 3 >= layout_.end()) return;
           integer_run(integer_position, p[2], p[3] != 0, first_run);
           integer_position += p[2];
           first_run = false;
           break;
         case kCodeFraction:
-          if (p + 2 >= layout_.end) return;
+          if (p + 2 >= layout_.end()) return;
           for (int j = 0; j < p[2]; ++j, ++fraction_position) {
             if (fraction_position < shown_fraction_) out_.put(KOCHAR(fraction_digit(fraction_position)));
           }
           break;
         case kCodePoint:
-          if (shown_fraction_ > 0 || layout_.fraction_total == 0) out_.put(separators_.decimal);
+          if (shown_fraction_ > 0 || layout_.fraction_total() == 0) out_.put(separators_.decimal);
           break;
         case kCodeLiteral:
-          if (p + 1 < layout_.end) out_.put(p[1]);
+          if (p + 1 < layout_.end()) out_.put(p[1]);
           break;
         case kCodeCurrency:
-          for (int i = 0; p + 1 < layout_.end && i < p[1] && p + 2 + i < layout_.end; ++i) {
+          for (int i = 0; p + 1 < layout_.end() && i < p[1] && p + 2 + i < layout_.end(); ++i) {
             out_.put(p[2 + i]);
           }
           break;
         case kCodeExponent:
-          if (p + 4 < layout_.end) exponent(p[1], p[2], p[3]);
+          if (p + 4 < layout_.end()) exponent(p[1], p[2], p[3]);
           break;
         case kCodeGeneral:
           general();
@@ -171,10 +149,12 @@ class SectionPlayer {
     return value_.at(is_scientific(layout_) ? integer_digits_ + j : value_.exponent + j);
   }
 
+  // Digits are written left to right, so the next separator position only
+  // moves forward.
   void put_integer_digit(int index, bool grouped) {
-    int group = separators_.group_size;
-    if (grouped && group > 0 && index > 0 && (shown_integer_ - index) % group == 0) {
-      out_.put(separators_.grouping);
+    if (index == next_group_) {
+      if (grouped && index > 0) out_.put(separators_.grouping);
+      next_group_ += separators_.group_size;
     }
     out_.put(KOCHAR(integer_digit(index)));
   }
@@ -182,7 +162,7 @@ class SectionPlayer {
   // The digits are right-aligned against the integer positions; digits that
   // overflow them all go into the first run.
   void integer_run(int first_position, int total, bool grouped, bool first_run) {
-    int shift = layout_.integer_total - shown_integer_;
+    int shift = layout_.integer_total() - shown_integer_;
     if (first_run) {
       for (int index = 0; index < -shift; ++index) put_integer_digit(index, grouped);
     }
@@ -246,14 +226,16 @@ class SectionPlayer {
   int integer_digits_ = 0;
   int shown_integer_ = 0;
   int shown_fraction_ = 0;
+  int next_group_ = -1;  // index of the next digit preceded by a grouping character
 };
 
 int render_number(const KOFMTCODE* program, DigitString& value, KOCHAR* out, int capacity,
                   const KOCHAR* culture) {
   if (!program || !out || capacity <= 0) return -1;
   TextOutput output(out, capacity);
-  int sections = 0;
-  find_section(program, 0, &sections);
+  SectionList list;
+  list_sections(program, list);
+  int sections = list.count;
   if (sections == 0) {
     output.finish();
     return -1;
@@ -287,24 +269,21 @@ int render_number(const KOFMTCODE* program, DigitString& value, KOCHAR* out, int
     index = kNegativeSection;
   }
   bool minus = value.negative && index == kPositiveSection;
-  SectionLayout layout;
-  DigitString scaled, rounded;
-  int exponent = 0;
-  auto prepare = [&](int section) {
-    layout = scan_section(find_section(program, section, nullptr));
-    scaled = value;
-    if ((layout.flags & kSectionPercent) && !scaled.is_zero()) scaled.exponent += 2;
-    rounded = scaled;
-    exponent = round_for_section(layout, rounded);
-  };
-  prepare(index);
-  if (value.negative && rounded.is_zero() && layout.has_digits) {
+  SectionLayout layout{list.sections[index]};
+  if ((layout.flags() & kSectionPercent) && !value.is_zero()) value.exponent += 2;
+  // The value is rounded in place; a general element needs it unrounded.
+  DigitString unrounded;
+  if (layout.flags() & kSectionGeneral) unrounded = value;
+  int exponent = round_for_section(layout, value);
+  if (value.negative && value.is_zero() && layout.has_digits()) {
     value = DigitString();
+    unrounded = value;
     minus = false;
-    prepare(sections > kZeroSection ? kZeroSection : kPositiveSection);
+    layout = SectionLayout{list.sections[sections > kZeroSection ? kZeroSection : kPositiveSection]};
+    exponent = 0;
   }
   if (minus) output.put(u'-');
-  SectionPlayer(layout, rounded, scaled, exponent, separators, output).play();
+  SectionPlayer(layout, value, unrounded, exponent, separators, output).play();
   return output.finish();
 }
 

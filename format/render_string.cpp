@@ -18,7 +18,7 @@ extern "C" KOSHR_API int shformatString(const KOFMTCODE* compiled, const KOCHAR*
   TextOutput output(out, capacity);
   const KOFMTCODE* section = find_section(compiled, value ? 0 : 1, nullptr);
   if (!section) return value ? -1 : output.finish();
-  const KOFMTCODE* end = section + section[1];
+  const KOFMTCODE* end = section + section[kHeaderLength];
   const KOCHAR* next = value ? value : u"";
   for (const KOFMTCODE* p = section + kSectionHeaderSize; p < end && *p != kCodeEnd;
        p = next_element(p, end)) {

@@ -56,11 +56,15 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
     Record ra = record_at(bytes, a), rb = record_at(bytes, b);
     return compare_names_exact(ra.name, ra.name_units, rb.name, rb.name_units) < 0;
   });
-  uint32_t half = node_used(bytes, g) / 2, cut = 0, taken = 0;
-  while (cut < n - 1 && (taken < half || cut == 0)) taken += record_at(bytes, positions[cut++]).size;
-
+  // Into an empty child slot half the records move. With both children
+  // present three quarters move, to the left or the right by the node's
+  // place in the file, so that the depth this adds spreads over both sides.
   uint32_t left = link(x, kNodeLeft), right = link(x, kNodeRight);
-  bool lower_moves = left == 0 || right != 0;
+  bool both = left && right;
+  bool lower_moves = both ? (x->offset / g.node_size) % 2 != 0 : left == 0;
+  uint32_t quarters = !both ? 2 : lower_moves ? 3 : 1;
+  uint32_t share = node_used(bytes, g) * quarters / 4, cut = 0, taken = 0;
+  while (cut < n - 1 && (taken < share || cut == 0)) taken += record_at(bytes, positions[cut++]).size;
   uint32_t at;
   int32_t rc = lib->bitmap.allocate_run(node_blocks(lib), &at);
   if (rc) return rc;
@@ -81,16 +85,15 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
   for (uint32_t i = lower_moves ? cut : 0; i < (lower_moves ? n : cut); ++i)
     append_record_copy(x->bytes, g, keep + positions[i]);
 
-  if (lower_moves) {
-    store_u32(y->bytes + kNodeLeft, left);
-    set_link(lib, x, kNodeLeft, at);
-    if (left) {
-      CachedNode* l = lib->nodes.get(left, &rc);
-      if (!l) return rc;
-      set_link(lib, l, kNodeParent, at);
-    }
-  } else {
-    set_link(lib, x, kNodeRight, at);
+  // The new node takes over the child on its side, and hangs there itself.
+  uint32_t side = lower_moves ? kNodeLeft : kNodeRight;
+  uint32_t below = lower_moves ? left : right;
+  store_u32(y->bytes + side, below);
+  set_link(lib, x, side, at);
+  if (below) {
+    CachedNode* child = lib->nodes.get(below, &rc);
+    if (!child) return rc;
+    set_link(lib, child, kNodeParent, at);
   }
   return 0;
 }
@@ -100,6 +103,7 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
 int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* result) {
   lib->path_depth = 0;
   CachedNode* node = lib->nodes.root();
+  const size_t units = u16len(name) + 1;
   int32_t rc = 0;
   for (uint32_t steps = lib->nodes.max_nodes(); steps && node; --steps) {
     if (!push_path(lib, node)) return -3;
@@ -109,7 +113,7 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
       result->landing = Landing::kInNode;
       return 0;
     }
-    int c = compare_name_exact(name, name_at(node, lowest), room_at(node, lowest));
+    int c = compare_names_exact(name, units, name_at(node, lowest), room_at(node, lowest));
     if (c == 0) {
       result->landing = Landing::kFound;
       result->record = record_of_name(lowest);
@@ -125,7 +129,7 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
       continue;
     }
     uint32_t highest = load_u16(node->bytes + kNodeHighest);
-    c = compare_name_nocase(name, name_at(node, highest), room_at(node, highest));
+    c = compare_names_nocase(name, units, name_at(node, highest), room_at(node, highest));
     if (c == 0) {
       result->landing = Landing::kFound;
       result->record = record_of_name(highest);
@@ -140,15 +144,17 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
       node = lib->nodes.get(child, &rc);
       continue;
     }
-    uint32_t pos = 0;
-    Record r;
+    // Folding keeps the length: only names of the same length can be equal.
     result->landing = Landing::kInNode;
-    while (next_record(node->bytes, lib->geometry, &pos, &r)) {
-      if (compare_name_nocase(name, r.name, r.name_units) == 0) {
+    uint32_t end = kNodeHeaderSize + node_used(node->bytes, lib->geometry);
+    for (uint32_t pos = kNodeHeaderSize; pos + kRecordHeaderSize <= end;) {
+      uint32_t room = load_u16(node->bytes + pos + kRecordNameLength) / 2;
+      if (room == units && compare_names_nocase(name, units, name_at(node, pos + kRecordHeaderSize), room) == 0) {
         result->landing = Landing::kFound;
         result->record = pos;
         break;
       }
+      pos += kRecordHeaderSize + 2 * room;
     }
     return 0;
   }
@@ -164,14 +170,15 @@ int32_t find_entry(LmiLibrary* lib, const KOCHAR* name, EntryRef* entry) {
   return 0;
 }
 
-int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, SearchResult* placed) {
+int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, const SearchResult& searched,
+                         SearchResult* placed) {
   const NodeGeometry& g = lib->geometry;
   size_t units = u16len(name);
   uint32_t size = record_size_for(uint32_t(units));
   if (units > LMI_MAX_NAME || size > g.capacity) return -10;
-  for (int attempt = 0; attempt < 4; ++attempt) {
-    SearchResult r;
-    int32_t rc = directory_search(lib, name, &r);
+  SearchResult r = searched;
+  for (int attempt = 0; attempt < 8; ++attempt) {
+    int32_t rc = attempt ? directory_search(lib, name, &r) : 0;
     if (rc) return rc;
     if (r.landing == Landing::kFound) return -2;
     CachedNode* x = r.node;

@@ -8,11 +8,16 @@
  *
  * Growth: a record goes into the node where the search ends when it fits;
  * otherwise a search that ended beside a node without a child there gets a new
- * child node, and one that ended inside a full node splits it: its records,
- * ordered, are cut in two halves of equal bytes and one half moves to a new
- * node hung where the node has no child (lower half left, else upper half
- * right); with both children present the lower half goes between the node and
- * its left subtree. Every split keeps each name on the path its search takes.
+ * child node, and one that ended inside a full node splits it. The node's
+ * records, ordered, are cut and one part moves to a new node that becomes the
+ * node's direct child, so that one write of the node both drops the moved
+ * records and links them: into an empty child slot (left first) half the
+ * records move; with both children present three quarters move, to the left
+ * or to the right by the node's place in the file, and the new node takes
+ * over the child on its side. Alternating the side spreads the added depth:
+ * 10,000 entries in random order give about 10 nodes on an average path (30
+ * when the side is always the left one). Entries added in name order all go
+ * right and the tree is a chain of nodes.
  *
  * Removal: a node whose last record goes is taken out of the tree. With one
  * child that child takes its place; with two, the right subtree is hung below
@@ -41,9 +46,11 @@ struct SearchResult {
 int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* result);
 // The record of a name: 0, -12 when absent, or -3.
 int32_t find_entry(LmiLibrary* lib, const KOCHAR* name, EntryRef* entry);
-// Adds a record with no data (the name must be absent); the new record's node
-// and offset come back in *placed. 0, -10 (name too long) or a failure code.
-int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, SearchResult* placed);
+// Adds a record with no data after a search for the name (`searched`, just
+// made) found it absent; the new record's node and offset come back in
+// *placed. 0, -10 (name too long) or a failure code.
+int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, const SearchResult& searched,
+                         SearchResult* placed);
 // Removes a found record (after a directory_search that found it).
 int32_t directory_remove(LmiLibrary* lib, const SearchResult& found);
 // Visits every node, left subtree first, then the node, then the right subtree.

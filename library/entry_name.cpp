@@ -6,24 +6,40 @@
 #include "platform/platform.h"
 #include "platform/utf16.h"
 
+#include <cstdint>
+#include <cstring>
+
 namespace ko {
 namespace {
 
 inline KOCHAR fold(KOCHAR c) { return c < 128 ? ascii_lower(c) : os::char_lower(c); }
 
+// Whether any of four UTF-16 units packed in a word is zero.
+inline bool has_zero_unit(uint64_t v) { return ((v - 0x0001000100010001ull) & ~v & 0x8000800080008000ull) != 0; }
+
+// One pass over both names: `a` ends at its terminator or after `a_units`,
+// `b` likewise, and a name that ends first sorts first. Runs of four equal
+// units without a terminator are stepped over a word at a time.
 template <bool kNoCase>
 int compare_units(const KOCHAR* a, size_t a_units, const KOCHAR* b, size_t b_units) {
-  size_t n = a_units < b_units ? a_units : b_units;
-  for (size_t i = 0; i < n; ++i) {
-    KOCHAR x = kNoCase ? fold(a[i]) : a[i];
-    KOCHAR y = kNoCase ? fold(b[i]) : b[i];
-    if (x != y) return x < y ? -1 : 1;
+  size_t i = 0, both = a_units < b_units ? a_units : b_units;
+  for (; i + 4 <= both; i += 4) {
+    uint64_t x, y;
+    std::memcpy(&x, a + i, 8);
+    std::memcpy(&y, b + i, 8);
+    if (x != y || has_zero_unit(x)) break;
   }
-  return a_units == b_units ? 0 : (a_units < b_units ? -1 : 1);
+  for (;; ++i) {
+    KOCHAR x = i < a_units ? a[i] : 0;
+    KOCHAR y = i < b_units ? b[i] : 0;
+    if (x != y && kNoCase) {
+      x = fold(x);
+      y = fold(y);
+    }
+    if (x != y) return x < y ? -1 : 1;
+    if (x == 0) return 0;
+  }
 }
-
-// Units before the terminator, within a stored name's room.
-size_t stored_length(const KOCHAR* name, size_t units) { return u16nlen(name, units); }
 
 }  // namespace
 
@@ -32,19 +48,19 @@ void lower_name_in_place(KOCHAR* name) {
 }
 
 int compare_name_exact(const KOCHAR* a, const KOCHAR* b, size_t b_units) {
-  return compare_units<false>(a, u16len(a), b, stored_length(b, b_units));
+  return compare_units<false>(a, u16len(a) + 1, b, b_units);
 }
 
 int compare_name_nocase(const KOCHAR* a, const KOCHAR* b, size_t b_units) {
-  return compare_units<true>(a, u16len(a), b, stored_length(b, b_units));
+  return compare_units<true>(a, u16len(a) + 1, b, b_units);
 }
 
 int compare_names_exact(const KOCHAR* a, size_t a_units, const KOCHAR* b, size_t b_units) {
-  return compare_units<false>(a, stored_length(a, a_units), b, stored_length(b, b_units));
+  return compare_units<false>(a, a_units, b, b_units);
 }
 
 int compare_names_nocase(const KOCHAR* a, size_t a_units, const KOCHAR* b, size_t b_units) {
-  return compare_units<true>(a, stored_length(a, a_units), b, stored_length(b, b_units));
+  return compare_units<true>(a, a_units, b, b_units);
 }
 
 }  // namespace ko

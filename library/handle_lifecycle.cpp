@@ -88,8 +88,10 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
   }
   lib->bitmap.attach(pool, lib->file, lib->base, lib->header + kFirstBitmapOffset);
   lib->nodes.attach(pool, lib->file, lib->base, lib->geometry, lib->header + kRootOffset);
-  bool ready = lib->nodes.root() && lib->writer.attach(pool, lib->file, buffer_size ? buffer_size : kDefaultWriteBuffer) &&
-               lib->reader.attach(pool, lib->file, lib->base);
+  // A read-only handle never writes: it gets no write buffer.
+  bool ready = lib->nodes.root() && lib->reader.attach(pool, lib->file, lib->base) &&
+               (mode == LMI_MODE_READ ||
+                lib->writer.attach(pool, lib->file, buffer_size ? buffer_size : kDefaultWriteBuffer));
   if (!ready) {
     destroy(lib);
     return nullptr;

@@ -54,8 +54,11 @@ int32_t open_for_writing(LmiLibrary* lib, const KOCHAR* name, const KOCHAR* comm
   open = OpenEntry{};
   EntryRef e;
   uint32_t now = seconds_since_1970();
-  int32_t rc = find_entry(lib, name, &e);
+  SearchResult searched;
+  int32_t rc = directory_search(lib, name, &searched);
+  if (rc == 0 && searched.landing != Landing::kFound) rc = -12;
   if (rc == 0) {
+    e = {searched.node, searched.record};
     if (e.comment_length() && (rc = read_comment(lib, e, LMI_MAX_LIB_COMMENT, lib->comment)) != 0) return rc;
     // The old chain stays until the new one is in place (CloseEntry).
     std::memcpy(open.saved_record, e.bytes(), sizeof open.saved_record);
@@ -66,7 +69,7 @@ int32_t open_for_writing(LmiLibrary* lib, const KOCHAR* name, const KOCHAR* comm
     store_u32(e.bytes() + kRecordTime, now);
   } else if (rc == -12) {
     SearchResult placed;
-    if ((rc = directory_insert(lib, name, now, &placed)) != 0) return rc;
+    if ((rc = directory_insert(lib, name, now, searched, &placed)) != 0) return rc;
     e = {placed.node, placed.record};
     open.is_new = true;
   } else {

@@ -115,6 +115,13 @@ enum ModuleLoad : unsigned { kModuleAlteredSearchPath = 8 };
 ModuleHandle module_load(const KOCHAR* name, unsigned flags);
 void* module_symbol(ModuleHandle module, const char* name);
 void module_free(ModuleHandle module);
+// The module of that file name already loaded in the process (matched by file
+// name, ".dll" read as the platform's suffix), or null; loads nothing and, as
+// GetModuleHandleW, takes no reference.
+ModuleHandle module_loaded(const KOCHAR* name);
+// SetErrorMode: 1 suppresses the system's critical-error boxes; returns the
+// previous mode. POSIX has no such boxes and only keeps the value.
+unsigned set_error_mode(unsigned mode);
 // The platform's module suffix: ".dll" or ".so".
 const KOCHAR* module_suffix();
 // Full path of the KOSHR module itself, of the running executable.

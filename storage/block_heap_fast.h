@@ -18,8 +18,7 @@ inline void* heap_alloc_fast(KoHeapPool* pool, uint64_t size, const KoHeapSite* 
     uint64_t id = pool->id.load(std::memory_order_relaxed);
     CacheSlot& slot = cache->slots[id % kCacheSlots];
     if (slot.id == id) {
-      unsigned size_class = small_class_of(size);
-      if (void* block = cached_take(slot.classes[size_class], size_class)) return block;
+      if (void* block = cached_take(slot.classes[small_class_of(size)])) return block;
     }
   }
   return KoHeap_allocFromPool(pool, size, site);
@@ -35,9 +34,7 @@ inline void heap_free_fast(void* block) {
       CacheSlot& slot = cache->slots[id % kCacheSlots];
       CachedClass& cached = slot.classes[size_class];
       if (slot.id == id && cached.count < kClasses.keep[size_class]) {
-        *static_cast<void**>(block) = cached.free;
-        cached.free = block;
-        ++cached.count;
+        cached_put(cached, block);
         return;
       }
     }

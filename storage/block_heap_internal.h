@@ -100,34 +100,46 @@ constexpr unsigned kCacheSlots = 4;
 
 struct CachedClass {
   void* free = nullptr;  // blocks, linked through their first word
+  void* tail = nullptr;  // the last block of `free`, when there is one
   char* bump = nullptr;  // uncarved bytes taken from the pool
   char* bump_end = nullptr;
   uint32_t count = 0;    // blocks on the free list
+  uint32_t size = 0;     // the class size, set when the slot is bound
 };
 
 // One pool's share of a thread cache; the pool's id names it (0: unused).
+// Its size is a power of two so that finding a slot is a shift.
 struct CacheSlot {
   KoHeapPool* pool = nullptr;
   uint64_t id = 0;
   CachedClass classes[kSmallClassCount];
+  char padding[4096 - 16 - sizeof(CachedClass) * kSmallClassCount];
 };
+static_assert(sizeof(CacheSlot) == 4096, "slot stride is a power of two");
 
 struct ThreadCache {
   CacheSlot slots[kCacheSlots];
 };
 
 // Takes a block from a thread's cached class, or null when it is empty.
-inline void* cached_take(CachedClass& cached, unsigned size_class) {
+inline void* cached_take(CachedClass& cached) {
   if (void* block = cached.free) {
     cached.free = *static_cast<void**>(block);
     --cached.count;
     return block;
   }
-  uint32_t class_size = kClasses.size[size_class];
-  if (cached.bump_end - cached.bump < ptrdiff_t(class_size)) return nullptr;
+  if (cached.bump_end - cached.bump < ptrdiff_t(cached.size)) return nullptr;
   void* block = cached.bump;
-  cached.bump += class_size;
+  cached.bump += cached.size;
   return block;
+}
+
+// Puts a block on a thread's cached class.
+inline void cached_put(CachedClass& cached, void* block) {
+  if (!cached.free) cached.tail = block;
+  *static_cast<void**>(block) = cached.free;
+  cached.free = block;
+  ++cached.count;
 }
 
 // The calling thread's cache; null until its first allocation.

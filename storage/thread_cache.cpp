@@ -5,7 +5,8 @@
  * list and a short run of uncarved bytes per size class. Allocating and
  * freeing through a cached pool takes no lock at all; the class lock is taken
  * once per batch, to refill a cache from the pool's shared lists or to hand
- * back the excess of a long free list. So two threads working in one pool
+ * back a free list grown past its bound (in one splice: the cache knows the
+ * list's tail). So two threads working in one pool
  * meet at a class lock only once every few dozen blocks, and a thread that
  * the scheduler suspends while holding one (the weakness of a bare spin lock)
  * stalls the others only if their own caches run dry in that very moment.
@@ -43,22 +44,19 @@ uint32_t refill_blocks(uint32_t size) {
   return blocks < 4 ? 4 : blocks > kRefillMaxBlocks ? kRefillMaxBlocks : blocks;
 }
 
-// Hands a chain of blocks and a bump run back to the pool's shared class,
-// unless the pool is gone. The chain is walked under the class lock, since a
-// pool being released gives its pages away only after passing that lock.
-void hand_back(KoHeapPool* pool, uint64_t id, unsigned size_class, void* head, char* bump,
-               char* bump_end) {
+// Hands a chain of blocks (head to tail) and a bump run back to the pool's
+// shared class, unless the pool is gone: a released pool's blocks are never
+// touched.
+void hand_back(KoHeapPool* pool, uint64_t id, unsigned size_class, const CachedClass& cached) {
   ClassState& state = pool->classes[size_class];
   uint32_t size = small_class_size(size_class);
   SpinGuard guard(state.lock);
   if (pool->id.load(std::memory_order_acquire) != id) return;
-  if (head) {
-    void* tail = head;
-    while (*static_cast<void**>(tail)) tail = *static_cast<void**>(tail);
-    *static_cast<void**>(tail) = state.free;
-    state.free = head;
+  if (cached.free) {
+    *static_cast<void**>(cached.tail) = state.free;
+    state.free = cached.free;
   }
-  for (; bump + size <= bump_end; bump += size) {
+  for (char* bump = cached.bump; bump + size <= cached.bump_end; bump += size) {
     *reinterpret_cast<void**>(bump) = state.free;
     state.free = bump;
   }
@@ -68,8 +66,7 @@ void flush_slot(CacheSlot& slot) {
   if (slot.id != 0) {
     for (unsigned c = 0; c < kSmallClassCount; ++c) {
       CachedClass& cached = slot.classes[c];
-      if (cached.free || cached.bump != cached.bump_end)
-        hand_back(slot.pool, slot.id, c, cached.free, cached.bump, cached.bump_end);
+      if (cached.free || cached.bump != cached.bump_end) hand_back(slot.pool, slot.id, c, cached);
       cached = CachedClass{};
     }
   }
@@ -114,6 +111,7 @@ CacheSlot& bind_slot(ThreadCache* cache, KoHeapPool* pool, uint64_t id) {
     flush_slot(slot);
     slot.pool = pool;
     slot.id = id;
+    for (unsigned c = 0; c < kSmallClassCount; ++c) slot.classes[c].size = kClasses.size[c];
   }
   return slot;
 }
@@ -135,6 +133,7 @@ void* refill(KoHeapPool* pool, unsigned size_class, CachedClass& cached) {
     state.free = *static_cast<void**>(tail);
     *static_cast<void**>(tail) = nullptr;
     cached.free = *static_cast<void**>(head);
+    cached.tail = cached.free ? tail : nullptr;
     cached.count = taken - 1;
     return head;
   }
@@ -148,15 +147,15 @@ void* refill(KoHeapPool* pool, unsigned size_class, CachedClass& cached) {
   return block;
 }
 
-// Gives the older half of a long free list back to the pool.
+// Gives a long free list back to the pool, whole: with its tail known, that
+// takes no walk.
 void trim(KoHeapPool* pool, uint64_t id, unsigned size_class, CachedClass& cached) {
-  uint32_t keep = cached.count / 2;
-  void* last_kept = cached.free;
-  for (uint32_t i = 1; i < keep; ++i) last_kept = *static_cast<void**>(last_kept);
-  void* head = *static_cast<void**>(last_kept);
-  *static_cast<void**>(last_kept) = nullptr;
-  cached.count = keep;
-  hand_back(pool, id, size_class, head, nullptr, nullptr);
+  CachedClass excess{};
+  excess.free = cached.free;
+  excess.tail = cached.tail;
+  hand_back(pool, id, size_class, excess);
+  cached.free = cached.tail = nullptr;
+  cached.count = 0;
 }
 
 }  // namespace
@@ -167,7 +166,7 @@ void* thread_cache_alloc(KoHeapPool* pool, unsigned size_class) {
   uint64_t id = pool->id.load(std::memory_order_relaxed);
   CacheSlot& slot = bind_slot(cache, pool, id);
   CachedClass& cached = slot.classes[size_class];
-  if (void* block = cached_take(cached, size_class)) return block;
+  if (void* block = cached_take(cached)) return block;
   return refill(pool, size_class, cached);
 }
 
@@ -180,9 +179,8 @@ void thread_cache_free(KoHeapPool* pool, unsigned size_class, void* block) {
     return;
   }
   CachedClass& cached = slot->classes[size_class];
-  *static_cast<void**>(block) = cached.free;
-  cached.free = block;
-  if (++cached.count > kClasses.keep[size_class]) trim(pool, id, size_class, cached);
+  cached_put(cached, block);
+  if (cached.count > kClasses.keep[size_class]) trim(pool, id, size_class, cached);
 }
 
 void thread_cache_forget(KoHeapPool* pool) {

@@ -133,7 +133,9 @@ TEST(Compile, TooSmallBufferIsErrorOneAndStaysInside) {
     EXPECT_TRUE(number_result == 0 || number_result == 1);
     EXPECT_TRUE(date_result == 0 || date_result == 1);
     EXPECT_TRUE(string_result == 0 || string_result == 1);
-    if (capacity < 10) EXPECT_EQ(number_result, 1);
+    if (capacity < 10) {
+      EXPECT_EQ(number_result, 1);
+    }
   }
 }
 

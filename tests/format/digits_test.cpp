@@ -65,6 +65,9 @@ TEST(Digits, DoublesMatchPrintfOverBusinessValues) {
   for (int i = 0; i < 1000000; ++i) expect_same(amounts(random));
   // Cents, and exact ties at the 17th digit (which printf rounds to even).
   for (int cents = 0; cents < 200000; ++cents) expect_same(cents / 100.0);
+  // Decimal fractions with up to 15 digits, whose shortest form is short.
+  std::uniform_int_distribution<int64_t> mantissas(1, 999999999999999);
+  for (int i = 0; i < 1000000; ++i) expect_same(double(mantissas(random)) / std::pow(10.0, i % 20));
   for (int k = 0; k < 1000; ++k) expect_same(std::ldexp(1.0, 50) + 0.5 + k);
   for (int e = -1074; e < 1024; ++e) expect_same(std::ldexp(1.0, e));
 }

@@ -39,8 +39,8 @@ class NothingLostTest : public LibraryTest {
     std::u16string original = seed("orig_" + what + ".kol", &seeded);
     for (ko::os::WriteFaultKind kind : {ko::os::WriteFaultKind::kFail, ko::os::WriteFaultKind::kShort}) {
       for (uint64_t call = 0;; ++call) {
-        std::filesystem::copy_file(file("orig_" + what + ".kol"), file("work.kol"),
-                                   std::filesystem::copy_options::overwrite_existing);
+        std::filesystem::remove(file("work.kol"));
+        std::filesystem::copy_file(file("orig_" + what + ".kol"), file("work.kol"));
         std::u16string p = path("work.kol");
         LMI_HANDLE h = open(p);
         ASSERT_NE(h, nullptr);

@@ -181,10 +181,12 @@ TEST(HeapSettings, Parsing) {
 
 TEST(HeapSettings, ReadFromTheEnvironmentAtFirstUse) {
   // A fresh process, started with other settings in its environment.
-  const char* names[] = {"KO_HEAP_PAGE_KB", "KO_HEAP_MAX_BLOCK_MB", "KO_HEAP_CACHE_MB"};
+  const char* names[] = {"KO_HEAP_PAGE_KB", "KO_HEAP_MAX_BLOCK_MB", "KO_HEAP_CACHE_MB",
+                         "KO_HEAP_THREAD_CACHE"};
   set_env(names[0], "256");
   set_env(names[1], "4");
   set_env(names[2], "1");
+  set_env(names[3], "0");
   GTEST_FLAG_SET(death_test_style, "threadsafe");
   EXPECT_EXIT(
       {
@@ -193,9 +195,13 @@ TEST(HeapSettings, ReadFromTheEnvironmentAtFirstUse) {
         bool page_ok = KoHeap_poolSize(pool) == 256 << 10;
         bool max_ok = KoHeap_maxBlock() == (4u << 20) - 64;
         bool too_large_fails = KoHeap_allocFromPool(pool, 4u << 20, &kTestSite) == nullptr;
+        // Without thread caches, a freed block is the next one handed out.
+        void* freed = KoHeap_allocFromPool(pool, 40, &kTestSite);
+        KoHeap_free(freed);
+        bool reused = KoHeap_allocFromPool(pool, 40, &kTestSite) == freed;
         KoHeap_freePool(pool);
         bool cache_ok = KoHeap_cachedBytes() <= (1u << 20);
-        std::exit(page_ok && max_ok && too_large_fails && cache_ok ? 0 : 1);
+        std::exit(page_ok && max_ok && too_large_fails && reused && cache_ok ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "");
   for (const char* name : names) set_env(name, nullptr);

@@ -1,0 +1,34 @@
+/*
+ * driver_services.cpp: the table of front-end services every context hands
+ * its driver (context->services), so that a driver reads parameter and
+ * descriptor lists and files catalog rows with this library's own code
+ * without linking to it.
+ */
+#include <koshr/dbi.h>
+#include <koshr/lists.h>
+
+#include "dbi/catalog_row_reader.h"
+#include "dbi/catalog_tables.h"
+#include "dbi/context_support.h"
+
+namespace ko::dbi {
+namespace {
+
+int32_t catalog_name_test(const KOCHAR* table) { return is_catalog_table(table) ? 1 : 0; }
+
+int32_t add_row(DbiContext* context, ShHashTable* table, int32_t catalog,
+                const DbiCatalogValue* values, uint32_t count) {
+  return add_catalog_row(context, table, catalog, values, count) ? 1 : 0;
+}
+
+const DbiServices kServices = {
+    sizeof(DbiServices), &shlist_get_first,  &shlist_get_next,       &shlist_get_count,
+    &catalog_name_test,  &new_catalog_table, &add_row,               &read_table_attributes,
+    &read_column_attributes,
+};
+
+}  // namespace
+
+const DbiServices* driver_services() { return &kServices; }
+
+}  // namespace ko::dbi

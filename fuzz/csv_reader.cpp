@@ -1,0 +1,32 @@
+/*
+ * csv_reader.cpp (fuzz): the CSV reader of `koshr saveas` and the column
+ * inference behind it, on arbitrary bytes. The reader's source is compiled
+ * in here because the tool is not one of the library's folders.
+ */
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "tools/koshr/csv_reader.cpp"
+#include "tools/koshr/saveas_columns.cpp"
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+  std::string_view text(reinterpret_cast<const char*>(data), size);
+  koshr_tool::CsvReader reader(text);
+  std::vector<std::string> names, record;
+  if (!reader.next(names)) return 0;
+  std::vector<std::vector<std::string>> rows;
+  while (rows.size() < 1000 && reader.next(record)) {
+    if (record.size() == names.size()) rows.push_back(record);
+  }
+  std::vector<koshr_tool::ColumnSpec> columns = koshr_tool::infer_columns(names, rows);
+  for (const auto& row : rows) {
+    for (size_t c = 0; c < columns.size(); ++c) {
+      koshr_tool::CellValue value;
+      std::string why;
+      if (!koshr_tool::convert_field(columns[c], row[c], value, why)) __builtin_trap();
+    }
+  }
+  return 0;
+}

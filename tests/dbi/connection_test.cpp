@@ -1,0 +1,305 @@
+// Driver naming and loading, opening a connection, and the operations the
+// front end forwards to the driver, all through the test drivers.
+#include <cstdlib>
+
+#include "dbi_test_support.h"
+
+namespace {
+
+using dbi_test::Driver;
+using dbi_test::narrow;
+
+std::string library_name(const char16_t* dbms, KOCHAR* parameters = nullptr) {
+  KOCHAR name[DBI_NAME_LENGTH + 16];
+  DBI_LibraryName(nullptr, nullptr, name, dbms, parameters);
+  return narrow(name);
+}
+
+std::string suffix() { return narrow(ko::os::module_suffix()); }
+
+TEST(LibraryName, NamesTheDriverByTheFirstThreeCharacters) {
+  const struct {
+    const char16_t* dbms;
+    const char* file;
+  } cases[] = {
+      {u"ODBC", "koODB"},    {u"ADO.Net", "koADO"}, {u"MSOLEDBSQL", "komsoledbsql"},
+      {u"mso", "komsoledbsql"}, {u"INF", "koI10"}, {u"Or", "koOr"}, {u"", "ko"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(library_name(c.dbms), c.file + suffix()) << narrow(c.dbms);
+}
+
+TEST(LibraryName, InformixLowerCasesTheCallersTextInPlace) {
+  KOCHAR parameters[] = u"Driver='ISQLT15A',Other='X'";
+  EXPECT_EQ(library_name(u"INF Informix", parameters), "koI15" + suffix());
+  EXPECT_EQ(narrow(parameters), "driver='isqlt15a',other='x'");
+  KOCHAR other[] = u"Driver='isqlt10'";
+  EXPECT_EQ(library_name(u"inf", other), "koI10" + suffix());
+}
+
+TEST(LibraryName, ManagedRuntimeUsesTheGlPrefixForAdoOnly) {
+  ko::dbi::RuntimeServices managed = ko::dbi::default_runtime_services();
+  managed.environment_code = [] { return 0x00020007u; };
+  ko::dbi::set_runtime_services(&managed);
+  EXPECT_EQ(library_name(u"ADO.Net"), "glADO" + suffix());
+  EXPECT_EQ(library_name(u"ODBC"), "koODB" + suffix());
+  ko::dbi::set_runtime_services(nullptr);
+}
+
+class ConnectionTest : public dbi_test::DriverTest {};
+
+TEST_F(ConnectionTest, LogInLoadsTheDriverAndCallsIt) {
+  DbiContext* context = log_in(u"commitondisconnect='no',UseContextObject='yes'");
+  ASSERT_EQ(context->return_code, 0) << narrow(context->message);
+  ASSERT_NE(context->module, nullptr);
+  EXPECT_EQ(narrow(context->dbms), "TST");
+  EXPECT_EQ(context->commit_on_disconnect, 0);
+  EXPECT_EQ(context->use_context_object, 1);
+  const auto calls = Driver(context->module).calls();
+  ASSERT_EQ(calls.size(), 1u);
+  EXPECT_EQ(calls[0].operation, DBI_OP_LOGIN);
+  EXPECT_EQ(narrow(calls[0].text), "user|server|secret");
+  EXPECT_NE(context->sql_cache, nullptr);
+}
+
+TEST_F(ConnectionTest, SwitchDefaultsDependOnWhetherParametersAreGiven) {
+  EXPECT_EQ(log_in(nullptr)->commit_on_disconnect, 0);
+  EXPECT_EQ(log_in(u"Other=1")->commit_on_disconnect, 1);
+  EXPECT_EQ(log_in(u"Other=1")->use_context_object, 0);
+}
+
+TEST_F(ConnectionTest, ThreadSafeKeywordSetsTheProcessFlag) {
+  log_in(u"ThreadSafe='no'");
+  log_in(u"ThreadSafe=1");
+  int32_t flag = 0;
+  EXPECT_EQ(DBI_ThreadSafeEnabled(&flag), 1);
+  EXPECT_EQ(flag, 1);
+}
+
+TEST_F(ConnectionTest, MissingDriversGiveTheWrongVendorMessage) {
+  for (const char16_t* dbms : {u"XYZ missing", u"NOE no entry", u"SQL family"}) {
+    DbiContext* context = log_in(nullptr, dbms);
+    ASSERT_NE(context, nullptr);
+    EXPECT_EQ(context->return_code, DBI_RC_ERROR);
+    EXPECT_EQ(context->sql_code, -1);
+    EXPECT_EQ(context->driver, nullptr);
+    EXPECT_NE(narrow(context->message).find(narrow(dbms)), std::string::npos) << narrow(context->message);
+  }
+}
+
+TEST_F(ConnectionTest, TracingDriverIsCalledThroughItsOwnEntryAndGetsTheHexPassword) {
+  DbiContext* context = log_in(nullptr, u"TRA  NVQ");
+  ASSERT_EQ(context->return_code, 0) << narrow(context->message);
+  const auto calls = Driver(context->module).calls();
+  ASSERT_EQ(calls.size(), 1u);
+  const std::string login = narrow(calls[0].text);
+  EXPECT_EQ(login.substr(0, 12), "user|server|");
+  EXPECT_EQ(login.size(), 12u + 4 * 6);
+  EXPECT_EQ(login.find("secret"), std::string::npos);
+}
+
+TEST_F(ConnectionTest, InProcessNamesLoadNothingAndUseTheRuntimeDriver) {
+  static int calls = 0;
+  ko::dbi::RuntimeServices runtime = ko::dbi::default_runtime_services();
+  runtime.in_process_driver = [](DbiContext* context) -> int32_t {
+    ++calls;
+    context->return_code = 0;
+    return 0;
+  };
+  ko::dbi::set_runtime_services(&runtime);
+  DbiContext* context = log_in(nullptr, u"ADO.Net");
+  ko::dbi::set_runtime_services(nullptr);
+  EXPECT_EQ(context->module, nullptr);
+  EXPECT_EQ(context->return_code, 0);
+  EXPECT_EQ(calls, 1);
+  DbiContext* unserved = log_in(nullptr, u"ADO.NET");
+  EXPECT_EQ(unserved->return_code, DBI_RC_ERROR);
+}
+
+TEST_F(ConnectionTest, ConnectStoresTheStringsAndSizesTheCache) {
+  DbiContext* context = connected(u"SQLCache=7");
+  context->sql_cache->capacity = 0;
+  DBI_Connect(context, u"a", nullptr, u"c", nullptr);
+  DBI_Connect(context, nullptr, u"b", nullptr, nullptr);
+  const auto calls = Driver(context->module).calls();
+  ASSERT_EQ(calls.size(), 2u);
+  EXPECT_EQ(narrow(calls[1].text), "a|b|c|(null)");
+  EXPECT_EQ(context->sql_cache->capacity, 7u);
+}
+
+TEST_F(ConnectionTest, FailedLogInMakesNoCache) {
+  DbiContext* context = nullptr;
+  DbiContext* probe = log_in();
+  Driver driver(probe->module);
+  driver.reset();
+  driver.answer(DBI_OP_LOGIN, 100, -5);
+  context = log_in(u"SQLCache=3");
+  EXPECT_EQ(context->return_code, 100);
+  EXPECT_EQ(context->sql_cache, nullptr);
+  driver.reset();
+}
+
+TEST_F(ConnectionTest, NewDBParmHandsTheParsedListToTheDriver) {
+  DbiContext* context = connected();
+  DBI_NewDBParm(context, u"SQLCache=4,Name='x',Dropped=Yes,Last");
+  DBI_NewDBParm(context, u"   ");
+  const auto calls = Driver(context->module).calls();
+  ASSERT_EQ(calls.size(), 1u);
+  EXPECT_EQ(calls[0].operation, DBI_OP_NEW_PARAMETERS);
+  EXPECT_EQ(narrow(calls[0].text), "SQLCache=(null)#4;Name=x#0;Last=(null)#0;");
+  EXPECT_EQ(context->sql_cache->capacity, 4u);
+  EXPECT_EQ(context->parms, nullptr);
+}
+
+TEST_F(ConnectionTest, DBHandleReturnsTheDriversAnswer) {
+  DbiContext* context = connected();
+  void* handle = nullptr;
+  DBI_DBHandle(context, &handle);
+  EXPECT_NE(handle, nullptr);
+  EXPECT_EQ(Driver(context->module).operations(), std::vector<int32_t>{DBI_OP_NATIVE_HANDLE});
+}
+
+TEST_F(ConnectionTest, DisconnectClosesCachedStatementsFirst) {
+  DbiContext* context = connected(u"SQLCache=5");
+  SqlCacheEntry* entry = nullptr;
+  DBI_SQLCacheRegisterSQLStatement(context, u"select 1", &entry, &entry);
+  DBI_SQLCacheMakeSQLStatementAvailable(context, entry, context->sql_cache);
+  DBI_LookForKeyWord(context, u"1", u"select 1", nullptr, nullptr, nullptr);
+  DBI_Disconnect(context);
+  EXPECT_EQ(Driver(context->module).operations(),
+            (std::vector<int32_t>{DBI_OP_CLOSE_STATEMENT, DBI_OP_DISCONNECT}));
+  EXPECT_EQ(context->sql_cache, nullptr);
+  EXPECT_EQ(context->scan_text, nullptr);
+  EXPECT_EQ(context->keyword_position, 0u);
+}
+
+TEST_F(ConnectionTest, TransactionServerProbeDecidesTheLogIn) {
+  using dbi_test::ServerRuntime;
+  const ko::dbi::RuntimeServices runtime = ServerRuntime::services();
+  void* module = log_in()->module;
+  Driver driver(module);
+  const struct {
+    intptr_t answer;
+    bool in_transaction;
+    bool from_server;
+    const char16_t* parameters;
+    int32_t return_code;
+    int16_t context_transaction;
+    int disabled;
+    int enabled;
+  } cases[] = {
+      {1, true, false, u"UseContextObject=1", 0, 1, 0, 0},
+      {0, true, true, nullptr, DBI_RC_ERROR, 0, 1, 0},
+      {0, true, true, u"UseContextObject=1", DBI_RC_ERROR, 0, 0, 0},
+      {1, true, true, nullptr, 0, 0, 1, 1},
+      {0, false, false, nullptr, 0, 0, 0, 0},
+  };
+  for (const auto& c : cases) {
+    driver.reset();
+    driver.answer(DBI_OP_TXN_SERVER_PROBE, 0, 0, c.answer);
+    ServerRuntime::in_transaction = c.in_transaction;
+    ServerRuntime::from_server = c.from_server;
+    ServerRuntime::disabled = ServerRuntime::enabled = 0;
+    ko::dbi::set_runtime_services(&runtime);
+    DbiContext* context = log_in(c.parameters);
+    ko::dbi::set_runtime_services(nullptr);
+    EXPECT_EQ(context->return_code, c.return_code);
+    EXPECT_EQ(context->context_object_transaction, c.context_transaction);
+    EXPECT_EQ(ServerRuntime::disabled, c.disabled);
+    EXPECT_EQ(ServerRuntime::enabled, c.enabled);
+    const auto operations = driver.operations();
+    ASSERT_FALSE(operations.empty());
+    EXPECT_EQ(operations.front(), DBI_OP_TXN_SERVER_PROBE);
+    EXPECT_EQ(operations.size(), c.return_code == 0 ? 2u : 1u);
+  }
+  driver.reset();
+}
+
+TEST(DriverLoading, OwnFolderFlagLoadsAndFreesOnRequest) {
+  uint32_t flags = DBI_LOAD_OWN_FOLDER;
+  const std::u16string file = u"koTST" + std::u16string(ko::os::module_suffix());
+  void* module = DBI_LoadDBInterface(file.c_str(), &flags);
+  ASSERT_NE(module, nullptr);
+  EXPECT_EQ(flags, uint32_t{DBI_LOAD_OWN_FOLDER});
+  EXPECT_NE(ko::os::module_symbol(module, "KO_DB_Rout"), nullptr);
+  EXPECT_EQ(DBI_FreeDBInterface(module, flags), 0);
+  uint32_t none = 0;
+  EXPECT_NE(DBI_LoadDBInterface(file.c_str(), &none), nullptr);
+  EXPECT_EQ(DBI_LoadDBInterface(u"koMissing.dll", &none), nullptr);
+  EXPECT_EQ(DBI_LoadDBInterface(nullptr, &none), nullptr);
+}
+
+TEST(DriverLoading, TransactionServerClearsTheOwnFolderFlag) {
+  const ko::dbi::RuntimeServices runtime = dbi_test::ServerRuntime::services();
+  ko::dbi::set_runtime_services(&runtime);
+  uint32_t flags = DBI_LOAD_OWN_FOLDER | 1u;
+  const std::u16string file = u"koTST" + std::u16string(ko::os::module_suffix());
+  EXPECT_NE(DBI_LoadDBInterface(file.c_str(), &flags), nullptr);
+  ko::dbi::set_runtime_services(nullptr);
+  EXPECT_EQ(flags, 1u);
+}
+
+TEST(VendorRegistry, RegistersAndRemovesVendors) {
+#ifndef _WIN32
+  const std::string registry = ::testing::TempDir() + "koshr_dbi_registry.ini";
+  setenv("KOSHR_REGISTRY", registry.c_str(), 1);
+#endif
+  EXPECT_EQ(static_cast<uint32_t>(DBI_RegisterVendor(nullptr, u"x")), 0x80070057u);
+  EXPECT_EQ(static_cast<uint32_t>(DBI_RegisterVendor(u"", u"x")), 0x80070057u);
+  EXPECT_EQ(static_cast<uint32_t>(DBI_UnRegisterVendor(u"")), 0x80070057u);
+  ASSERT_EQ(DBI_RegisterVendor(u"KoshrTestVendor", u"koTST"), 0);
+  KOCHAR value[64] = {};
+  const KOCHAR* key = u"Software\\Velmora\\Korvane\\25.0\\Vendors";
+  ASSERT_TRUE(ko::os::registry_get_string(ko::os::Hive::kLocalMachine, key, u"KoshrTestVendor",
+                                          value, 64));
+  EXPECT_EQ(narrow(value), "koTST");
+  EXPECT_EQ(DBI_UnRegisterVendor(u"KoshrTestVendor"), 0);
+  EXPECT_FALSE(ko::os::registry_get_string(ko::os::Hive::kLocalMachine, key, u"KoshrTestVendor",
+                                           value, 64));
+}
+
+}  // namespace
+
+namespace {
+
+TEST(NullArguments, EveryEntryPointReturnsZeroWithoutTouchingMemory) {
+  DbiContext* context = reinterpret_cast<DbiContext*>(&context);
+  EXPECT_EQ(DBI_LogIn(nullptr, u"TST", nullptr, nullptr, nullptr, nullptr, 0, &context), 0);
+  EXPECT_EQ(context, nullptr);
+  EXPECT_EQ(DBI_LibraryName(nullptr, nullptr, nullptr, u"ODBC", nullptr), 0);
+  EXPECT_EQ(DBI_FreeDBInterface(nullptr, DBI_LOAD_OWN_FOLDER), 0);
+  EXPECT_EQ(DBI_Connect(nullptr, u"a", u"b", u"c", u"d"), 0);
+  EXPECT_EQ(DBI_Disconnect(nullptr), 0);
+  EXPECT_EQ(DBI_NewDBParm(nullptr, u"A=1"), 0);
+  void* handle = &handle;
+  EXPECT_EQ(DBI_DBHandle(nullptr, &handle), 0);
+  EXPECT_EQ(handle, nullptr);
+  EXPECT_EQ(DBI_ParseParms(nullptr, nullptr), 0);
+  EXPECT_EQ(DBI_GetParm(nullptr, nullptr, nullptr, nullptr), 0);
+  shlistx* list = nullptr;
+  EXPECT_EQ(DBI_FreeParmList(nullptr, &list), 0);
+  EXPECT_EQ(DBI_FreeParmList(nullptr, nullptr), 0);
+  EXPECT_EQ(DBI_DoCompare(nullptr, u"x"), 0);
+  EXPECT_EQ(DBI_DoCompareFirst(nullptr, u"x"), 0);
+  EXPECT_EQ(DBI_ParseKeyWords(nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(DBI_ParseBasicSelect(nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(DBI_Parse(nullptr, u"select 1"), 0);
+  SqlCache* cache = reinterpret_cast<SqlCache*>(&cache);
+  EXPECT_EQ(DBI_SQLCacheBegin(nullptr, 5, &cache), 0);
+  EXPECT_EQ(cache, nullptr);
+  EXPECT_EQ(DBI_SQLCacheFlushEntries(nullptr, nullptr), 0);
+  EXPECT_EQ(DBI_SQLCacheRegisterSQLStatement(nullptr, u"x", nullptr, nullptr), 0);
+  EXPECT_EQ(DBI_SQLCacheRegisterDescribe(nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(DBI_SQLCacheRequestDescribe(nullptr, nullptr), nullptr);
+  EXPECT_EQ(DBI_SQLCacheMakeSQLStatementAvailable(nullptr, nullptr, nullptr), 0);
+  EXPECT_EQ(DBI_SQLCacheDiscardEntry(nullptr, nullptr, 1), 0);
+  EXPECT_EQ(DBI_SQLCacheSetSelectCacheSize(nullptr), 0);
+  EXPECT_EQ(dbi_test::narrow(DBI_SQLCacheStatistics(nullptr, 1)), "");
+  EXPECT_EQ(DBI_FormatHash(nullptr), 0);
+  EXPECT_EQ(DBI_ValidHash(nullptr), 0);
+  EXPECT_EQ(DBI_EditStyleHash(nullptr), 0);
+  EXPECT_EQ(DBI_FreeValidHash(nullptr, nullptr), 0);
+  EXPECT_EQ(DBI_EditStyleInfo(nullptr, nullptr, u"x"), 0);
+  EXPECT_EQ(DBI_EditUpdate(nullptr, nullptr, 1), 0);
+}
+
+}  // namespace

@@ -1,0 +1,135 @@
+// SQL keyword scanning: the word rule, the lexer's literals and comments,
+// the tail of a SELECT and the query classification.
+#include "dbi_test_support.h"
+
+namespace {
+
+using dbi_test::narrow;
+
+TEST(KeywordCompare, WordRuleAtAPosition) {
+  const struct {
+    const char16_t* text;  // the keyword is compared at text + 1
+    const char16_t* keyword;
+    int32_t expected;
+  } cases[] = {
+      {u" where a", u"where", 1}, {u",WHERE", u"where", 1},  {u" where,", u"where", 1},
+      {u"(where", u"where", 0},   {u" where(", u"where", 0}, {u"somewhere", u"where", 0},
+      {u" wher", u"where", 0},    {u"a=b", u"=", 1},         {u"(=)", u"=", 1},
+      {u" x", u"X", 1},           {u" selected", u"select", 0},
+  };
+  for (const auto& c : cases) {
+    EXPECT_EQ(DBI_DoCompare(c.text + 1, c.keyword), c.expected) << narrow(c.text);
+  }
+}
+
+TEST(KeywordCompare, PrefixComparisonRestoresTheText) {
+  KOCHAR text[] = u"  Select a";
+  EXPECT_EQ(DBI_DoCompareFirst(text, u"select"), 0);
+  EXPECT_EQ(DBI_DoCompareFirstWithSkip(text, u"SELECT"), 1);
+  EXPECT_EQ(narrow(text), "  Select a");
+  KOCHAR glued[] = u"selecta";
+  EXPECT_EQ(DBI_DoCompareFirst(glued, u"select"), 0);
+  KOCHAR shorter[] = u"sel";
+  EXPECT_EQ(DBI_DoCompareFirst(shorter, u"select"), 0);
+  KOCHAR exact[] = u"select";
+  EXPECT_EQ(DBI_DoCompareFirst(exact, u"select"), 1);
+}
+
+class ScanTest : public dbi_test::StorageTest {};
+
+TEST_F(ScanTest, LookForKeyWordSkipsLiteralsAndComments) {
+  const struct {
+    const char16_t* text;
+    const char16_t* keyword;
+    int32_t found;
+    uint32_t position;
+  } cases[] = {
+      {u"select a from t where b = 'where'", u"where", 1, 16},
+      {u"select 'it''s where' from t", u"where", 0, 0},
+      {u"select a /* where */ from t", u"where", 0, 0},
+      {u"select a -- note\n where", u"where", 1, 18},
+      {u"select \"where\" from t", u"where", 0, 0},
+      {u"select a,where", u"WHERE", 1, 9},
+      {u"where a", u"where", 0, 0},
+      {u"select 'open", u"open", 0, 0},
+      {u"", u"where", 0, 0},
+  };
+  DbiContext* context = bare_context();
+  for (const auto& c : cases) {
+    int32_t found = -1;
+    uint32_t position = 99, length = 99;
+    DBI_LookForKeyWord(context, c.keyword, c.text, &found, &position, &length);
+    EXPECT_EQ(found, c.found) << narrow(c.text);
+    EXPECT_EQ(position, c.position) << narrow(c.text);
+    EXPECT_EQ(length, c.found ? ko::u16len(c.keyword) : 0u);
+    EXPECT_EQ(context->keyword_position, c.position);
+  }
+  int32_t found = -1;
+  DBI_LookForKeyWord(nullptr, u"x", nullptr, &found, nullptr, nullptr);
+  EXPECT_EQ(found, 0);
+}
+
+TEST_F(ScanTest, ParseBasicSelectFindsTheTail) {
+  const struct {
+    const char16_t* select;
+    const char* tail;
+  } cases[] = {
+      {u"select a from t where b = 1 order by a", "where b = 1 order by a"},
+      {u"select a from t group by a having count(*) > 1 order by a",
+       "group by a having count(*) > 1 order by a"},
+      {u"select a from t having x > 1 group by a", "having x > 1 group by a"},
+      {u"select a from t order by a", "order by a"},
+      {u"select a from t", "(none)"},
+      {u"select 'where' from t", "(none)"},
+  };
+  DbiContext* context = bare_context();
+  for (const auto& c : cases) {
+    const KOCHAR* tail = u"stale";
+    DBI_ParseBasicSelect(context, c.select, &tail);
+    EXPECT_EQ(tail == nullptr ? "(none)" : narrow(tail), c.tail) << narrow(c.select);
+    EXPECT_EQ(context->tail, tail);
+  }
+}
+
+TEST_F(ScanTest, ParseKeyWordsClassifiesByTheFirstWordAndClauses) {
+  const struct {
+    const char16_t* text;  // what follows SELECT
+    int32_t flag;
+  } cases[] = {
+      {u" distinct a from t", 1},
+      {u" count (*) from t", 1},
+      {u" count(x) from t", 0},
+      {u" union select b from u", 1},
+      {u" a from t union select b from u", 0},
+      {u" group by a", 1},
+      {u" group  by a", 1},
+      {u" group a", 0},
+      {u" from t group by a", 1},
+      {u" from t where x = 1", 0},
+      {u" a, sum(b) from t", 0},
+      {u" max x from t", 1},
+      {u" a from t where b = 'union'", 0},
+      {u" a from /* distinct */ t", 0},
+      {u" a from", 0},
+      {u"", 0},
+  };
+  DbiContext* context = bare_context();
+  for (const auto& c : cases) {
+    int32_t flag = -1;
+    DBI_ParseKeyWords(context, c.text, &flag);
+    EXPECT_EQ(flag, c.flag) << narrow(c.text);
+  }
+}
+
+class ParseTest : public dbi_test::DriverTest {};
+
+TEST_F(ParseTest, ParseHandsTheStatementToTheDriver) {
+  DbiContext* context = connected();
+  DBI_Parse(context, u"select a from t");
+  const auto calls = dbi_test::Driver(context->module).calls();
+  ASSERT_EQ(calls.size(), 1u);
+  EXPECT_EQ(calls[0].operation, DBI_OP_PARSE);
+  EXPECT_EQ(narrow(calls[0].text), "select a from t");
+}
+
+}  // namespace

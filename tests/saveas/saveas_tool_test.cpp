@@ -1,0 +1,136 @@
+/*
+ * saveas_tool_test.cpp: `koshr saveas` and what it is made of: the RFC 4180
+ * reader on good, truncated and corrupt input, column inference, and the
+ * command itself (no partial file after an error).
+ */
+#include "csv_reader.h"
+#include "saveas/export_table.h"
+#include "saveas_columns.h"
+
+namespace saveas_test {
+namespace {
+
+using Records = std::vector<std::vector<std::string>>;
+
+Records read_all(const std::string& text, std::string* error) {
+  koshr_tool::CsvReader reader(text);
+  Records records;
+  std::vector<std::string> fields;
+  while (reader.next(fields)) records.push_back(fields);
+  *error = reader.error();
+  return records;
+}
+
+TEST(CsvReaderTest, ReadsRecordsAndNamesTheLineOfAFault) {
+  struct Case {
+    std::string text;
+    Records records;
+    std::string error;
+  } cases[] = {
+      {"a,b\r\n1,2\r\n", {{"a", "b"}, {"1", "2"}}, ""},
+      {"a,b\n1,2", {{"a", "b"}, {"1", "2"}}, ""},
+      {"\xEF\xBB\xBF" "x\n", {{"x"}}, ""},
+      {"a,\"b,c\"\n\"q\"\"x\",\"multi\r\nline\"\n", {{"a", "b,c"}, {"q\"x", "multi\r\nline"}}, ""},
+      {"a,,\n", {{"a", "", ""}}, ""},
+      {"", {}, ""},
+      {"a\n\"open\n\nstill", {{"a"}}, "line 2: a quoted field is never closed"},
+      {"a\nb\"c\n", {{"a"}}, "line 2: a quote inside a field that does not start with one"},
+      {"a\n\"x\"y\n", {{"a"}}, "line 2: text after the closing quote of a field"},
+      {"a\n\"two\nlines\",\xFF\n", {{"a"}}, "line 2: the text is not UTF-8"},
+      {"\xC3\n", {}, "line 1: the text is not UTF-8"},
+      {"\xED\xA0\x80\n", {}, "line 1: the text is not UTF-8"},
+  };
+  for (const Case& c : cases) {
+    std::string error;
+    EXPECT_EQ(read_all(c.text, &error), c.records) << c.text;
+    EXPECT_EQ(error, c.error) << c.text;
+  }
+}
+
+TEST(CsvReaderTest, InfersColumnTypes) {
+  std::vector<std::string> names = {"when", "day", "at", "money", "ratio", "count", "word", "empty"};
+  Records rows = {{"2024-03-05T13:45:07", "2024-03-05", "13:45", "1.50", "1e3", "12", "hello", ""},
+                  {"2024-03-05 01:02:03.25", "2000-02-29", "08:00:01.5", "-2.25", "0.5", "-7", "é€", ""},
+                  {"", "", "", "", "", "", "", ""}};
+  auto columns = koshr_tool::infer_columns(names, rows);
+  ASSERT_EQ(columns.size(), names.size());
+  const std::pair<uint8_t, int32_t> expected[] = {
+      {KOSAVE_DATETIME, 0}, {KOSAVE_DATE, 0},    {KOSAVE_TIME, 0},   {KOSAVE_DECIMAL, 2},
+      {KOSAVE_DOUBLE, 0},   {KOSAVE_DECIMAL, 0}, {KOSAVE_STRING, 5}, {KOSAVE_STRING, 1}};
+  for (size_t i = 0; i < columns.size(); ++i) {
+    EXPECT_EQ(columns[i].type, expected[i].first) << names[i];
+    EXPECT_EQ(columns[i].width, expected[i].second) << names[i];
+  }
+  // Differing decimals, an impossible date and a bad time all fall back.
+  auto mixed = koshr_tool::infer_columns({"a", "b", "c"}, {{"1.5", "2023-02-29", "24:00"}, {"1.25", "2024-01-01", "10:00"}});
+  EXPECT_EQ(mixed[0].type, KOSAVE_DOUBLE);
+  EXPECT_EQ(mixed[1].type, KOSAVE_STRING);
+  EXPECT_EQ(mixed[2].type, KOSAVE_STRING);
+}
+
+TEST(CsvReaderTest, ParsesColumnLists) {
+  std::vector<koshr_tool::ColumnSpec> columns;
+  std::string why;
+  ASSERT_TRUE(koshr_tool::parse_column_list("id:decimal:0,name:string:20,at:datetime", columns, why));
+  ASSERT_EQ(columns.size(), 3u);
+  EXPECT_EQ(columns[0].type, KOSAVE_DECIMAL);
+  EXPECT_EQ(columns[1].width, 20);
+  EXPECT_EQ(columns[2].type, KOSAVE_DATETIME);
+  EXPECT_FALSE(koshr_tool::parse_column_list("id:number", columns, why));
+  EXPECT_NE(why.find("unknown type 'number'"), std::string::npos);
+  EXPECT_FALSE(koshr_tool::parse_column_list("id:string:x", columns, why));
+  EXPECT_FALSE(koshr_tool::parse_column_list("id", columns, why));
+}
+
+#ifdef KOSHR_TOOL
+class SaveasToolTest : public SaveTest {
+ protected:
+  int koshr(const std::string& arguments, std::string* output) {
+    int status = 0;
+    *output = run_command(std::string(KOSHR_TOOL) + " " + arguments + " 2>&1", &status);
+    return status;
+  }
+  size_t entries() const {
+    return size_t(std::distance(std::filesystem::directory_iterator(folder_),
+                                std::filesystem::directory_iterator()));
+  }
+};
+
+TEST_F(SaveasToolTest, MalformedInputNamesTheLineAndLeavesNoFile) {
+  write_bytes(path("bad.csv"), "a,b\n1,2\n3,\"4\n");
+  std::string output;
+  EXPECT_NE(koshr("saveas '" + path("bad.csv").string() + "' '" + path("out.dbf").string() + "'", &output), 0);
+  EXPECT_NE(output.find("line 3: a quoted field is never closed"), std::string::npos) << output;
+  write_bytes(path("short.csv"), "a,b\n1,2\n3\n");
+  EXPECT_NE(koshr("saveas '" + path("short.csv").string() + "' '" + path("out.dbf").string() + "'", &output), 0);
+  EXPECT_NE(output.find("line 3: 1 fields where the first line names 2"), std::string::npos) << output;
+  // A table beyond the format's limits fails in the library: nothing is left either.
+  std::string wide;
+  for (int i = 0; i < 130; ++i) wide += (i ? ",c" : "c") + std::to_string(i);
+  write_bytes(path("wide.csv"), wide + "\n" + std::string(129, ',') + "\n");
+  EXPECT_NE(koshr("saveas '" + path("wide.csv").string() + "' '" + path("out.dbf").string() + "'", &output), 0);
+  EXPECT_EQ(entries(), 3u);  // the three inputs only
+}
+
+TEST_F(SaveasToolTest, SavesWithInferredOrGivenTypes) {
+  write_bytes(path("goods.csv"), "name,qty,price,day\nWidget,3,19.99,2024-03-05\n\"a, b\",1e3,4.50,\n");
+  std::string output;
+  ASSERT_EQ(koshr("saveas '" + path("goods.csv").string() + "' '" + path("goods.sql").string() + "'", &output), 0)
+      << output;
+  EXPECT_EQ(read_bytes(path("goods.sql")),
+            "CREATE TABLE goods (\r\n\tname char(6),\r\n\tqty float,\r\n\tprice decimal(16, 2),\r\n\tday date);"
+            "\r\nINSERT INTO goods VALUES (\r\n\t'Widget',\r\n\t3,\r\n\t19.99,\r\n\t'2024-03-05');"
+            "\r\nINSERT INTO goods VALUES (\r\n\t'a, b',\r\n\t1000,\r\n\t4.5,\r\n\tNULL);\r\n");
+  ASSERT_EQ(koshr("saveas '" + path("goods.csv").string() + "' '" + path("goods.out").string() +
+                      "' --as csv --header --columns name:string,qty:string,price:string,day:string",
+                  &output),
+            0)
+      << output;
+  EXPECT_EQ(read_bytes(path("goods.out")), "name,qty,price,day\r\nWidget,3,19.99,2024-03-05\r\n\"a, b\",1e3,4.50,\r\n");
+  EXPECT_NE(koshr("saveas '" + path("goods.csv").string() + "' '" + path("x.out").string() + "'", &output), 0);
+  EXPECT_NE(output.find("no format for this extension"), std::string::npos);
+}
+#endif
+
+}  // namespace
+}  // namespace saveas_test

@@ -1,0 +1,279 @@
+/*
+ * cmd_fmt.cpp: `koshr fmt`, values rendered through a display format, and
+ * `koshr fmt --check`, a format's compile code and message; plus the
+ * display-format stop of the demo.
+ */
+#include <koshr/format.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "command.h"
+
+namespace {
+
+constexpr int kCompiledCodes = 4096;
+constexpr int kOutputUnits = 1024;
+
+enum class ValueType { kNumber, kDecimal, kDate, kTime, kDateTime, kString };
+
+std::u16string from_utf8(const std::string& text) {
+  std::u16string out;
+  for (size_t i = 0; i < text.size();) {
+    unsigned char c = static_cast<unsigned char>(text[i]);
+    int extra = c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : c >= 0xC0 ? 1 : 0;
+    uint32_t code = extra ? c & (0x3F >> extra) : c;
+    ++i;
+    for (int k = 0; k < extra && i < text.size(); ++k, ++i) {
+      code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3F);
+    }
+    if (code >= 0x10000) {
+      code -= 0x10000;
+      out += char16_t(0xD800 + (code >> 10));
+      out += char16_t(0xDC00 + (code & 0x3FF));
+    } else {
+      out += char16_t(code);
+    }
+  }
+  return out;
+}
+
+std::string to_utf8(const char16_t* text) {
+  std::string out;
+  for (; *text; ++text) {
+    uint32_t code = *text;
+    if (code >= 0xD800 && code < 0xDC00 && text[1] >= 0xDC00 && text[1] < 0xE000) {
+      code = 0x10000 + ((code - 0xD800) << 10) + (*++text - 0xDC00);
+    }
+    if (code < 0x80) {
+      out += char(code);
+    } else if (code < 0x800) {
+      out += char(0xC0 | code >> 6);
+      out += char(0x80 | (code & 0x3F));
+    } else if (code < 0x10000) {
+      out += char(0xE0 | code >> 12);
+      out += char(0x80 | (code >> 6 & 0x3F));
+      out += char(0x80 | (code & 0x3F));
+    } else {
+      out += char(0xF0 | code >> 18);
+      out += char(0x80 | (code >> 12 & 0x3F));
+      out += char(0x80 | (code >> 6 & 0x3F));
+      out += char(0x80 | (code & 0x3F));
+    }
+  }
+  return out;
+}
+
+bool parse_type(const char* name, ValueType* type) {
+  static const struct {
+    const char* name;
+    ValueType type;
+  } kTypes[] = {{"number", ValueType::kNumber}, {"decimal", ValueType::kDecimal},
+                {"date", ValueType::kDate},     {"time", ValueType::kTime},
+                {"datetime", ValueType::kDateTime}, {"string", ValueType::kString}};
+  for (const auto& t : kTypes) {
+    if (std::strcmp(name, t.name) == 0) return *type = t.type, true;
+  }
+  return false;
+}
+
+int compile(const std::u16string& format, ValueType type, const char16_t* culture,
+            KOFMTCODE* compiled) {
+  switch (type) {
+    case ValueType::kNumber:
+    case ValueType::kDecimal:
+      return shformatCmplNumericMaskWeb(format.c_str(), compiled, kCompiledCodes, culture);
+    case ValueType::kString:
+      return shformatCmplStringMask(format.c_str(), compiled, kCompiledCodes);
+    default:
+      return shformatCmplDateTimeMaskWeb(format.c_str(), compiled, kCompiledCodes, culture);
+  }
+}
+
+std::string message_of(int code) {
+  KOCHAR text[SHFORMAT_ERROR_TEXT_MAX];
+  shformatErrorString(text, code);
+  return to_utf8(text);
+}
+
+// "-1234.5600" as a decimal: up to 28 digits, scale from the fraction.
+bool parse_decimal(const std::string& text, KODECIMAL* out) {
+  *out = KODECIMAL{};
+  size_t i = 0;
+  if (i < text.size() && (text[i] == '-' || text[i] == '+')) {
+    if (text[i] == '-') out->sign = KODECIMAL_NEGATIVE;
+    ++i;
+  }
+  unsigned __int128 magnitude = 0;
+  int digits = 0, scale = 0;
+  bool point = false;
+  for (; i < text.size(); ++i) {
+    char c = text[i];
+    if (c == '.' && !point) {
+      point = true;
+      continue;
+    }
+    if (c < '0' || c > '9' || digits == 28) return false;
+    magnitude = magnitude * 10 + unsigned(c - '0');
+    if (magnitude) ++digits;
+    if (point) ++scale;
+  }
+  if (scale > 28 || (i == 0) || text == "-" || text == "+" || text == ".") return false;
+  out->scale = uint8_t(scale);
+  out->hi32 = uint32_t(magnitude >> 64);
+  out->lo64 = uint64_t(magnitude);
+  return true;
+}
+
+int render(const KOFMTCODE* compiled, ValueType type, const std::string& value,
+           const char16_t* culture, std::string* rendered) {
+  KOCHAR out[kOutputUnits];
+  switch (type) {
+    case ValueType::kNumber: {
+      char* end = nullptr;
+      double number = std::strtod(value.c_str(), &end);
+      if (value.empty() || *end) return koshr_tool::fail("reading \"" + value + "\"", "not a number");
+      shformatDoubleWeb(compiled, number, out, kOutputUnits, culture);
+      break;
+    }
+    case ValueType::kDecimal: {
+      KODECIMAL decimal;
+      if (!parse_decimal(value, &decimal)) {
+        return koshr_tool::fail("reading \"" + value + "\"", "not a decimal of at most 28 digits");
+      }
+      shformatDecimalWeb(compiled, &decimal, out, kOutputUnits, culture);
+      break;
+    }
+    case ValueType::kString:
+      shformatString(compiled, from_utf8(value).c_str(), out, kOutputUnits);
+      break;
+    default: {
+      KODATETIME when;
+      if (!shdtParse(from_utf8(value).c_str(), &when)) {
+        return koshr_tool::fail("reading \"" + value + "\"", "not a date, time or date-time");
+      }
+      shformatDateTimeWeb(compiled, &when, out, kOutputUnits, culture);
+      break;
+    }
+  }
+  *rendered = to_utf8(out);
+  return 0;
+}
+
+void print_help() {
+  std::printf(
+      "usage: koshr fmt FORMAT VALUE... [--type TYPE] [--culture TEXT]\n"
+      "       koshr fmt --check FORMAT [--type TYPE]\n"
+      "\n"
+      "Renders each VALUE through the display format FORMAT, one per line, or\n"
+      "with --check prints the format's compile code and message (exit 0 only\n"
+      "for a valid format).\n"
+      "\n"
+      "  --type TYPE     number (default), decimal, date, time, datetime or string\n"
+      "  --culture TEXT  regional settings as key=value pairs separated by TABs\n"
+      "                  (e.g. $'sDecimal=,\\tsThousand=.'); default: the user's\n"
+      "\n"
+      "Values: numbers and decimals as decimal text (-1234.5), dates as\n"
+      "2024-03-05, times as 13:45:07.250000, date-times as 2024-03-05T13:45:07.\n");
+}
+
+int run_fmt(int argc, char** argv) {
+  ValueType type = ValueType::kNumber;
+  bool check = false;
+  bool have_culture = false;
+  std::u16string culture;
+  std::vector<std::string> positional;
+  for (int i = 1; i < argc; ++i) {
+    std::string arg = argv[i];
+    if (koshr_tool::is_help(argv[i])) {
+      print_help();
+      return 0;
+    }
+    if (arg == "--check") {
+      check = true;
+    } else if (arg == "--type" || arg == "--culture") {
+      if (i + 1 >= argc) return koshr_tool::fail("fmt", arg + " needs a value");
+      const char* value = argv[++i];
+      if (arg == "--culture") {
+        culture = from_utf8(value);
+        have_culture = true;
+      } else if (!parse_type(value, &type)) {
+        return koshr_tool::fail("fmt", std::string("unknown type \"") + value + "\"");
+      }
+    } else {
+      positional.push_back(arg);
+    }
+  }
+  if (positional.empty() || (!check && positional.size() < 2) || (check && positional.size() != 1)) {
+    std::fprintf(stderr, "koshr: fmt: expected FORMAT and %s (see 'koshr fmt --help')\n",
+                 check ? "nothing else" : "at least one VALUE");
+    return 2;
+  }
+  const char16_t* culture_text = have_culture ? culture.c_str() : nullptr;
+  std::vector<KOFMTCODE> compiled(kCompiledCodes);
+  int code = compile(from_utf8(positional[0]), type, culture_text, compiled.data());
+  if (check) {
+    std::printf("%d %s\n", code, message_of(code).c_str());
+    return code == 0 ? 0 : 1;
+  }
+  if (code != 0) {
+    return koshr_tool::fail("compiling \"" + positional[0] + "\"",
+                            message_of(code) + " (code " + std::to_string(code) + ")");
+  }
+  for (size_t i = 1; i < positional.size(); ++i) {
+    std::string rendered;
+    if (int failed = render(compiled.data(), type, positional[i], culture_text, &rendered)) {
+      return failed;
+    }
+    std::printf("%s\n", rendered.c_str());
+  }
+  return 0;
+}
+
+const koshr_tool::Command kFmt{"fmt", "render values through a display format", &run_fmt};
+KOSHR_COMMAND(kFmt);
+
+int demo_formats() {
+  const char16_t* german = u"sDecimal=,\tsThousand=.\tsCurrency=EUR\tiCurrency=3\tiNegCurr=8"
+                           u"\tsShortDate=dd.MM.yyyy\tsTime=:";
+  struct Row {
+    const char* format;
+    ValueType type;
+    const char* value;
+  } rows[] = {
+      {"#,##0.00", ValueType::kNumber, "1234567.891"},
+      {"#,##0.00;(#,##0.00);\\z\\e\\r\\o", ValueType::kNumber, "-42.5"},
+      {"0.00E+00", ValueType::kNumber, "0.000123456"},
+      {"0.0%", ValueType::kNumber, "0.256"},
+      {"[currency]", ValueType::kDecimal, "-1234.50"},
+      {"[GENERAL]", ValueType::kNumber, "0.30000000000000004"},
+      {"dddd, mmmm d, yyyy", ValueType::kDate, "2024-03-05"},
+      {"[SHORTDATE] [TIME]", ValueType::kDateTime, "2024-03-05T13:45:07"},
+      {"h:mm:ss.fff AM/PM", ValueType::kTime, "13:45:07.250000"},
+      {"(@@@) @@@-@@@@", ValueType::kString, "5551234567"},
+  };
+  std::printf("%-34s %-22s %-30s %s\n", "format", "value", "user settings", "German culture");
+  std::vector<KOFMTCODE> compiled(kCompiledCodes);
+  for (const Row& row : rows) {
+    std::string plain, cultured;
+    std::u16string format = from_utf8(row.format);
+    if (compile(format, row.type, nullptr, compiled.data()) != 0 ||
+        render(compiled.data(), row.type, row.value, nullptr, &plain) != 0 ||
+        compile(format, row.type, german, compiled.data()) != 0 ||
+        render(compiled.data(), row.type, row.value, german, &cultured) != 0) {
+      return 1;
+    }
+    std::printf("%-34s %-22s %-30s %s\n", row.format, row.value, plain.c_str(), cultured.c_str());
+  }
+  KOFMTCODE small[64];
+  int code = shformatCmplDateTimeMask(u"fffffff", small, 64, nullptr);
+  std::printf("\ncompiling \"fffffff\": code %d, \"%s\"\n", code, message_of(code).c_str());
+  return 0;
+}
+
+KOSHR_DEMO_STOP(40, "Display formats: numbers, dates and strings through format texts", demo_formats);
+
+}  // namespace

@@ -1,0 +1,96 @@
+/*
+ * cmd_sql.cpp: `koshr sql`, the SQL keyword scanner in a person's hands.
+ *
+ *   koshr sql tail TEXT           the WHERE, GROUP BY, HAVING or ORDER BY part
+ *   koshr sql find KEYWORD TEXT   where KEYWORD first stands as a word outside
+ *                                 literals and comments (characters from 0)
+ *   koshr sql classify TEXT       whether a SELECT is an aggregate, distinct,
+ *                                 grouped or union query
+ */
+#include <cstdio>
+#include <cstring>
+
+#include "cmd_dbi_text.h"
+#include "command.h"
+
+namespace {
+
+void usage(FILE* out) {
+  std::fprintf(out,
+               "usage: koshr sql tail TEXT\n"
+               "       koshr sql find KEYWORD TEXT\n"
+               "       koshr sql classify TEXT\n"
+               "\n"
+               "tail      prints the WHERE, GROUP BY, HAVING or ORDER BY part of a SELECT\n"
+               "          (exit status 1 when there is none)\n"
+               "find      prints the position of KEYWORD as a word outside literals and\n"
+               "          comments, counted in characters from 0 (exit status 1 when absent)\n"
+               "classify  prints 'aggregate' for an aggregate, distinct, grouped or union\n"
+               "          SELECT, else 'plain'\n");
+}
+
+int tail(const std::u16string& select) {
+  const KOCHAR* found = nullptr;
+  DBI_ParseBasicSelect(nullptr, select.c_str(), &found);
+  if (found == nullptr) return 1;
+  std::printf("%s\n", koshr_tool::to_utf8(found).c_str());
+  return 0;
+}
+
+int find(const std::u16string& keyword, const std::u16string& text) {
+  int32_t found = 0;
+  uint32_t position = 0;
+  DBI_LookForKeyWord(nullptr, keyword.c_str(), text.c_str(), &found, &position, nullptr);
+  if (found == 0) return 1;
+  std::printf("%u\n", position);
+  return 0;
+}
+
+// The classification reads what follows the word SELECT, blank included.
+int classify(std::u16string select) {
+  size_t start = select.find_first_not_of(u" \t\r\n");
+  if (start != std::u16string::npos && DBI_DoCompareFirst(select.data() + start, u"select") != 0) {
+    select.erase(0, start + 6);
+  }
+  int32_t flag = 0;
+  DBI_ParseKeyWords(nullptr, select.c_str(), &flag);
+  std::printf("%s\n", flag != 0 ? "aggregate" : "plain");
+  return 0;
+}
+
+int run_sql(int argc, char** argv) {
+  if (argc > 1 && koshr_tool::is_help(argv[1])) {
+    usage(stdout);
+    return 0;
+  }
+  const char* what = argc > 1 ? argv[1] : "";
+  if (std::strcmp(what, "tail") == 0 && argc == 3) return tail(koshr_tool::to_utf16(argv[2]));
+  if (std::strcmp(what, "find") == 0 && argc == 4) {
+    return find(koshr_tool::to_utf16(argv[2]), koshr_tool::to_utf16(argv[3]));
+  }
+  if (std::strcmp(what, "classify") == 0 && argc == 3) return classify(koshr_tool::to_utf16(argv[2]));
+  usage(stderr);
+  return 2;
+}
+
+const koshr_tool::Command kSql{"sql", "find keywords and clauses in SQL text", &run_sql};
+KOSHR_COMMAND(kSql);
+
+int demo() {
+  const char16_t* select = u"select name, sum(total) from orders where note <> 'where' group by name";
+  const KOCHAR* found = nullptr;
+  DBI_ParseBasicSelect(nullptr, select, &found);
+  std::printf("SQL      %s\ntail     %s\n", koshr_tool::to_utf8(select).c_str(),
+              koshr_tool::to_utf8(found).c_str());
+  KOCHAR name[DBI_NAME_LENGTH + 16];
+  DBI_LibraryName(nullptr, nullptr, name, u"ODBC", nullptr);
+  std::printf("driver   ODBC is served by %s\n", koshr_tool::to_utf8(name).c_str());
+  koshr_tool::ScratchConnection context(u"SQLCache=20, DisableBind=1, Password='it''s'");
+  DBI_ReplaceDbParm(context.get(), u"SQLCache", u"50");
+  std::printf("DBParm   %s\n", koshr_tool::to_utf8(context->dbparm).c_str());
+  return found != nullptr ? 0 : 1;
+}
+
+KOSHR_DEMO_STOP(60, "Database interface: DBParm, driver names and SQL clauses", demo);
+
+}  // namespace

@@ -1,0 +1,49 @@
+/*
+ * csv_reader.h: reads RFC 4180 comma-separated text in UTF-8, record by
+ * record, for `koshr saveas`.
+ *
+ * Fields are separated by ",", records by CR LF or LF; a field in double
+ * quotes may hold commas, line breaks and doubled quotes. A leading UTF-8
+ * byte-order mark is skipped. Malformed input (a quote inside an unquoted
+ * field, text after a closing quote, a quoted field left open, bytes that
+ * are not UTF-8) stops the reader with an error naming the line.
+ */
+#ifndef KOSHR_TOOL_CSV_READER_H
+#define KOSHR_TOOL_CSV_READER_H
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace koshr_tool {
+
+class CsvReader {
+ public:
+  explicit CsvReader(std::string_view text);
+
+  // Reads the next record into `fields`; false at the end or on an error
+  // (then error() is not empty).
+  bool next(std::vector<std::string>& fields);
+  // The 1-based line on which the record last read (or the error) starts.
+  size_t line() const { return record_line_; }
+  const std::string& error() const { return error_; }
+
+ private:
+  bool fail(size_t line, const std::string& why);
+  // Reads one field; true when a field was read, `record_end` when it ended its record.
+  bool read_field(std::string& field, bool& record_end);
+
+  std::string_view text_;
+  size_t at_ = 0;
+  size_t line_ = 1;
+  size_t record_line_ = 1;
+  std::string error_;
+};
+
+// True when `text` is well-formed UTF-8.
+bool valid_utf8(std::string_view text);
+
+}  // namespace koshr_tool
+
+#endif
