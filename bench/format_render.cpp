@@ -70,9 +70,8 @@ void BM_Ours_Scientific(benchmark::State& state) { ours(state, u"0.00E+00"); }
 
 void BM_ToChars_Fixed2(benchmark::State& state) {
   char out[64];
-  run(state, [&](double v) {
-    return std::to_chars(out, out + 64, v, std::chars_format::fixed, 2).ptr;
-  });
+  run(state,
+      [&](double v) { return std::to_chars(out, out + 64, v, std::chars_format::fixed, 2).ptr; });
 }
 
 void BM_ToChars_Scientific15(benchmark::State& state) {

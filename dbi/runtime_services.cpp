@@ -13,6 +13,7 @@
 
 #include <atomic>
 
+#include "dbi/context_support.h"
 #include "platform/resources.h"
 #include "platform/utf16.h"
 
@@ -24,7 +25,7 @@ const StringResource kMessages[] = {
     {24002, "DBI_TXNSERVER_NOT_SUPPORTED",
      u"The database interface does not support the transaction server."},
     {24003, "DBI_NO_INPROCESS_DRIVER",
-     u"No in-process database interface is installed for this connection."},
+     u"No in-process database interface is installed for \"%s\"."},
     {24004, "DBI_PARM_TOO_LONG",
      u"A database parameter name or value is longer than 1024 characters."},
 };
@@ -50,8 +51,6 @@ void encrypt_keyed_hex(const KOCHAR* clear, KOCHAR* out, size_t capacity) {
   }
   out[written] = 0;
 }
-
-bool is_blank(KOCHAR c) { return c == u' ' || c == u'\t' || c == u'\r' || c == u'\n'; }
 
 bool find_property(const KOCHAR* connect, const char* property, const KOCHAR** value,
                    size_t* length) {
@@ -93,9 +92,7 @@ bool find_property(const KOCHAR* connect, const char* property, const KOCHAR** v
 }
 
 int32_t no_in_process_driver(DbiContext* context) {
-  u16lcpy(context->message, message_from_table("DBI_NO_INPROCESS_DRIVER"), DBI_MESSAGE_LENGTH);
-  context->return_code = DBI_RC_ERROR;
-  context->sql_code = -1;
+  raise_error(context, "DBI_NO_INPROCESS_DRIVER", context->dbms);
   return 0;
 }
 

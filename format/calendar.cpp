@@ -59,9 +59,9 @@ int64_t seconds_of_day(const KODATETIME& value) {
 }
 
 const char* month_name(int month_index, bool abbreviated) {
-  static constexpr const char* kNames[] = {"January", "February", "March",     "April",
-                                           "May",     "June",     "July",      "August",
-                                           "September", "October", "November", "December"};
+  static constexpr const char* kNames[] = {"January",   "February", "March",    "April",
+                                           "May",       "June",     "July",     "August",
+                                           "September", "October",  "November", "December"};
   static constexpr const char* kAbbr[] = {"Jan", "Feb", "Mar", "Apr", "May", "Jun",
                                           "Jul", "Aug", "Sep", "Oct", "Nov", "Dec"};
   if (month_index < 0 || month_index > 11) return nullptr;

@@ -26,7 +26,7 @@ constexpr KOFMTCODE kNumberSections = kLastSection - kNumberFirstSection + 1;
 // The regional negative currency patterns, by iNegCurr: "$" is the symbol,
 // "n" the number, anything else a literal.
 constexpr const char* kNegativeCurrency[16] = {
-    "($n)", "-$n",  "$-n",  "$n-",  "(n$)",  "-n$",  "n-$",   "n$-",
+    "($n)", "-$n",  "$-n",  "$n-",  "(n$)", "-n$",  "n-$",   "n$-",
     "-n $", "-$ n", "n $-", "$ n-", "$ -n", "n- $", "($ n)", "(n $)",
 };
 
@@ -362,8 +362,8 @@ class NumberCompiler {
   int run_at_ = 0;
 };
 
-int compile_number(const KOCHAR* format, KOFMTCODE* compiled, int capacity,
-                   const KOCHAR* culture, int* comma_positions, int max_positions) {
+int compile_number(const KOCHAR* format, KOFMTCODE* compiled, int capacity, const KOCHAR* culture,
+                   int* comma_positions, int max_positions) {
   if (comma_positions) {
     for (int i = 0; i < max_positions; ++i) comma_positions[i] = -1;
   }
@@ -403,6 +403,5 @@ extern "C" KOSHR_API int shformatCmplNumericMaskWebCommasPos(const KOCHAR* forma
                                                              const KOCHAR* culture,
                                                              int* comma_positions,
                                                              int max_positions) {
-  return ko::compile_number(format, compiled, capacity, culture, comma_positions,
-                            max_positions);
+  return ko::compile_number(format, compiled, capacity, culture, comma_positions, max_positions);
 }

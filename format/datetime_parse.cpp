@@ -185,8 +185,7 @@ bool fields_to_value(Fields f, KODATETIME* out) {
   KODATETIME value;
   bool has_date = f.year >= 0 || f.month >= 0 || f.day >= 0;
   if (has_date) {
-    if (!shdtBuildTime(&value, f.year, f.month, f.day, f.hour, f.minute, f.second,
-                       f.microsecond)) {
+    if (!shdtBuildTime(&value, f.year, f.month, f.day, f.hour, f.minute, f.second, f.microsecond)) {
       return false;
     }
   } else {
@@ -200,8 +199,7 @@ bool fields_to_value(Fields f, KODATETIME* out) {
   return true;
 }
 
-bool parse_with(const KOCHAR* text, const KOCHAR* format, const KOCHAR* culture,
-                KODATETIME* out) {
+bool parse_with(const KOCHAR* text, const KOCHAR* format, const KOCHAR* culture, KODATETIME* out) {
   KOFMTCODE program[kPatternCodes];
   if (shformatCmplDateTimeMaskWeb(format, program, kPatternCodes, culture) != 0) return false;
   RegionalSettings scratch;
@@ -209,16 +207,16 @@ bool parse_with(const KOCHAR* text, const KOCHAR* format, const KOCHAR* culture,
   const KOFMTCODE* section = find_section(program, 0, nullptr);
   Fields fields;
   TextReader reader(text, settings);
-  return section && reader.read(section + kSectionHeaderSize, section + section[kHeaderLength], fields) &&
+  return section &&
+         reader.read(section + kSectionHeaderSize, section + section[kHeaderLength], fields) &&
          fields_to_value(fields, out);
 }
 
 // A date layout on its own, then followed by the usual times of day.
 bool parse_date_and_time(const KOCHAR* text, const KOCHAR* date, const KOCHAR* culture,
                          KODATETIME* out) {
-  static const char* const kTimes[] = {"",           "%s h:mm:ss", "%s h:mm",
-                                       "%s h:mm:ss AM/PM", "%s h:mm AM/PM", "%sTh:mm:ss",
-                                       "%sTh:mm"};
+  static const char* const kTimes[] = {
+      "", "%s h:mm:ss", "%s h:mm", "%s h:mm:ss AM/PM", "%s h:mm AM/PM", "%sTh:mm:ss", "%sTh:mm"};
   KOCHAR pattern[kPatternMax];
   for (const char* time : kTimes) {
     if (*time) {

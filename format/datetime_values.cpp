@@ -69,8 +69,9 @@ extern "C" KOSHR_API int shdtBuildTime(KODATETIME* out, int year, int month, int
       second < 0 || second > 59 || microsecond < 0 || microsecond > 999999) {
     return 0;
   }
-  *out = KODATETIME{uint32_t(microsecond), uint16_t(year - kYearBase), uint8_t(month - 1),
-                    uint8_t(day),          uint8_t(hour),              uint8_t(minute),
+  *out = KODATETIME{uint32_t(microsecond), uint16_t(year - kYearBase),
+                    uint8_t(month - 1),    uint8_t(day),
+                    uint8_t(hour),         uint8_t(minute),
                     uint8_t(second),       0};
   return 1;
 }
@@ -103,8 +104,7 @@ extern "C" KOSHR_API int shdtString(const KODATETIME* value, KOCHAR* out, int ca
   return text.finish();
 }
 
-extern "C" KOSHR_API int shdtDayName(int day_of_week, int abbreviated, KOCHAR* out,
-                                     int capacity) {
+extern "C" KOSHR_API int shdtDayName(int day_of_week, int abbreviated, KOCHAR* out, int capacity) {
   if (!out || capacity <= 0) return -1;
   TextOutput text(out, capacity);
   const char* name = day_name(day_of_week, abbreviated != 0);
@@ -154,8 +154,7 @@ extern "C" KOSHR_API int shdtBuildTimeFromSystemTime(const KOSYSTEMTIME* system_
                        system_time->wMilliseconds * 1000);
 }
 
-extern "C" KOSHR_API int shdtBuildSystemTimeFromSHTime(const KODATETIME* value,
-                                                       KOSYSTEMTIME* out) {
+extern "C" KOSHR_API int shdtBuildSystemTimeFromSHTime(const KODATETIME* value, KOSYSTEMTIME* out) {
   if (!value || !out || !has_valid_date(*value) || !has_valid_time(*value)) return 0;
   *out = KOSYSTEMTIME{uint16_t(value->year + kYearBase),
                       uint16_t(value->month + 1),

@@ -47,7 +47,8 @@ void record_number_layout(KOFMTCODE* section) {
     }
   }
   section[kHeaderIntegerTotal] = KOFMTCODE(integer_total);
-  section[kHeaderIntegerMandatory] = KOFMTCODE(first_mandatory < 0 ? 0 : integer_total - first_mandatory);
+  section[kHeaderIntegerMandatory] =
+      KOFMTCODE(first_mandatory < 0 ? 0 : integer_total - first_mandatory);
   section[kHeaderFirstRunMandatory] = KOFMTCODE(first_run_mandatory);
   section[kHeaderFractionTotal] = KOFMTCODE(fraction_total);
   section[kHeaderFractionMandatory] = KOFMTCODE(fraction_mandatory);

@@ -47,11 +47,11 @@ enum : int {
   kHeaderLength = 1,
   kHeaderFlags = 2,
   kHeaderDigits = 3,
-  kHeaderIntegerTotal = 4,        // integer digit positions
-  kHeaderIntegerMandatory = 5,    // of them, counted from the right, those that always show
-  kHeaderFirstRunMandatory = 6,   // "0" positions of the first integer run
-  kHeaderFractionTotal = 7,       // fraction digit positions
-  kHeaderFractionMandatory = 8,   // of them, counted from the left, those that always show
+  kHeaderIntegerTotal = 4,       // integer digit positions
+  kHeaderIntegerMandatory = 5,   // of them, counted from the right, those that always show
+  kHeaderFirstRunMandatory = 6,  // "0" positions of the first integer run
+  kHeaderFractionTotal = 7,      // fraction digit positions
+  kHeaderFractionMandatory = 8,  // of them, counted from the left, those that always show
 };
 
 inline bool is_section_code(KOFMTCODE code) {

@@ -17,7 +17,7 @@ struct Colour {
   uint32_t value;  // COLORREF, 0x00BBGGRR
 };
 constexpr Colour kColours[] = {
-    {"BLACK", 0x000000},  {"BLUE", 0xFF0000},  {"CYAN", 0xFFFF00},  {"GREEN", 0x00FF00},
+    {"BLACK", 0x000000},   {"BLUE", 0xFF0000}, {"CYAN", 0xFFFF00},  {"GREEN", 0x00FF00},
     {"MAGENTA", 0xFF00FF}, {"RED", 0x0000FF},  {"WHITE", 0xFFFFFF}, {"YELLOW", 0x00FFFF},
 };
 
@@ -36,8 +36,8 @@ struct Predefined {
   PredefinedName predefined;
 };
 constexpr Predefined kPredefined[] = {
-    {"DATE", PredefinedName::kDate},           {"GENERAL", PredefinedName::kGeneral},
-    {"LONGDATE", PredefinedName::kLongDate},   {"SHORTDATE", PredefinedName::kShortDate},
+    {"DATE", PredefinedName::kDate},         {"GENERAL", PredefinedName::kGeneral},
+    {"LONGDATE", PredefinedName::kLongDate}, {"SHORTDATE", PredefinedName::kShortDate},
     {"TIME", PredefinedName::kTime},
 };
 

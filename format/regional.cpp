@@ -44,10 +44,9 @@ class SettingSource {
     getCultureValueInt(culture_, key, fallback, &value);
     return value;
   }
-  void convention(const KOCHAR* key, const KOCHAR* fallback, KOCHAR* out,
-                  size_t capacity) const {
-    if (!culture_ && os::registry_get_string(os::Hive::kCurrentUser, kInternationalKey, key,
-                                             out, capacity)) {
+  void convention(const KOCHAR* key, const KOCHAR* fallback, KOCHAR* out, size_t capacity) const {
+    if (!culture_ &&
+        os::registry_get_string(os::Hive::kCurrentUser, kInternationalKey, key, out, capacity)) {
       return;
     }
     text(key, fallback, out, capacity);
@@ -149,8 +148,7 @@ extern "C" KOSHR_API void koshr_intl(void) {
   g_process.decimal = first_or(text, u'.');
   os::profile_string(kIntlSection, u"sThousand", u",", text, 2);
   g_process.grouping = first_or(text, u',');
-  os::profile_string(kIntlSection, u"sCurrency", u"$", g_process.currency,
-                     kCurrencySymbolMax + 1);
+  os::profile_string(kIntlSection, u"sCurrency", u"$", g_process.currency, kCurrencySymbolMax + 1);
   load_profile_record();
 }
 

@@ -26,21 +26,21 @@ constexpr size_t kDatePatternMax = 80;
 constexpr size_t kSeparatorMax = 10;
 
 struct RegionalSettings {
-  KOCHAR decimal;        // sDecimal, first character
-  KOCHAR thousand;       // sThousand, first character
-  int currency_position; // iCurrency 0-3
+  KOCHAR decimal;                                  // sDecimal, first character
+  KOCHAR thousand;                                 // sThousand, first character
+  int currency_position;                           // iCurrency 0-3
   KOCHAR currency_symbol[kCurrencySymbolMax + 1];  // sCurrency as given
   KOCHAR currency[kCurrencySymbolMax + 2];         // the symbol with the space of patterns 2 and 3
   size_t currency_length;
-  int grouping;          // sGrouping: 0 or 3
-  int money_grouping;    // sMonGrouping: 0 or 3
-  int currency_digits;   // iCurrDigits
-  int negative_currency; // iNegCurr 0-15
-  KOCHAR am[kDesignatorMax + 1];  // s1159
-  KOCHAR pm[kDesignatorMax + 1];  // s2359
-  int country;           // iCountry
-  KOCHAR short_date[kDatePatternMax + 1];  // sShortDate
-  KOCHAR long_date[kDatePatternMax + 1];   // sLongDate
+  int grouping;                              // sGrouping: 0 or 3
+  int money_grouping;                        // sMonGrouping: 0 or 3
+  int currency_digits;                       // iCurrDigits
+  int negative_currency;                     // iNegCurr 0-15
+  KOCHAR am[kDesignatorMax + 1];             // s1159
+  KOCHAR pm[kDesignatorMax + 1];             // s2359
+  int country;                               // iCountry
+  KOCHAR short_date[kDatePatternMax + 1];    // sShortDate
+  KOCHAR long_date[kDatePatternMax + 1];     // sLongDate
   KOCHAR date_separator[kSeparatorMax + 1];  // sDate
   KOCHAR time_separator[kSeparatorMax + 1];  // sTime
 };

@@ -58,7 +58,8 @@ class DateTimePlayer {
   }
   int weekday() const {
     if (!has_valid_date(value_)) return -1;
-    return weekday_from_days(days_from_civil(value_.year + kYearBase, value_.month + 1, value_.day));
+    return weekday_from_days(
+        days_from_civil(value_.year + kYearBase, value_.month + 1, value_.day));
   }
 
   void subsecond(int count) {
@@ -152,8 +153,8 @@ extern "C" KOSHR_API int shformatDateTimeWeb(const KOFMTCODE* compiled, const KO
   RegionalSettings scratch;
   const RegionalSettings& settings = regional_settings(culture, scratch);
   static const KODATETIME kNullValue{0, kNullYear, 255, 255, 255, 255, 255, 0};
-  DateTimePlayer player(value ? *value : kNullValue, section[kHeaderFlags] & kSectionTwelveHour, settings,
-                        output);
+  DateTimePlayer player(value ? *value : kNullValue, section[kHeaderFlags] & kSectionTwelveHour,
+                        settings, output);
   player.play(section + kSectionHeaderSize, section + section[kHeaderLength]);
   return output.finish();
 }

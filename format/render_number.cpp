@@ -81,9 +81,11 @@ class SectionPlayer {
         exponent_(scientific_exponent),
         separators_(separators),
         out_(out) {
-    if (layout.flags() & kSectionEnglish) separators_ = Separators{u'.', u',', separators.group_size};
-    integer_digits_ = is_scientific(layout) ? (value_.is_zero() ? 0 : mantissa_integer_digits(layout))
-                                            : (value_.exponent > 0 ? value_.exponent : 0);
+    if (layout.flags() & kSectionEnglish)
+      separators_ = Separators{u'.', u',', separators.group_size};
+    integer_digits_ = is_scientific(layout)
+                          ? (value_.is_zero() ? 0 : mantissa_integer_digits(layout))
+                          : (value_.exponent > 0 ? value_.exponent : 0);
     shown_integer_ = integer_digits_ > layout.integer_mandatory_span()
                          ? integer_digits_
                          : layout.integer_mandatory_span();
@@ -114,7 +116,8 @@ class SectionPlayer {
         case kCodeFraction:
           if (p + 2 >= layout_.end()) return;
           for (int j = 0; j < p[2]; ++j, ++fraction_position) {
-            if (fraction_position < shown_fraction_) out_.put(KOCHAR(fraction_digit(fraction_position)));
+            if (fraction_position < shown_fraction_)
+              out_.put(KOCHAR(fraction_digit(fraction_position)));
           }
           break;
         case kCodePoint:
@@ -179,7 +182,8 @@ class SectionPlayer {
     } else if (sign_mode == u'+') {
       out_.put(u'+');
     }
-    out_.put_number(uint64_t(exponent_ < 0 ? -exponent_ : exponent_), mandatory > 0 ? mandatory : 1);
+    out_.put_number(uint64_t(exponent_ < 0 ? -exponent_ : exponent_),
+                    mandatory > 0 ? mandatory : 1);
   }
 
   // Up to 15 significant digits without trailing zeros; exponent form below
@@ -279,7 +283,8 @@ int render_number(const KOFMTCODE* program, DigitString& value, KOCHAR* out, int
     value = DigitString();
     unrounded = value;
     minus = false;
-    layout = SectionLayout{list.sections[sections > kZeroSection ? kZeroSection : kPositiveSection]};
+    layout =
+        SectionLayout{list.sections[sections > kZeroSection ? kZeroSection : kPositiveSection]};
     exponent = 0;
   }
   if (minus) output.put(u'-');
@@ -332,8 +337,8 @@ extern "C" KOSHR_API int shformatReal(const KOFMTCODE* compiled, float value, KO
   return shformatRealWeb(compiled, value, out, capacity, nullptr);
 }
 
-extern "C" KOSHR_API int shformatLonglongWeb(const KOFMTCODE* compiled, int64_t value,
-                                             KOCHAR* out, int capacity, const KOCHAR* culture) {
+extern "C" KOSHR_API int shformatLonglongWeb(const KOFMTCODE* compiled, int64_t value, KOCHAR* out,
+                                             int capacity, const KOCHAR* culture) {
   DigitString digits;
   ko::digits_from_int64(value, digits);
   return ko::render_number(compiled, digits, out, capacity, culture);

@@ -11,8 +11,8 @@
 #include "format/format_codes.h"
 #include "format/text_output.h"
 
-extern "C" KOSHR_API int shformatString(const KOFMTCODE* compiled, const KOCHAR* value,
-                                        KOCHAR* out, int capacity) {
+extern "C" KOSHR_API int shformatString(const KOFMTCODE* compiled, const KOCHAR* value, KOCHAR* out,
+                                        int capacity) {
   using namespace ko;
   if (!compiled || !out || capacity <= 0) return -1;
   TextOutput output(out, capacity);

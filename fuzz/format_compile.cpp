@@ -66,11 +66,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   for (int kind = 0; kind < 3; ++kind) {
     std::vector<KOFMTCODE> compiled(capacity);
-    int code = kind == 0   ? shformatCmplNumericMaskWeb(format.data(), compiled.data(), capacity,
-                                                        (capacity & 1) ? u"iCountry=2" : nullptr)
-               : kind == 1 ? shformatCmplDateTimeMask(format.data(), compiled.data(), capacity,
-                                                      nullptr)
-                           : shformatCmplStringMask(format.data(), compiled.data(), capacity);
+    int code = kind == 0 ? shformatCmplNumericMaskWeb(format.data(), compiled.data(), capacity,
+                                                      (capacity & 1) ? u"iCountry=2" : nullptr)
+               : kind == 1
+                   ? shformatCmplDateTimeMask(format.data(), compiled.data(), capacity, nullptr)
+                   : shformatCmplStringMask(format.data(), compiled.data(), capacity);
     if (code == 0) render_all(compiled, kind, in);
   }
   KODATETIME parsed;

@@ -23,13 +23,13 @@ typedef uint16_t KOFMTCODE;
 
 /* Compile error codes (shformatErrorString turns them into sentences). */
 #define SHFORMAT_OK 0
-#define SHFORMAT_ERR_SIZE 1     /* compiled buffer too small */
-#define SHFORMAT_ERR_COLOR 2    /* "[12a]" */
-#define SHFORMAT_ERR_SECTION 3  /* too many ";" sections */
-#define SHFORMAT_ERR_CHAR 4     /* character not allowed where it stands */
-#define SHFORMAT_ERR_KEY 5      /* unknown "[name]" */
-#define SHFORMAT_ERR_PERIOD 6   /* second "." in a section */
-#define SHFORMAT_ERR_EOS 7      /* text ends inside a bracket, quote or after "\" */
+#define SHFORMAT_ERR_SIZE 1    /* compiled buffer too small */
+#define SHFORMAT_ERR_COLOR 2   /* "[12a]" */
+#define SHFORMAT_ERR_SECTION 3 /* too many ";" sections */
+#define SHFORMAT_ERR_CHAR 4    /* character not allowed where it stands */
+#define SHFORMAT_ERR_KEY 5     /* unknown "[name]" */
+#define SHFORMAT_ERR_PERIOD 6  /* second "." in a section */
+#define SHFORMAT_ERR_EOS 7     /* text ends inside a bracket, quote or after "\" */
 #define SHFORMAT_ERR_INTERNAL 8
 #define SHFORMAT_ERR_MONTH 9
 #define SHFORMAT_ERR_DAY 10
@@ -45,9 +45,9 @@ typedef uint16_t KOFMTCODE;
 
 /* getCultureValueStr / getCultureValueInt results. */
 #define SHCULTURE_OK 0
-#define SHCULTURE_NOT_FOUND (-1)   /* key not in the culture string */
-#define SHCULTURE_BAD (-2)         /* no culture string, or no "=" after the key */
-#define SHCULTURE_TOO_LONG (-3)    /* value does not fit; the default stays */
+#define SHCULTURE_NOT_FOUND (-1) /* key not in the culture string */
+#define SHCULTURE_BAD (-2)       /* no culture string, or no "=" after the key */
+#define SHCULTURE_TOO_LONG (-3)  /* value does not fit; the default stays */
 
 /* A date-time value in the platform's SYSTEMTIME layout (month 1-12,
  * day of week 0 = Sunday). */
@@ -99,14 +99,13 @@ KOSHR_API int shformatDoubleWeb(const KOFMTCODE* compiled, double value, KOCHAR*
 KOSHR_API int shformatReal(const KOFMTCODE* compiled, float value, KOCHAR* out, int capacity);
 KOSHR_API int shformatRealWeb(const KOFMTCODE* compiled, float value, KOCHAR* out, int capacity,
                               const KOCHAR* culture);
-KOSHR_API int shformatLonglong(const KOFMTCODE* compiled, int64_t value, KOCHAR* out,
-                               int capacity);
+KOSHR_API int shformatLonglong(const KOFMTCODE* compiled, int64_t value, KOCHAR* out, int capacity);
 KOSHR_API int shformatLonglongWeb(const KOFMTCODE* compiled, int64_t value, KOCHAR* out,
                                   int capacity, const KOCHAR* culture);
 KOSHR_API int shformatDateTime(const KOFMTCODE* compiled, const KODATETIME* value, KOCHAR* out,
                                int capacity);
-KOSHR_API int shformatDateTimeWeb(const KOFMTCODE* compiled, const KODATETIME* value,
-                                  KOCHAR* out, int capacity, const KOCHAR* culture);
+KOSHR_API int shformatDateTimeWeb(const KOFMTCODE* compiled, const KODATETIME* value, KOCHAR* out,
+                                  int capacity, const KOCHAR* culture);
 KOSHR_API int shformatString(const KOFMTCODE* compiled, const KOCHAR* value, KOCHAR* out,
                              int capacity);
 
@@ -141,8 +140,8 @@ KOSHR_API int shdtParseStringEx(const KOCHAR* text, const KOCHAR* format, KODATE
 /* The same; with a null or empty format the date order comes from the locale
  * id (1033 month-day-year, 2057/1031/1036/... day-month-year, 1041/2052/1042
  * year-month-day, 0 the user's short-date order). */
-KOSHR_API int shdtParseStringExWithLcid(const KOCHAR* text, const KOCHAR* format,
-                                        KODATETIME* out, uint32_t lcid);
+KOSHR_API int shdtParseStringExWithLcid(const KOCHAR* text, const KOCHAR* format, KODATETIME* out,
+                                        uint32_t lcid);
 /* Parses like shdtParse and writes the value back as shdtString does. */
 KOSHR_API int shdtParseToString(const KOCHAR* text, KOCHAR* out, int capacity);
 /* Day name of day_of_week (0 = Sunday), full or abbreviated; returns the length. */

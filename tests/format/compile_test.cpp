@@ -26,8 +26,8 @@ TEST(Compile, NumberErrorCodes) {
   std::u16string long_name = u"[" + std::u16string(20, u'A') + u"]0";
   const CompileCase cases[] = {
       {u"#,##0.00;(#,##0.00);0", 0},
-      {u"0;0;0;0;0", 0},              // five sections
-      {u"0;0;0;0;0;0", 3},            // a sixth is too many
+      {u"0;0;0;0;0", 0},    // five sections
+      {u"0;0;0;0;0;0", 3},  // a sixth is too many
       {u"[red]0", 0},
       {u"[RED]0", 0},
       {u"[Yellow]0", 0},
@@ -38,18 +38,18 @@ TEST(Compile, NumberErrorCodes) {
       {u"[currency]", 0},
       {u"0;[currency]", 0},
       {u"0;0;[currency]", 0},
-      {u"0;0;0;[currency]", 5},       // the fourth section takes no currency
+      {u"0;0;0;[currency]", 5},  // the fourth section takes no currency
       {u"[ENGLISH]0.00", 0},
       {u"[GENERAL]", 0},
       {u"0.0.0", 6},
-      {u"0.0;0.0", 0},                // one point per section
+      {u"0.0;0.0", 0},  // one point per section
       {u"#%", 0},
       {u"%#", 0},
       {u"#%%", 4},
       {u"0.00E+00%", 4},
       {u"0%E+00", 4},
       {u"0.00E+00E+00", 4},
-      {u"0.00E+", 4},                 // not an exponent: "E" switches to text mode after a point
+      {u"0.00E+", 4},  // not an exponent: "E" switches to text mode after a point
       {u"[RED", 7},
       {u"'open", 7},
       {u"0\\", 7},
@@ -109,8 +109,8 @@ TEST(Compile, DateTimeErrorCodes) {
 
 TEST(Compile, StringErrorCodes) {
   const CompileCase cases[] = {
-      {u"@@@-@@", 0},   {u"@;@;@", 0},   {u"@;@;@;@", 3}, {u"[BLUE]@", 0},
-      {u"[9z]@", 2},    {u"[PINK]@", 5}, {u"'abc", 7},    {u"@\\", 7},
+      {u"@@@-@@", 0}, {u"@;@;@", 0},   {u"@;@;@;@", 3}, {u"[BLUE]@", 0},
+      {u"[9z]@", 2},  {u"[PINK]@", 5}, {u"'abc", 7},    {u"@\\", 7},
   };
   for (const auto& c : cases) {
     KOFMTCODE compiled[64];
@@ -125,8 +125,8 @@ TEST(Compile, TooSmallBufferIsErrorOneAndStaysInside) {
   const char16_t* date_format = u"[SHORTDATE] [TIME] dddd";
   for (int capacity = 1; capacity < 80; ++capacity) {
     std::vector<KOFMTCODE> buffer(capacity + 4, 0xBEEF);
-    int number_result = shformatCmplNumericMaskWeb(number_format, buffer.data(), capacity,
-                                                   kUsCulture);
+    int number_result =
+        shformatCmplNumericMaskWeb(number_format, buffer.data(), capacity, kUsCulture);
     int date_result = shformatCmplDateTimeMaskWeb(date_format, buffer.data(), capacity, kUsCulture);
     int string_result = shformatCmplStringMask(u"(@@@) @@@-@@@@", buffer.data(), capacity);
     for (int i = capacity; i < capacity + 4; ++i) ASSERT_EQ(buffer[i], 0xBEEF) << capacity;
@@ -149,12 +149,22 @@ TEST(Compile, DefaultFormatsFitThirtyNineCodes) {
   }
 }
 
+// Only the first 1,000 characters of a number format are read.
+TEST(Compile, NumberFormatIsCutAtOneThousandCharacters) {
+  std::u16string format(999, u'0');
+  KOFMTCODE compiled[64];
+  EXPECT_EQ(shformatCmplNumericMaskWeb((format + u"0.").c_str(), compiled, 64, kUsCulture), 0);
+  EXPECT_EQ(shformatCmplNumericMaskWeb((format + u".0.").c_str(), compiled, 64, kUsCulture), 0);
+  EXPECT_EQ(
+      shformatCmplNumericMaskWeb((format.substr(2) + u".0.").c_str(), compiled, 64, kUsCulture), 6);
+}
+
 TEST(Compile, CommaPositions) {
   KOFMTCODE compiled[64];
   int positions[4];
   EXPECT_EQ(shformatCmplNumericMaskWebCommasPos(u"#,##0.00;#,###,##0", compiled, 64, kUsCulture,
                                                 positions, 4),
-                0);
+            0);
   EXPECT_EQ(positions[0], 1);
   EXPECT_EQ(positions[1], 10);
   EXPECT_EQ(positions[2], 14);

@@ -23,13 +23,13 @@ TEST(CultureString, ValuesAndResultCodes) {
       {culture, u"sDecimal", 16, 0, u","},
       {culture, u"sThousand", 16, 0, u"."},
       {culture, u"sList", 16, 0, u"a!b\tc"},
-      {culture, u"sOdd", 16, 0, u"x!y!!z"},      // a stray "!" stops the unescaping
+      {culture, u"sOdd", 16, 0, u"x!y!!z"},  // a stray "!" stops the unescaping
       {culture, u"sEmpty", 16, 0, u""},
       {culture, u"sMissing", 16, -1, u"dflt"},
-      {culture, u"bad", 16, -2, u"dflt"},        // no "=" after the key
-      {culture, u"Thousand", 16, 0, u"."},       // a plain substring search
-      {culture, u"sList", 8, 0, u"a!b\tc"},      // "a!!b!tc" and its terminator fit in 8
-      {culture, u"sList", 7, -3, u"dflt"},       // too long: the default stays
+      {culture, u"bad", 16, -2, u"dflt"},    // no "=" after the key
+      {culture, u"Thousand", 16, 0, u"."},   // a plain substring search
+      {culture, u"sList", 8, 0, u"a!b\tc"},  // "a!!b!tc" and its terminator fit in 8
+      {culture, u"sList", 7, -3, u"dflt"},   // too long: the default stays
       {nullptr, u"sDecimal", 16, -2, u"dflt"},
   };
   for (const auto& c : cases) {
@@ -51,11 +51,11 @@ TEST(CultureString, RegionalRecord) {
       u"sDecimal=\tsThousand=\tiCurrency=2\tsCurrency=EUR\tsGrouping=4\tsMonGrouping=0"
       u"\ts1159=\ts2359=after\tiCountry=44\tsCurrency2=x\tsShortDate=yyyy-MM-dd",
       s);
-  EXPECT_EQ(s.decimal, u'.');    // empty values fall back
+  EXPECT_EQ(s.decimal, u'.');  // empty values fall back
   EXPECT_EQ(s.thousand, u',');
   EXPECT_EQ(std::u16string(s.currency), u"EUR ");
   EXPECT_EQ(s.currency_length, 4u);
-  EXPECT_EQ(s.grouping, 3);      // anything but 0 or 3 is 3
+  EXPECT_EQ(s.grouping, 3);  // anything but 0 or 3 is 3
   EXPECT_EQ(s.money_grouping, 0);
   EXPECT_EQ(std::u16string(s.am), u"AM");
   EXPECT_EQ(std::u16string(s.pm), u"PM");  // longer than four characters: the default stays
@@ -110,10 +110,10 @@ TEST(ValidReal, NoLocale) {
     const char16_t* text;
     int valid;
   } cases[] = {
-      {u"1234.5", 1}, {u"-1,234.50", 1}, {u" +12 ", 1}, {u".5", 1},    {u"5.", 1},
-      {u"1e10", 1},   {u"1.5E-3", 1},    {u"", 0},      {u"abc", 0},   {u"1,234,5.6", 1},
-      {u"1.2.3", 0},  {u"1e", 0},        {u",5", 0},    {u"1,5,", 0},  {u"1 2", 0},
-      {u"1,234,56", 1},
+      {u"1234.5", 1}, {u"-1,234.50", 1}, {u" +12 ", 1},  {u".5", 1},
+      {u"5.", 1},     {u"1e10", 1},      {u"1.5E-3", 1}, {u"", 0},
+      {u"abc", 0},    {u"1,234,5.6", 1}, {u"1.2.3", 0},  {u"1e", 0},
+      {u",5", 0},     {u"1,5,", 0},      {u"1 2", 0},    {u"1,234,56", 1},
   };
   for (const auto& c : cases) EXPECT_EQ(shIsValidRealNoLocale(c.text), c.valid);
   EXPECT_EQ(shIsValidRealNoLocale(nullptr), 0);

@@ -21,9 +21,9 @@ TEST(DateTimeRender, Fields) {
       {u"mmm d, yyyy", u"Mar 5, 2024"},
       {u"dddd, mmmm dd", u"Tuesday, March 05"},
       {u"ddd", u"Tue"},
-      {u"hh:mm", u"13:45"},     // minutes after an hour
-      {u"mm/dd", u"03/05"},     // a month otherwise
-      {u"mm:ss", u"45:07"},     // minutes before seconds
+      {u"hh:mm", u"13:45"},  // minutes after an hour
+      {u"mm/dd", u"03/05"},  // a month otherwise
+      {u"mm:ss", u"45:07"},  // minutes before seconds
       {u"m:ss", u"45:07"},
       {u"h:mm AM/PM", u"1:45 PM"},
       {u"h:mm am/pm", u"1:45 PM"},
@@ -47,8 +47,8 @@ TEST(DateTimeRender, TwelveHourClock) {
   struct Case {
     int hour;
     const char16_t* expected;
-  } cases[] = {{0, u"12 AM"}, {1, u"1 AM"}, {11, u"11 AM"}, {12, u"12 PM"}, {13, u"1 PM"},
-               {23, u"11 PM"}};
+  } cases[] = {{0, u"12 AM"},  {1, u"1 AM"},  {11, u"11 AM"},
+               {12, u"12 PM"}, {13, u"1 PM"}, {23, u"11 PM"}};
   for (const auto& c : cases) {
     KODATETIME value = make(2024, 1, 1, c.hour);
     EXPECT_EQ(datetime(u"h AM/PM", &value), std::u16string(c.expected));

@@ -17,8 +17,8 @@ TEST(DateTimeValues, BuildRefusesImpossibleDates) {
     int year, month, day, hour;
     int ok;
   } cases[] = {
-      {2024, 2, 29, 0, 1}, {2023, 2, 29, 0, 0}, {1900, 2, 29, 0, 0}, {2000, 2, 29, 0, 1},
-      {2024, 4, 31, 0, 0}, {2024, 13, 1, 0, 0}, {2024, 0, 1, 0, 0},  {1899, 12, 31, 0, 0},
+      {2024, 2, 29, 0, 1},   {2023, 2, 29, 0, 0}, {1900, 2, 29, 0, 0}, {2000, 2, 29, 0, 1},
+      {2024, 4, 31, 0, 0},   {2024, 13, 1, 0, 0}, {2024, 0, 1, 0, 0},  {1899, 12, 31, 0, 0},
       {9999, 12, 31, 23, 1}, {2024, 1, 1, 24, 0},
   };
   for (const auto& c : cases) {
@@ -52,8 +52,11 @@ TEST(DateTimeValues, WeekdaysAndNames) {
   struct Case {
     KODATETIME value;
     int weekday;
-  } cases[] = {{make(2024, 3, 5), 2}, {make(1900, 1, 1), 1}, {make(2000, 2, 29), 2},
-               {make(1970, 1, 1), 4}, {make(9999, 12, 31), 5}};
+  } cases[] = {{make(2024, 3, 5), 2},
+               {make(1900, 1, 1), 1},
+               {make(2000, 2, 29), 2},
+               {make(1970, 1, 1), 4},
+               {make(9999, 12, 31), 5}};
   for (const auto& c : cases) EXPECT_EQ(shdtDayOfWeek(&c.value), c.weekday);
   KODATETIME null_value = make(2024, 1, 1);
   null_value.year = 0xFFFF;

@@ -38,8 +38,8 @@ inline std::u16string datetime(const KOCHAR* format, const KODATETIME* value,
   return out;
 }
 
-inline KODATETIME make(int year, int month, int day, int hour = 0, int minute = 0,
-                       int second = 0, int microsecond = 0) {
+inline KODATETIME make(int year, int month, int day, int hour = 0, int minute = 0, int second = 0,
+                       int microsecond = 0) {
   KODATETIME value{};
   shdtBuildTime(&value, year, month, day, hour, minute, second, microsecond);
   return value;

@@ -23,8 +23,8 @@ TEST(NumberRender, Layouts) {
       {u"#,##0.00", 1234567.891, u"1,234,567.89"},
       {u"#,##0.00", 0.5, u"0.50"},
       {u"#,##0.00", -1234.5, u"-1,234.50"},
-      {u"0.00", 2.005, u"2.01"},        // the digits are 2.005000000000000, half away from zero
-      {u"0.00", 1.005, u"1.01"},        // 1.004999999999999893 has 16 digits 1.005000000000000
+      {u"0.00", 2.005, u"2.01"},  // the digits are 2.005000000000000, half away from zero
+      {u"0.00", 1.005, u"1.01"},  // 1.004999999999999893 has 16 digits 1.005000000000000
       {u"0", 2.5, u"3"},
       {u"0", -2.5, u"-3"},
       {u"0.##", 5, u"5"},
@@ -81,10 +81,10 @@ TEST(NumberRender, SectionsChooseBySign) {
       {u"#,##0.00;(#,##0.00);zero", -1234.5, u"(1,234.50)"},
       {u"#,##0.00;(#,##0.00);zero", 0, u"zero"},
       {u"0.00;(0.00)", 0, u"0.00"},
-      {u"0.00;-0.00;-", -0.001, u"-"},   // a negative that rounds to zero shows as zero
-      {u"0.00", -0.001, u"0.00"},        // and carries no sign
+      {u"0.00;-0.00;-", -0.001, u"-"},  // a negative that rounds to zero shows as zero
+      {u"0.00", -0.001, u"0.00"},       // and carries no sign
       {u"0.00", -0.005, u"-0.01"},
-      {u"0;0", -5, u"5"},                // the negative section shows no sign of its own
+      {u"0;0", -5, u"5"},  // the negative section shows no sign of its own
   };
   for (const auto& c : cases) {
     EXPECT_EQ(number(c.format, c.value), std::u16string(c.expected));

@@ -82,6 +82,12 @@ TEST_F(HeapFailure, FailureTexts) {
     ko::KoHeap_setLimit(0);
     EXPECT_EQ(g_recorded_text, c.text);
   }
+  // A moving reallocation names its site with the fields in their kept order.
+  void* block = kostg_alc(context, 100, pool);
+  cap_mapping();
+  EXPECT_EQ(kostg_realc(context, block, kUncachedSize, pool), nullptr);
+  EXPECT_EQ(g_recorded_text, "allocFromPool MemFreePtr(type MemReAllocPtr, size " +
+                                 std::to_string(kUncachedSize) + ") failed");
   ko::KoHeap_setErrorHandler(storage);
 }
 

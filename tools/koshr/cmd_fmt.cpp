@@ -71,8 +71,8 @@ bool parse_type(const char* name, ValueType* type) {
   static const struct {
     const char* name;
     ValueType type;
-  } kTypes[] = {{"number", ValueType::kNumber}, {"decimal", ValueType::kDecimal},
-                {"date", ValueType::kDate},     {"time", ValueType::kTime},
+  } kTypes[] = {{"number", ValueType::kNumber},     {"decimal", ValueType::kDecimal},
+                {"date", ValueType::kDate},         {"time", ValueType::kTime},
                 {"datetime", ValueType::kDateTime}, {"string", ValueType::kString}};
   for (const auto& t : kTypes) {
     if (std::strcmp(name, t.name) == 0) return *type = t.type, true;
@@ -135,7 +135,8 @@ int render(const KOFMTCODE* compiled, ValueType type, const std::string& value,
     case ValueType::kNumber: {
       char* end = nullptr;
       double number = std::strtod(value.c_str(), &end);
-      if (value.empty() || *end) return koshr_tool::fail("reading \"" + value + "\"", "not a number");
+      if (value.empty() || *end)
+        return koshr_tool::fail("reading \"" + value + "\"", "not a number");
       shformatDoubleWeb(compiled, number, out, kOutputUnits, culture);
       break;
     }
@@ -207,7 +208,8 @@ int run_fmt(int argc, char** argv) {
       positional.push_back(arg);
     }
   }
-  if (positional.empty() || (!check && positional.size() < 2) || (check && positional.size() != 1)) {
+  if (positional.empty() || (!check && positional.size() < 2) ||
+      (check && positional.size() != 1)) {
     std::fprintf(stderr, "koshr: fmt: expected FORMAT and %s (see 'koshr fmt --help')\n",
                  check ? "nothing else" : "at least one VALUE");
     return 2;
@@ -237,8 +239,9 @@ const koshr_tool::Command kFmt{"fmt", "render values through a display format", 
 KOSHR_COMMAND(kFmt);
 
 int demo_formats() {
-  const char16_t* german = u"sDecimal=,\tsThousand=.\tsCurrency=EUR\tiCurrency=3\tiNegCurr=8"
-                           u"\tsShortDate=dd.MM.yyyy\tsTime=:";
+  const char16_t* german =
+      u"sDecimal=,\tsThousand=.\tsCurrency=EUR\tiCurrency=3\tiNegCurr=8"
+      u"\tsShortDate=dd.MM.yyyy\tsTime=:";
   struct Row {
     const char* format;
     ValueType type;
@@ -274,6 +277,7 @@ int demo_formats() {
   return 0;
 }
 
-KOSHR_DEMO_STOP(40, "Display formats: numbers, dates and strings through format texts", demo_formats);
+KOSHR_DEMO_STOP(40, "Display formats: numbers, dates and strings through format texts",
+                demo_formats);
 
 }  // namespace
