@@ -74,6 +74,8 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
   std::memcpy(keep, x->bytes, g.node_size);
   uint32_t move_from = lower_moves ? 0 : cut, move_to = lower_moves ? cut : n;
   for (uint32_t i = move_from; i < move_to; ++i) append_record_copy(y->bytes, g, keep + positions[i]);
+  NodeCache::drop_keys(x);
+  NodeCache::drop_keys(y);
 
   // The staying records keep their storage order.
   std::memset(x->bytes + kNodeHeaderSize, 0, g.capacity);
@@ -104,6 +106,7 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
   lib->path_depth = 0;
   CachedNode* node = lib->nodes.root();
   const size_t units = u16len(name) + 1;
+  uint32_t key = 0;  // computed when a scan needs it
   int32_t rc = 0;
   for (uint32_t steps = lib->nodes.max_nodes(); steps && node; --steps) {
     if (!push_path(lib, node)) return -3;
@@ -144,17 +147,20 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
       node = lib->nodes.get(child, &rc);
       continue;
     }
-    // Folding keeps the length: only names of the same length can be equal.
+    // The first record in storage order whose name equals, case folded; only
+    // records with the same key are compared.
     result->landing = Landing::kInNode;
-    uint32_t end = kNodeHeaderSize + node_used(node->bytes, lib->geometry);
-    for (uint32_t pos = kNodeHeaderSize; pos + kRecordHeaderSize <= end;) {
+    if (!lib->nodes.ready_keys(node)) return -3;
+    if (!key) key = name_key(name, units);
+    for (uint32_t i = 0; i < node->key_count; ++i) {
+      if (node->keys[i] != key) continue;
+      uint32_t pos = node->key_records[i];
       uint32_t room = load_u16(node->bytes + pos + kRecordNameLength) / 2;
-      if (room == units && compare_names_nocase(name, units, name_at(node, pos + kRecordHeaderSize), room) == 0) {
+      if (compare_names_nocase(name, units, name_at(node, pos + kRecordHeaderSize), room) == 0) {
         result->landing = Landing::kFound;
         result->record = pos;
         break;
       }
-      pos += kRecordHeaderSize + 2 * room;
     }
     return 0;
   }
@@ -186,6 +192,7 @@ int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, cons
       placed->node = x;
       placed->landing = Landing::kFound;
       placed->record = append_record(x->bytes, g, name, now);
+      lib->nodes.add_key(x, placed->record);
       lib->nodes.touch(x, true);
       return 0;
     }
@@ -214,6 +221,7 @@ int32_t directory_remove(LmiLibrary* lib, const SearchResult& found) {
   uint32_t left = link(x, kNodeLeft), right = link(x, kNodeRight);
   if (load_u16(x->bytes + kNodeCount) > 1 || (x == root && !left && !right)) {
     remove_record(x->bytes, lib->geometry, found.record);
+    NodeCache::drop_keys(x);
     lib->nodes.touch(x, false);
     return 0;
   }
@@ -241,6 +249,7 @@ int32_t directory_remove(LmiLibrary* lib, const SearchResult& found) {
     CachedNode* c = lib->nodes.get(replacement, &rc);
     if (!c) return rc;
     std::memcpy(root->bytes, c->bytes, lib->geometry.node_size);
+    NodeCache::drop_keys(root);
     store_u32(root->bytes + kNodeParent, 0);
     lib->nodes.touch(root, false);
     if ((rc = commit(lib)) != 0) return rc;

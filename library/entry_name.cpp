@@ -43,6 +43,12 @@ int compare_units(const KOCHAR* a, size_t a_units, const KOCHAR* b, size_t b_uni
 
 }  // namespace
 
+uint32_t name_key(const KOCHAR* name, size_t units) {
+  uint32_t key = 2166136261u;
+  for (size_t i = 0; i < units && name[i]; ++i) key = (key ^ fold(name[i])) * 16777619u;
+  return key;
+}
+
 void lower_name_in_place(KOCHAR* name) {
   for (; *name; ++name) *name = ascii_lower(*name);
 }

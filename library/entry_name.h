@@ -14,6 +14,7 @@
 #include <koshr/types.h>
 
 #include <cstddef>
+#include <cstdint>
 
 namespace ko {
 
@@ -24,6 +25,9 @@ int compare_name_nocase(const KOCHAR* a, const KOCHAR* b, size_t b_units);
 // The same between two stored names.
 int compare_names_exact(const KOCHAR* a, size_t a_units, const KOCHAR* b, size_t b_units);
 int compare_names_nocase(const KOCHAR* a, size_t a_units, const KOCHAR* b, size_t b_units);
+// A hash of the name folded as compare_names_nocase folds it: names equal
+// there have equal keys, so a scan compares only names whose keys match.
+uint32_t name_key(const KOCHAR* name, size_t units);
 
 }  // namespace ko
 

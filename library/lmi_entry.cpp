@@ -92,6 +92,7 @@ void undo_open(LmiLibrary* lib) {
   lib->writer.abandon_stream(lib->bitmap);
   if (open.is_new) {
     remove_record(open.node->bytes, lib->geometry, open.record);
+    NodeCache::drop_keys(open.node);
     lib->nodes.touch(open.node, false);
   } else {
     std::memcpy(open.node->bytes + open.record, open.saved_record, sizeof open.saved_record);

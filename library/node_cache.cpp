@@ -5,6 +5,7 @@
 
 #include "library/block_io.h"
 #include "library/byte_order.h"
+#include "library/entry_name.h"
 #include "library/node.h"
 
 #include <algorithm>
@@ -56,7 +57,7 @@ CachedNode* NodeCache::insert(uint32_t offset, uint8_t* bytes) {
   if ((count_ + 1) * 2 > table_size_ && !grow()) return nullptr;
   CachedNode* node = pool_.alloc_array<CachedNode>(1);
   if (!node) return nullptr;
-  *node = {offset, bytes, node_used(bytes, geometry_), 0, true, false};
+  *node = {offset, bytes, node_used(bytes, geometry_), 0, true, false, nullptr, nullptr, 0, false};
   *slot(offset) = node;
   ++count_;
   return node;
@@ -118,10 +119,41 @@ void NodeCache::forget(CachedNode* node) {
     table_[j] = nullptr;
     *slot(moving->offset) = moving;
   }
+  pool_.free(node->keys);
+  pool_.free(node->key_records);
+  node->keys = nullptr;
+  node->key_records = nullptr;
+  node->keys_valid = false;
   if (node != root_) {
     pool_.free(node->bytes);
     pool_.free(node);
   }
+}
+
+bool NodeCache::ready_keys(CachedNode* node) {
+  if (node->keys_valid) return true;
+  constexpr uint32_t kMost = 3040 / 30 + 1;  // the smallest record is 30 bytes
+  if (!node->keys) {
+    node->keys = pool_.alloc_array<uint32_t>(kMost);
+    node->key_records = pool_.alloc_array<uint16_t>(kMost);
+    if (!node->keys || !node->key_records) return false;
+  }
+  node->key_count = 0;
+  uint32_t pos = 0;
+  Record r;
+  while (node->key_count < kMost && next_record(node->bytes, geometry_, &pos, &r)) {
+    node->keys[node->key_count] = name_key(r.name, r.name_units);
+    node->key_records[node->key_count++] = uint16_t(pos);
+  }
+  node->keys_valid = true;
+  return true;
+}
+
+void NodeCache::add_key(CachedNode* node, uint32_t record) {
+  if (!node->keys_valid) return;
+  Record r = record_at(node->bytes, record);
+  node->keys[node->key_count] = name_key(r.name, r.name_units);
+  node->key_records[node->key_count++] = uint16_t(record);
 }
 
 int32_t NodeCache::write(CachedNode* node) {

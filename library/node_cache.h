@@ -29,6 +29,12 @@ struct CachedNode {
   uint64_t dirty_seq;   // 0 when the file holds this node as it is
   bool appended_only;   // only records appended since it was clean
   bool fresh;           // never written
+  // The records' name keys (entry_name.h) and offsets, in storage order;
+  // rebuilt on demand after records move.
+  uint32_t* keys;
+  uint16_t* key_records;
+  uint16_t key_count;
+  bool keys_valid;
 };
 
 class NodeCache {
@@ -41,6 +47,12 @@ class NodeCache {
   // A new, empty node at an offset the bitmap handed out.
   CachedNode* create(uint32_t offset, uint32_t parent);
   void touch(CachedNode* node, bool append_only);
+  // The node's name keys, built when records moved since; false without memory.
+  bool ready_keys(CachedNode* node);
+  // After a record was appended at `record`: its key joins the node's.
+  void add_key(CachedNode* node, uint32_t record);
+  // After records moved (removed, split, copied over).
+  static void drop_keys(CachedNode* node) { node->keys_valid = false; }
   // Drops a clean node whose blocks are being given back.
   void forget(CachedNode* node);
   // The most nodes the file can hold: bounds every walk over links.

@@ -24,9 +24,9 @@ namespace ko {
 
 struct Subsystem {
   const char* name;
-  int order;                // lower runs first at load, last at unload
-  void (*init)();           // may be null
-  void (*teardown)();       // may be null
+  int order;           // lower runs first at load, last at unload
+  void (*init)();      // may be null
+  void (*teardown)();  // may be null
   Subsystem* next = nullptr;
 };
 
@@ -49,7 +49,7 @@ uint32_t os_version_minor();
 // Runs a static initialiser before the default ones.
 #define KO_INIT_FIRST __attribute__((init_priority(101)))
 
-#define KO_SUBSYSTEM(id, order, init, teardown)                       \
+#define KO_SUBSYSTEM(id, order, init, teardown)                         \
   static ::ko::Subsystem ko_subsystem_##id{#id, order, init, teardown}; \
   static ::ko::SubsystemRegistrar ko_subsystem_registrar_##id KO_INIT_FIRST(ko_subsystem_##id)
 

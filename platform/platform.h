@@ -133,8 +133,8 @@ size_t executable_path(KOCHAR* out, size_t capacity);
 // The user's profile (win.ini): GetProfileStringW / GetProfileIntW semantics.
 // The copied length (without terminator) is returned; a missing key gives
 // `fallback` (which may be null for an empty text).
-size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fallback,
-                      KOCHAR* out, size_t capacity);
+size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fallback, KOCHAR* out,
+                      size_t capacity);
 int profile_int(const KOCHAR* section, const KOCHAR* key, int fallback);
 // The private profile ko.ini beside the executable (or `file` when not null).
 int private_profile_int(const KOCHAR* section, const KOCHAR* key, int fallback,
@@ -142,8 +142,8 @@ int private_profile_int(const KOCHAR* section, const KOCHAR* key, int fallback,
 
 enum class Hive { kLocalMachine, kCurrentUser };
 // Key paths use backslashes, as "Software\\Vendor\\Product".
-bool registry_get_string(Hive hive, const KOCHAR* key_path, const KOCHAR* value_name,
-                         KOCHAR* out, size_t capacity);
+bool registry_get_string(Hive hive, const KOCHAR* key_path, const KOCHAR* value_name, KOCHAR* out,
+                         size_t capacity);
 bool registry_set_string(Hive hive, const KOCHAR* key_path, const KOCHAR* value_name,
                          const KOCHAR* value);
 bool registry_delete_value(Hive hive, const KOCHAR* key_path, const KOCHAR* value_name);
@@ -191,11 +191,11 @@ void os_version(uint32_t* major, uint32_t* minor, uint32_t* build);
 bool env_get(const char* name, char* out, size_t capacity);
 
 struct LocalTime {
-  int year;  // full year, e.g. 2024
-  int month; // 1-12
+  int year;   // full year, e.g. 2024
+  int month;  // 1-12
   int day, hour, minute, second;
   int microsecond;
-  int weekday; // 0 = Sunday
+  int weekday;  // 0 = Sunday
 };
 LocalTime local_now();
 LocalTime utc_now();
@@ -231,7 +231,8 @@ bool char_is_alnum(KOCHAR c);
 int collate(const KOCHAR* a, const KOCHAR* b);
 int collate_nocase(const KOCHAR* a, const KOCHAR* b);
 
-// ---------------------------------------------------------------- automation strings, global memory
+// ---------------------------------------------------------------- automation strings, global
+// memory
 
 // The SysAllocString family: a 32-bit byte length stands before the text,
 // which is zero-terminated.

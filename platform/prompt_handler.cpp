@@ -12,7 +12,8 @@ std::atomic<KOSHR_PROMPT_HANDLER> g_prompt_handler{nullptr};
 
 }  // namespace
 
-KOSHR_EXTERN_C KOSHR_API KOSHR_PROMPT_HANDLER koshr_set_prompt_handler(KOSHR_PROMPT_HANDLER handler) {
+KOSHR_EXTERN_C KOSHR_API KOSHR_PROMPT_HANDLER
+koshr_set_prompt_handler(KOSHR_PROMPT_HANDLER handler) {
   return g_prompt_handler.exchange(handler);
 }
 

@@ -17,6 +17,8 @@
 #include <cstddef>
 #include <cstdint>
 
+#include "platform/lifecycle.h"
+
 namespace ko {
 
 struct StringResource {
@@ -48,9 +50,9 @@ size_t load_string(uint32_t id, KOCHAR* out, size_t capacity);
 
 // Registered before the default static initialisers, so a subsystem
 // initialiser run at load already finds every table.
-#define KO_STRING_TABLE(id, rows)                                                 \
+#define KO_STRING_TABLE(id, rows)                                                      \
   static ::ko::StringTable ko_string_table_##id{rows, sizeof(rows) / sizeof(rows[0])}; \
-  static ::ko::StringTableRegistrar ko_string_table_registrar_##id                 \
-      __attribute__((init_priority(101)))(ko_string_table_##id)
+  static ::ko::StringTableRegistrar ko_string_table_registrar_##id KO_INIT_FIRST(      \
+      ko_string_table_##id)
 
 #endif

@@ -262,7 +262,11 @@ size_t utf8_to_utf16(const char* text, size_t length, KOCHAR* out, size_t capaci
   };
   for (size_t i = 0; i < length;) {
     uint32_t c = s[i];
-    size_t extra = c < 0x80 ? 0 : (c & 0xE0) == 0xC0 ? 1 : (c & 0xF0) == 0xE0 ? 2 : (c & 0xF8) == 0xF0 ? 3 : 9;
+    size_t extra = c < 0x80             ? 0
+                   : (c & 0xE0) == 0xC0 ? 1
+                   : (c & 0xF0) == 0xE0 ? 2
+                   : (c & 0xF8) == 0xF0 ? 3
+                                        : 9;
     if (extra == 9 || i + extra >= length + (extra ? 0 : 1)) {
       put(0xFFFD);
       ++i;

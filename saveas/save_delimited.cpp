@@ -49,9 +49,18 @@ int delimited_write_value(KoSaveContext* context, const void* value, const Delim
                                        : save_write(context, text);
     if (!ok) return 0;
   } else {
-    KOCHAR rendered[kRenderCapacity];
+    // A rendered value goes out with its separator or line end in one write.
+    KOCHAR rendered[kRenderCapacity + 2];
     size_t length = save_render(context, type, value, style.suffix, rendered);
-    if (!save_write(context, rendered, length)) return 0;
+    bool line_done = save_next_column(context);
+    if (line_done) {
+      rendered[length++] = kLineEnd[0];
+      rendered[length++] = kLineEnd[1];
+      ++context->rows_written;
+    } else {
+      rendered[length++] = style.separator;
+    }
+    return save_write(context, rendered, length) ? 1 : 0;
   }
   bool line_done = false;
   if (!end_field(context, style.separator, line_done)) return 0;

@@ -202,6 +202,11 @@ bool osFileOpenNew32(SaveFile* file, KostgContext* pool, KostgSubpool* owner, co
 
 size_t osFileWrite32(SaveFile* file, const KOCHAR* text, size_t length) {
   if (file->failed) return 0;
+  if (length <= file->text_capacity - file->text_used) {  // the common case: it fits
+    std::memcpy(file->text + file->text_used, text, length * sizeof(KOCHAR));
+    file->text_used += length;
+    return length;
+  }
   size_t done = 0;
   while (done < length) {
     if (file->text_used == file->text_capacity && !flush_text(file, false)) return 0;
@@ -217,6 +222,11 @@ size_t osFileWrite32(SaveFile* file, const KOCHAR* text, size_t length) {
 size_t osFileWrite(SaveFile* file, const void* data, size_t size) {
   if (file->failed) return 0;
   const auto* in = static_cast<const uint8_t*>(data);
+  if (size <= file->byte_capacity - file->byte_used) {  // the common case: it fits
+    std::memcpy(file->bytes + file->byte_used, in, size);
+    file->byte_used += size;
+    return size;
+  }
   size_t done = 0;
   while (done < size) {
     if (file->byte_used == file->byte_capacity && !flush_bytes(file)) return 0;

@@ -52,14 +52,17 @@ KOCHAR char_upper(KOCHAR c) { return map_case(c, ::towupper_l); }
 
 KOCHAR char_lower(KOCHAR c) { return map_case(c, ::towlower_l); }
 
-bool char_is_space(KOCHAR c) { return has_class(c, ::iswspace_l, c == u' ' || (c >= 9 && c <= 13)); }
+bool char_is_space(KOCHAR c) {
+  return has_class(c, ::iswspace_l, c == u' ' || (c >= 9 && c <= 13));
+}
 
 bool char_is_alpha(KOCHAR c) {
   return has_class(c, ::iswalpha_l, (c | 0x20) >= u'a' && (c | 0x20) <= u'z');
 }
 
 bool char_is_alnum(KOCHAR c) {
-  return has_class(c, ::iswalnum_l, ((c | 0x20) >= u'a' && (c | 0x20) <= u'z') || (c >= u'0' && c <= u'9'));
+  return has_class(c, ::iswalnum_l,
+                   ((c | 0x20) >= u'a' && (c | 0x20) <= u'z') || (c >= u'0' && c <= u'9'));
 }
 
 int collate(const KOCHAR* a, const KOCHAR* b) {

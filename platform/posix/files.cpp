@@ -117,9 +117,8 @@ int64_t file_write_at(FileHandle file, const void* data, size_t size, uint64_t o
 int64_t file_read(FileHandle file, void* buffer, size_t size) {
   if (!valid(file)) return -1;
   auto* bytes = static_cast<char*>(buffer);
-  return transfer_all(size, [&](size_t done, size_t left) {
-    return ::read(descriptor(file), bytes + done, left);
-  });
+  return transfer_all(
+      size, [&](size_t done, size_t left) { return ::read(descriptor(file), bytes + done, left); });
 }
 
 int64_t file_write(FileHandle file, const void* data, size_t size) {

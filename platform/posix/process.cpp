@@ -74,9 +74,14 @@ bool env_get(const char* name, char* out, size_t capacity) {
 namespace {
 
 LocalTime to_local_time(const struct tm& parts, long nanoseconds) {
-  return LocalTime{parts.tm_year + 1900, parts.tm_mon + 1, parts.tm_mday,
-                   parts.tm_hour,        parts.tm_min,     parts.tm_sec,
-                   static_cast<int>(nanoseconds / 1000),  parts.tm_wday};
+  return LocalTime{parts.tm_year + 1900,
+                   parts.tm_mon + 1,
+                   parts.tm_mday,
+                   parts.tm_hour,
+                   parts.tm_min,
+                   parts.tm_sec,
+                   static_cast<int>(nanoseconds / 1000),
+                   parts.tm_wday};
 }
 
 }  // namespace

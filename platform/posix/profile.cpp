@@ -94,8 +94,8 @@ int ini_int(const IniFile& ini, const KOCHAR* section, const KOCHAR* key, int fa
 
 }  // namespace
 
-size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fallback,
-                      KOCHAR* out, size_t capacity) {
+size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fallback, KOCHAR* out,
+                      size_t capacity) {
   if (out == nullptr || capacity == 0) return 0;
   try {
     return ini_string(read_ini(profile_path()), section, key, fallback, out, capacity);

@@ -41,7 +41,9 @@ IniFile read_store() {
   return IniFile::parse(bytes.data(), bytes.size());
 }
 
-bool write_store(const IniFile& store) { return replace_file_bytes(store_path(), store.serialize()); }
+bool write_store(const IniFile& store) {
+  return replace_file_bytes(store_path(), store.serialize());
+}
 
 // "HKEY_CURRENT_USER\path" with the path's outer backslashes removed; empty
 // for a null path.
@@ -59,8 +61,9 @@ std::u16string section_name(Hive hive, const KOCHAR* key_path) {
 // `section` is not below `key`.
 const KOCHAR* below(const std::u16string& section, const std::u16string& key) {
   if (section.size() <= key.size() + 1 || section[key.size()] != u'\\') return nullptr;
-  return ini_same_name(key, section.substr(0, key.size()).c_str()) ? section.c_str() + key.size() + 1
-                                                                   : nullptr;
+  return ini_same_name(key, section.substr(0, key.size()).c_str())
+             ? section.c_str() + key.size() + 1
+             : nullptr;
 }
 
 // Runs a guarded operation; false (not enough memory) when it throws.
@@ -75,7 +78,9 @@ bool guarded(Operation operation) {
   }
 }
 
-const KOCHAR* value_key(const KOCHAR* value_name) { return value_name != nullptr ? value_name : u""; }
+const KOCHAR* value_key(const KOCHAR* value_name) {
+  return value_name != nullptr ? value_name : u"";
+}
 
 }  // namespace
 
@@ -171,7 +176,8 @@ bool registry_enum_subkey(Hive hive, const KOCHAR* key_path, uint32_t index, KOC
       const KOCHAR* slash = u16chr(rest, u'\\');
       const std::u16string child(rest, slash != nullptr ? slash : rest + u16len(rest));
       bool known = false;
-      for (const std::u16string& seen : children) known = known || ini_same_name(seen, child.c_str());
+      for (const std::u16string& seen : children)
+        known = known || ini_same_name(seen, child.c_str());
       if (!known && !child.empty()) children.push_back(child);
     }
     if (index >= children.size()) {

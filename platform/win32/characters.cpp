@@ -10,11 +10,13 @@
 namespace ko::os {
 
 KOCHAR char_upper(KOCHAR c) {
-  return static_cast<KOCHAR>(reinterpret_cast<ULONG_PTR>(CharUpperW(reinterpret_cast<LPWSTR>(ULONG_PTR{c}))));
+  return static_cast<KOCHAR>(
+      reinterpret_cast<ULONG_PTR>(CharUpperW(reinterpret_cast<LPWSTR>(ULONG_PTR{c}))));
 }
 
 KOCHAR char_lower(KOCHAR c) {
-  return static_cast<KOCHAR>(reinterpret_cast<ULONG_PTR>(CharLowerW(reinterpret_cast<LPWSTR>(ULONG_PTR{c}))));
+  return static_cast<KOCHAR>(
+      reinterpret_cast<ULONG_PTR>(CharLowerW(reinterpret_cast<LPWSTR>(ULONG_PTR{c}))));
 }
 
 bool char_is_space(KOCHAR c) { return std::iswspace(c) != 0; }

@@ -84,14 +84,15 @@ FileHandle file_open(const KOCHAR* path, unsigned flags) {
   if (flags & kFileWrite) access |= GENERIC_WRITE;
   DWORD disposition = OPEN_EXISTING;
   if (flags & kFileCreate) {
-    disposition = (flags & kFileExclusive) ? CREATE_NEW
+    disposition = (flags & kFileExclusive)  ? CREATE_NEW
                   : (flags & kFileTruncate) ? CREATE_ALWAYS
                                             : OPEN_ALWAYS;
   } else if (flags & kFileTruncate) {
     disposition = TRUNCATE_EXISTING;
   }
-  HANDLE handle = CreateFileW(wide(path), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
-                              nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
+  HANDLE handle =
+      CreateFileW(wide(path), access, FILE_SHARE_READ | FILE_SHARE_WRITE | FILE_SHARE_DELETE,
+                  nullptr, disposition, FILE_ATTRIBUTE_NORMAL, nullptr);
   if (handle == INVALID_HANDLE_VALUE) return kInvalidFile;
   return reinterpret_cast<FileHandle>(handle);
 }
@@ -172,7 +173,8 @@ size_t error_text(uint32_t code, KOCHAR* out, size_t capacity) {
   if (out == nullptr || capacity == 0) return 0;
   DWORD length = FormatMessageW(FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS, nullptr,
                                 code, 0, wide(out), api_size(capacity), nullptr);
-  while (length > 0 && (out[length - 1] == u'\r' || out[length - 1] == u'\n' || out[length - 1] == u' ')) {
+  while (length > 0 &&
+         (out[length - 1] == u'\r' || out[length - 1] == u'\n' || out[length - 1] == u' ')) {
     --length;
   }
   out[length] = 0;

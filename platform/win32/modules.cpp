@@ -43,9 +43,9 @@ const KOCHAR* module_suffix() { return u".dll"; }
 
 size_t own_module_path(KOCHAR* out, size_t capacity) {
   HMODULE self = nullptr;
-  if (!GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS |
-                              GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-                          reinterpret_cast<LPCWSTR>(&own_module_path), &self)) {
+  if (!GetModuleHandleExW(
+          GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+          reinterpret_cast<LPCWSTR>(&own_module_path), &self)) {
     return 0;
   }
   return module_path(self, out, capacity);

@@ -53,9 +53,14 @@ LocalTime to_local_time(const FILETIME& time) {
   SYSTEMTIME parts;
   FileTimeToSystemTime(&time, &parts);
   const uint64_t ticks = (uint64_t{time.dwHighDateTime} << 32) | time.dwLowDateTime;
-  return LocalTime{parts.wYear,   parts.wMonth,  parts.wDay,
-                   parts.wHour,   parts.wMinute, parts.wSecond,
-                   static_cast<int>((ticks / 10) % 1000000), parts.wDayOfWeek};
+  return LocalTime{parts.wYear,
+                   parts.wMonth,
+                   parts.wDay,
+                   parts.wHour,
+                   parts.wMinute,
+                   parts.wSecond,
+                   static_cast<int>((ticks / 10) % 1000000),
+                   parts.wDayOfWeek};
 }
 
 }  // namespace

@@ -8,8 +8,8 @@
 
 namespace ko::os {
 
-size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fallback,
-                      KOCHAR* out, size_t capacity) {
+size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fallback, KOCHAR* out,
+                      size_t capacity) {
   if (out == nullptr || capacity == 0) return 0;
   return GetProfileStringW(wide(section), wide(key), fallback != nullptr ? wide(fallback) : L"",
                            wide(out), api_size(capacity));

@@ -8,7 +8,9 @@
 namespace ko::os {
 namespace {
 
-HKEY root(Hive hive) { return hive == Hive::kLocalMachine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER; }
+HKEY root(Hive hive) {
+  return hive == Hive::kLocalMachine ? HKEY_LOCAL_MACHINE : HKEY_CURRENT_USER;
+}
 
 // Records a registry status as the thread's last error; true for success.
 bool succeeded(LSTATUS status) {
@@ -28,8 +30,8 @@ bool registry_get_string(Hive hive, const KOCHAR* key_path, const KOCHAR* value_
                          size_t capacity) {
   if (key_path == nullptr || out == nullptr || capacity == 0) return refuse();
   DWORD bytes = api_size(capacity) * sizeof(KOCHAR);
-  return succeeded(RegGetValueW(root(hive), wide(key_path), wide(value_name), RRF_RT_REG_SZ, nullptr,
-                                out, &bytes));
+  return succeeded(RegGetValueW(root(hive), wide(key_path), wide(value_name), RRF_RT_REG_SZ,
+                                nullptr, out, &bytes));
 }
 
 bool registry_set_string(Hive hive, const KOCHAR* key_path, const KOCHAR* value_name,

@@ -15,7 +15,8 @@ namespace ko::os {
 int ask_user(const KOCHAR* text, const KOCHAR* caption, unsigned style) {
   const KOCHAR* shown_text = text != nullptr ? text : u"";
   const KOCHAR* shown_caption = caption != nullptr ? caption : u"";
-  if (KOSHR_PROMPT_HANDLER handler = prompt_handler()) return handler(shown_text, shown_caption, style);
+  if (KOSHR_PROMPT_HANDLER handler = prompt_handler())
+    return handler(shown_text, shown_caption, style);
   MessageBeep(style & MB_ICONMASK);
   return MessageBoxW(GetActiveWindow(), wide(shown_text), wide(shown_caption), style);
 }

@@ -19,11 +19,16 @@ TEST(Characters, CaseAndClasses) {
     bool space, alpha, alnum;
   };
   const Row rows[] = {
-      {u'a', u'A', u'a', false, true, true},         {u'Z', u'Z', u'z', false, true, true},
-      {u'5', u'5', u'5', false, false, true},        {u' ', u' ', u' ', true, false, false},
-      {u'\t', u'\t', u'\t', true, false, false},     {u'\u00E9', u'\u00C9', u'\u00E9', false, true, true},
-      {u'\u0436', u'\u0416', u'\u0436', false, true, true}, {u'\u03A3', u'\u03A3', u'\u03C3', false, true, true},
-      {u'-', u'-', u'-', false, false, false},       {0xD800, 0xD800, 0xD800, false, false, false},
+      {u'a', u'A', u'a', false, true, true},
+      {u'Z', u'Z', u'z', false, true, true},
+      {u'5', u'5', u'5', false, false, true},
+      {u' ', u' ', u' ', true, false, false},
+      {u'\t', u'\t', u'\t', true, false, false},
+      {u'\u00E9', u'\u00C9', u'\u00E9', false, true, true},
+      {u'\u0436', u'\u0416', u'\u0436', false, true, true},
+      {u'\u03A3', u'\u03A3', u'\u03C3', false, true, true},
+      {u'-', u'-', u'-', false, false, false},
+      {0xD800, 0xD800, 0xD800, false, false, false},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(char_upper(row.c), row.upper) << int(row.c);
@@ -37,13 +42,13 @@ TEST(Characters, CaseAndClasses) {
 }
 
 TEST(Characters, CollationOrder) {
-  std::vector<std::u16string> words = {u"b", u"B", u"a", u"A", u"ab", u"Ab", u"aB", u"",
-                                       u"\u00E9", u"e", u"E", u"abc"};
+  std::vector<std::u16string> words = {u"b",  u"B", u"a",      u"A", u"ab", u"Ab",
+                                       u"aB", u"",  u"\u00E9", u"e", u"E",  u"abc"};
   std::sort(words.begin(), words.end(),
             [](const auto& x, const auto& y) { return collate(x.c_str(), y.c_str()) < 0; });
 #ifndef _WIN32
-  const std::vector<std::u16string> expected = {u"",   u"a", u"A",   u"ab", u"aB", u"Ab",
-                                                u"abc", u"b", u"B",  u"e",  u"E",  u"\u00E9"};
+  const std::vector<std::u16string> expected = {u"",    u"a", u"A", u"ab", u"aB", u"Ab",
+                                                u"abc", u"b", u"B", u"e",  u"E",  u"\u00E9"};
   EXPECT_EQ(words, expected);
 #endif
   struct Row {
@@ -52,9 +57,9 @@ TEST(Characters, CollationOrder) {
     int ordinary, nocase;
   };
   const Row rows[] = {
-      {u"abc", u"abc", 0, 0},   {u"abc", u"ABC", -1, 0}, {u"ABC", u"abd", -1, -1},
-      {u"abc", u"abcd", -1, -1}, {u"b", u"A", 1, 1},     {nullptr, u"", -1, -1},
-      {nullptr, nullptr, 0, 0}, {u"\u00C9", u"\u00E9", 1, 0},
+      {u"abc", u"abc", 0, 0},    {u"abc", u"ABC", -1, 0},      {u"ABC", u"abd", -1, -1},
+      {u"abc", u"abcd", -1, -1}, {u"b", u"A", 1, 1},           {nullptr, u"", -1, -1},
+      {nullptr, nullptr, 0, 0},  {u"\u00C9", u"\u00E9", 1, 0},
   };
   for (const Row& row : rows) {
     EXPECT_EQ(collate(row.a, row.b), row.ordinary);

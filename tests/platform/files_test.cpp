@@ -26,7 +26,8 @@ class Files : public ::testing::Test {
   }
   std::string content() {
     std::string bytes(static_cast<size_t>(file_size(file_)), '\0');
-    EXPECT_EQ(file_read_at(file_, bytes.data(), bytes.size(), 0), static_cast<int64_t>(bytes.size()));
+    EXPECT_EQ(file_read_at(file_, bytes.data(), bytes.size(), 0),
+              static_cast<int64_t>(bytes.size()));
     return bytes;
   }
 

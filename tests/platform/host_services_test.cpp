@@ -20,7 +20,8 @@ int answer_retry(const KOCHAR* text, const KOCHAR* caption, unsigned style) {
 
 TEST(HostServices, PromptHandlerAnswers) {
   const KOSHR_PROMPT_HANDLER before = koshr_set_prompt_handler(&answer_retry);
-  EXPECT_EQ(ask_user(u"Disk full", u"Library", kBoxRetryCancel | kBoxIconExclamation), kAnswerRetry);
+  EXPECT_EQ(ask_user(u"Disk full", u"Library", kBoxRetryCancel | kBoxIconExclamation),
+            kAnswerRetry);
   EXPECT_EQ(g_last_prompt, u"Library: Disk full");
   EXPECT_EQ(ask_user(nullptr, nullptr, kBoxOk), kAnswerOk);
   EXPECT_EQ(koshr_set_prompt_handler(before), &answer_retry);

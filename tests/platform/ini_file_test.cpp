@@ -70,8 +70,8 @@ TEST(IniFile, SurvivesNullAndEmptyInput) {
 }
 
 TEST(IniFile, WrittenValuesReadBackExactly) {
-  const KOCHAR* values[] = {u"plain", u"", u"  leading", u"trailing  ", u"\"quoted\"",
-                            u"'q'",   u"'", u"a=b;c",    u"\u00E9\U0001F600"};
+  const KOCHAR* values[] = {u"plain", u"",  u"  leading", u"trailing  ",      u"\"quoted\"",
+                            u"'q'",   u"'", u"a=b;c",     u"\u00E9\U0001F600"};
   IniFile ini;
   for (const KOCHAR* value : values) {
     ASSERT_TRUE(ini.set(u"Section", u"key", value));
@@ -89,9 +89,9 @@ TEST(IniFile, RefusesTextALineCannotHold) {
     const KOCHAR* value;
   };
   const Row rows[] = {
-      {u"s", u"k", u"two\nlines"}, {u"s", u"k", u"cr\r"},   {u"s", u"a=b", u"v"},
-      {u"s", u" k", u"v"},         {u"s", u";k", u"v"},     {u"s", u"[k", u"v"},
-      {u"s]", u"k", u"v"},         {u" s", u"k", u"v"},     {u"s", u"k", nullptr},
+      {u"s", u"k", u"two\nlines"}, {u"s", u"k", u"cr\r"}, {u"s", u"a=b", u"v"},
+      {u"s", u" k", u"v"},         {u"s", u";k", u"v"},   {u"s", u"[k", u"v"},
+      {u"s]", u"k", u"v"},         {u" s", u"k", u"v"},   {u"s", u"k", nullptr},
       {nullptr, u"k", u"v"},       {u"s", nullptr, u"v"},
   };
   for (const Row& row : rows) {

@@ -94,9 +94,11 @@ TEST_F(Profile, MissingProfileMeansDefaults) {
 TEST(PrivateProfile, ReadsTheNamedFile) {
   const auto path = ko_test::scratch_folder() / "ko.ini";
   ko_test::write_text_file(path, "[Library]\nRepairEmptyBlock=1\n");
-  EXPECT_EQ(ko::os::private_profile_int(u"library", u"repairemptyblock", 0, path.u16string().c_str()), 1);
+  EXPECT_EQ(
+      ko::os::private_profile_int(u"library", u"repairemptyblock", 0, path.u16string().c_str()), 1);
   EXPECT_EQ(ko::os::private_profile_int(u"library", u"other", 5, path.u16string().c_str()), 5);
-  EXPECT_EQ(ko::os::private_profile_int(u"library", u"RepairEmptyBlock", 7), 7);  // none beside the test
+  EXPECT_EQ(ko::os::private_profile_int(u"library", u"RepairEmptyBlock", 7),
+            7);  // none beside the test
 }
 
 }  // namespace

@@ -63,13 +63,15 @@ TEST_F(Registry, HivesAreSeparate) {
 
 TEST_F(Registry, SubkeysEnumerateAndDeleteAsATree) {
   const std::u16string root = kRoot;
-  for (const KOCHAR* leaf : {u"\\Vendors\\Alpha", u"\\Vendors\\Beta\\Deep", u"\\Vendors\\alpha\\X", u"\\Other"}) {
+  for (const KOCHAR* leaf :
+       {u"\\Vendors\\Alpha", u"\\Vendors\\Beta\\Deep", u"\\Vendors\\alpha\\X", u"\\Other"}) {
     ASSERT_TRUE(ko::os::registry_set_string(Hive::kCurrentUser, (root + leaf).c_str(), u"v", u"1"));
   }
   std::set<std::u16string> names;
   KOCHAR name[64];
   uint32_t index = 0;
-  while (ko::os::registry_enum_subkey(Hive::kCurrentUser, (root + u"\\Vendors").c_str(), index, name, 64)) {
+  while (ko::os::registry_enum_subkey(Hive::kCurrentUser, (root + u"\\Vendors").c_str(), index,
+                                      name, 64)) {
     names.insert(name);
     ++index;
   }
@@ -78,7 +80,8 @@ TEST_F(Registry, SubkeysEnumerateAndDeleteAsATree) {
   EXPECT_EQ(ko::os::last_error(), ko::os::kErrorNoMoreItems);
 
   EXPECT_TRUE(ko::os::registry_delete_key(Hive::kCurrentUser, (root + u"\\Vendors").c_str()));
-  EXPECT_FALSE(ko::os::registry_enum_subkey(Hive::kCurrentUser, (root + u"\\Vendors").c_str(), 0, name, 64));
+  EXPECT_FALSE(
+      ko::os::registry_enum_subkey(Hive::kCurrentUser, (root + u"\\Vendors").c_str(), 0, name, 64));
   EXPECT_EQ(get(root + u"\\Vendors\\Beta\\Deep", u"v"), u"<missing>");
   EXPECT_EQ(get(root + u"\\Other", u"v"), u"1");
 }

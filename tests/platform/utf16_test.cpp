@@ -80,11 +80,9 @@ TEST(Utf16, Utf8RoundTripAndRepair) {
     std::u16string expected;
   };
   const Bad bad[] = {
-      {"\xC3", u"\uFFFD"},
-      {"a\xFFz", u"a\uFFFDz"},
-      {"\xE2\x82", u"\uFFFD\uFFFD"},
-      {"\xC0\x80", u"\uFFFD"},          // overlong
-      {"\xED\xA0\x80", u"\uFFFD"},      // encoded surrogate
+      {"\xC3", u"\uFFFD"},           {"a\xFFz", u"a\uFFFDz"},
+      {"\xE2\x82", u"\uFFFD\uFFFD"}, {"\xC0\x80", u"\uFFFD"},  // overlong
+      {"\xED\xA0\x80", u"\uFFFD"},                             // encoded surrogate
   };
   for (const Bad& row : bad) {
     KOCHAR out[16];
