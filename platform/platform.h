@@ -254,7 +254,7 @@ size_t global_size(void* handle);
 // ---------------------------------------------------------------- page memory (block heap)
 
 // Maps `size` bytes of zero-filled read-write memory at an address that is a
-// multiple of `alignment` (a power of two, at least 64 KB); null on failure.
+// multiple of `alignment` (a power of two, at least 16 KB); null on failure.
 void* pages_map(size_t size, size_t alignment);
 // Returns a mapping made by pages_map, whole (same base, same size).
 void pages_unmap(void* base, size_t size);

@@ -34,7 +34,7 @@ struct EnvText {
 HeapSettings read_heap_settings() {
   HeapSettings settings;
   EnvText env;
-  settings.page_size = parse_heap_setting(env.get("KO_HEAP_PAGE_KB"), 64, 64, 4096, true) << 10;
+  settings.page_size = parse_heap_setting(env.get("KO_HEAP_PAGE_KB"), 64, 16, 4096, true) << 10;
   settings.cache_bytes = parse_heap_setting(env.get("KO_HEAP_CACHE_MB"), 32, 0, 1 << 20, false)
                          << 20;
   settings.max_run = parse_heap_setting(env.get("KO_HEAP_MAX_BLOCK_MB"), 1024, 1, 65536, true)

@@ -2,7 +2,7 @@
  * heap_settings.h: the block heap's settings, read once from the KO_HEAP_*
  * environment variables when the heap is first initialised.
  *
- *   KO_HEAP_PAGE_KB       page size in KB, a power of two from 64 to 4096 (64)
+ *   KO_HEAP_PAGE_KB       page size in KB, a power of two from 16 to 4096 (64)
  *   KO_HEAP_CACHE_MB      memory kept for reuse after pools are released (32)
  *   KO_HEAP_MAX_BLOCK_MB  largest block, a power of two from 1 to 65536 (1024)
  *   KO_HEAP_LIMIT_MB      most memory the heap maps at once, 0 for no limit (0)

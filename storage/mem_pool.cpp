@@ -15,8 +15,7 @@ MemPool* MemPoolInit(uint32_t flags) {
     KoHeap_free(pool);
     return nullptr;
   }
-  new (pool) MemPool{heap_pool, {}, pool, 0, 8, uint16_t((flags & kMemSubpoolFlags) ? 1 : 0),
-                     8192, 0x40000, -2, flags, {0, 0}};
+  new (pool) MemPool{heap_pool, {}, pool, 0, 8, 0, 8192, 0x40000, -2, flags, {0, 0}};
   return pool;
 }
 

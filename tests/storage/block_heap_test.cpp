@@ -146,9 +146,10 @@ int record_code(KoHeapEvent* event, void*) {
 TEST(BlockHeap, PointerThatIsNoBlockIsReported) {
   KoHeapErrorHandler previous = KoHeap_setErrorHandler(&record_code);
   // Inside a large block, past its first page: masking finds no header there.
-  auto* big = static_cast<char*>(KoHeap_alloc(1 << 20, &kTestSite));
-  std::memset(big, 0, 1 << 20);
-  char* inside = big + (600 << 10);
+  const uint64_t page = read_heap_settings().page_size;
+  auto* big = static_cast<char*>(KoHeap_alloc(2 * page + 4096, &kTestSite));
+  std::memset(big, 0, 2 * page + 4096);
+  char* inside = big + page + 128;
   g_event_code = 0;
   KoHeap_free(inside);
   EXPECT_EQ(g_event_code, uint32_t(kHeapEventBadBlock));
