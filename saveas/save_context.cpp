@@ -55,10 +55,11 @@ void osFileGetFileName(const KOCHAR* path, KOCHAR* out, size_t capacity) {
 void save_base_name(const KOCHAR* file_name, KOCHAR* out) {
   out[0] = 0;
   if (!file_name || !file_name[0]) return;
+  // From the last "." (or the last character) back to just after a separator.
   const KOCHAR* dot = u16rchr(file_name, u'.');
-  const KOCHAR* start = dot ? dot : file_name + u16len(file_name) - 1;
-  while (start >= file_name && !is_path_separator(*start)) --start;
-  ++start;
+  size_t begin = (dot ? size_t(dot - file_name) : u16len(file_name) - 1) + 1;
+  while (begin > 0 && !is_path_separator(file_name[begin - 1])) --begin;
+  const KOCHAR* start = file_name + begin;
   size_t n = 0;
   while (n < kBaseNameMax && start[n] && start[n] != u'.') {
     out[n] = start[n];

@@ -20,6 +20,19 @@ std::atomic<size_t> g_buffer_units{kDefaultBufferUnits};
 
 bool is_high_surrogate(KOCHAR c) { return c >= 0xD800 && c <= 0xDBFF; }
 
+// Copies the leading ASCII units of `text` as bytes; returns their count.
+// Four units are checked at a time while all four are ASCII.
+size_t copy_ascii(const KOCHAR* text, size_t length, uint8_t* out) {
+  size_t i = 0;
+  for (uint64_t four; i + 4 <= length; i += 4) {
+    std::memcpy(&four, text + i, sizeof four);
+    if (four & 0xFF80FF80FF80FF80ull) break;
+    for (size_t k = 0; k < 4; ++k) out[i + k] = uint8_t(text[i + k]);
+  }
+  for (; i < length && text[i] < 0x80; ++i) out[i] = uint8_t(text[i]);
+  return i;
+}
+
 // Writes bytes to the disk; false (and the file marked failed) on a short
 // write, which is a full disk: nothing after it can be stored either.
 bool write_to_disk(SaveFile* file, const uint8_t* data, size_t size) {
@@ -65,7 +78,9 @@ size_t encode_utf8(const KOCHAR* text, size_t length, uint8_t* out, size_t capac
   size_t used = 0;
   size_t i = 0;
   while (i < length) {
-    while (i < length && text[i] < 0x80) out[used++] = uint8_t(text[i++]);
+    size_t ascii = copy_ascii(text + i, length - i, out + used);
+    i += ascii;
+    used += ascii;
     size_t run = i;
     while (run < length && text[run] >= 0x80) ++run;
     if (run > i) {
@@ -146,10 +161,11 @@ size_t narrow_to_ansi(const KOCHAR* text, size_t length, char* out, size_t capac
   size_t used = 0;
   size_t i = 0;
   while (i < length && used < capacity) {
-    if (text[i] < 0x80) {
-      out[used++] = char(text[i++]);
-      continue;
-    }
+    size_t limit = length - i < capacity - used ? length - i : capacity - used;
+    size_t ascii = copy_ascii(text + i, limit, reinterpret_cast<uint8_t*>(out + used));
+    i += ascii;
+    used += ascii;
+    if (i == length || used == capacity) break;
     // A run of non-ASCII units goes to the platform in one call.
     size_t run = i;
     while (run < length && text[run] >= 0x80) ++run;

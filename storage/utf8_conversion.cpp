@@ -33,14 +33,24 @@ size_t encode(unsigned char* out, const KOCHAR* text, size_t units, size_t room)
   return size_t(at - out);
 }
 
+// The text's length is found a piece at a time, just ahead of the decoding,
+// so that the text is read from memory once.
+constexpr size_t kLengthPiece = 16384;
+
 // Decodes into dest, or only counts when dest is null.
 template <bool kWrite>
-size_t decode(KOCHAR* dest, const unsigned char* utf8, size_t bytes) {
-  ko::utf8::Progress done = ko::utf8::vector_decode(dest, utf8, bytes);
-  size_t units = done.produced;
-  for (size_t i = done.consumed; i < bytes; ++units) {
-    i += ko::utf8::decode_step<kWrite>(kWrite ? dest + units : nullptr, utf8, i, bytes);
+size_t decode(KOCHAR* dest, const char* text) {
+  const auto* utf8 = reinterpret_cast<const unsigned char*>(text);
+  size_t i = 0, units = 0, known = 0;
+  for (bool end_seen = false; !end_seen;) {
+    size_t piece = strnlen(text + known, kLengthPiece);
+    known += piece;
+    end_seen = piece < kLengthPiece;
+    ko::utf8::Progress done = ko::utf8::vector_decode(kWrite ? dest + units : nullptr, utf8 + i, known - i);
+    i += done.consumed;
+    units += done.produced;
   }
+  for (; i < known; ++units) i += ko::utf8::decode_step<kWrite>(kWrite ? dest + units : nullptr, utf8, i, known);
   if constexpr (kWrite) dest[units] = 0;
   return units;
 }
@@ -62,10 +72,7 @@ KOSHR_API int64_t kostg_UCS2toUTF8(char* dest, const KOCHAR* text, int64_t destS
 
 KOSHR_API int64_t kostg_UTF8toUCS2(KOCHAR* dest, const char* utf8) {
   if (!utf8) return 0;
-  const auto* bytes = reinterpret_cast<const unsigned char*>(utf8);
-  size_t length = std::strlen(utf8);
-  if (!dest) return int64_t(decode<false>(nullptr, bytes, length));
-  return int64_t(decode<true>(dest, bytes, length));
+  return dest ? int64_t(decode<true>(dest, utf8)) : int64_t(decode<false>(nullptr, utf8));
 }
 
 KOSHR_END_C

@@ -237,9 +237,53 @@ __attribute__((target("ssse3"))) __m128i window_values(__m128i b0, __m128i b1, _
   return _mm_or_si128(_mm_andnot_si128(three, v), _mm_and_si128(three, v3));
 }
 
+// A 16-byte window of UTF-8 and its byte classes, as signed bytes:
+// continuation -128..-65, two-byte lead -64..-33, three-byte lead -32..-17,
+// longer or invalid leads -16..-1.
+struct Window {
+  __m128i bytes, two, three;
+  unsigned continuations;
+  bool ascii, parallel;  // parallel: every continuation byte where its lead expects it
+};
+
+__attribute__((target("ssse3"), always_inline)) inline Window classify(const unsigned char* at) {
+  Window w;
+  w.bytes = load(at);
+  w.ascii = _mm_movemask_epi8(w.bytes) == 0;
+  if (w.ascii) {
+    w.parallel = true;
+    return w;
+  }
+  __m128i b = w.bytes;
+  __m128i continuation = _mm_cmplt_epi8(b, _mm_set1_epi8(-64));
+  w.two = _mm_and_si128(_mm_cmpgt_epi8(b, _mm_set1_epi8(-65)), _mm_cmplt_epi8(b, _mm_set1_epi8(-32)));
+  w.three = _mm_and_si128(_mm_cmpgt_epi8(b, _mm_set1_epi8(-33)), _mm_cmplt_epi8(b, _mm_set1_epi8(-16)));
+  __m128i longer = _mm_and_si128(_mm_cmpgt_epi8(b, _mm_set1_epi8(-17)), _mm_cmplt_epi8(b, _mm_setzero_si128()));
+  w.continuations = unsigned(_mm_movemask_epi8(continuation));
+  unsigned two = unsigned(_mm_movemask_epi8(w.two)), three = unsigned(_mm_movemask_epi8(w.three));
+  unsigned expected = (((two | three) << 1) | (three << 2)) & 0xFFFF;
+  w.parallel = _mm_movemask_epi8(longer) == 0 && expected == w.continuations;
+  return w;
+}
+
+// The characters a parallel window decodes: those starting in its first 14 bytes.
+unsigned characters(const Window& w) {
+  unsigned leads = ~w.continuations & 0x3FFF;
+  return unsigned(kDecodeTable.count[leads & 0xFF]) + kDecodeTable.count[leads >> 8];
+}
+
+// Stores the first 4 or 8 units of a register.
+__attribute__((target("ssse3"))) void store_units(KOCHAR* dest, __m128i units, unsigned width) {
+  if (width == 4) {
+    _mm_storel_epi64(reinterpret_cast<__m128i*>(dest), units);
+  } else {
+    _mm_storeu_si128(reinterpret_cast<__m128i*>(dest), units);
+  }
+}
+
 // Stores the first `count` units of a register and keeps the destination's
 // units behind them: a later invalid lead leaves its unit as it was.
-__attribute__((target("ssse3"))) void store_units(KOCHAR* dest, __m128i units, unsigned count) {
+__attribute__((target("ssse3"))) void store_exactly(KOCHAR* dest, __m128i units, unsigned count) {
   __m128i kept = _mm_andnot_si128(load(kFirstUnits[count].data()), load(dest));
   _mm_storeu_si128(reinterpret_cast<__m128i*>(dest), _mm_or_si128(units, kept));
 }
@@ -248,55 +292,68 @@ __attribute__((target("ssse3"))) void store_units(KOCHAR* dest, __m128i units, u
 // and the input after it at least 8 more (a sequence spans at most 6 bytes),
 // so a store of 8 units at any unit of the window ends before the terminator
 // slot of a destination sized by the counting pass.
+//
+// A parallel window stores 4 or 8 units from each of two points and so
+// writes a few units of filler past its characters. When the next window is
+// parallel too and has at least as many characters as there is filler, it
+// overwrites the filler whichever way it stores; otherwise the stores are made
+// exact, so that filler never reaches a unit that an invalid lead leaves as
+// it was.
 __attribute__((target("ssse3"))) Progress decode_ssse3(KOCHAR* dest, const unsigned char* utf8,
                                                        size_t bytes) {
   const __m128i zero = _mm_setzero_si128();
   size_t i = 0, o = 0;
+  if (bytes < kDecodeInputMargin) return {0, 0};
+  Window w = classify(utf8);
   while (i + kDecodeInputMargin <= bytes) {
-    __m128i w = load(utf8 + i);
-    if (_mm_movemask_epi8(w) == 0) {
+    if (w.ascii) {
       if (dest) {
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dest + o), _mm_unpacklo_epi8(w, zero));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dest + o + 8), _mm_unpackhi_epi8(w, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dest + o), _mm_unpacklo_epi8(w.bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dest + o + 8), _mm_unpackhi_epi8(w.bytes, zero));
       }
       i += 16;
       o += 16;
-      continue;
-    }
-    // Byte classes, as signed bytes: continuation -128..-65, two-byte lead
-    // -64..-33, three-byte lead -32..-17, longer or invalid leads -16..-1.
-    __m128i continuation = _mm_cmplt_epi8(w, _mm_set1_epi8(-64));
-    __m128i two = _mm_and_si128(_mm_cmpgt_epi8(w, _mm_set1_epi8(-65)), _mm_cmplt_epi8(w, _mm_set1_epi8(-32)));
-    __m128i three = _mm_and_si128(_mm_cmpgt_epi8(w, _mm_set1_epi8(-33)), _mm_cmplt_epi8(w, _mm_set1_epi8(-16)));
-    __m128i longer = _mm_and_si128(_mm_cmpgt_epi8(w, _mm_set1_epi8(-17)), _mm_cmplt_epi8(w, zero));
-    unsigned m_cont = unsigned(_mm_movemask_epi8(continuation));
-    unsigned m_two = unsigned(_mm_movemask_epi8(two));
-    unsigned m_three = unsigned(_mm_movemask_epi8(three));
-    unsigned expected = (((m_two | m_three) << 1) | (m_three << 2)) & 0xFFFF;
-    if (_mm_movemask_epi8(longer) != 0 || expected != m_cont) {
+    } else if (!w.parallel) {
       for (size_t stop = i + 16; i < stop; ++o) {
         i += dest ? decode_step<true>(dest + o, utf8, i, bytes) : decode_step<false>(nullptr, utf8, i, bytes);
       }
+    } else {
+      unsigned leads = ~w.continuations & 0xFFFF;
+      unsigned low = leads & 0xFF, high = (leads >> 8) & 0x3F;
+      unsigned later = leads & 0xC000;
+      size_t next_i = i + (later ? size_t(__builtin_ctz(later)) : 16);
+      Window next = classify(utf8 + next_i);
+      if (dest) {
+        __m128i b = w.bytes, b1 = _mm_srli_si128(b, 1), b2 = _mm_srli_si128(b, 2);
+        __m128i lo = window_values(_mm_unpacklo_epi8(b, zero), _mm_unpacklo_epi8(b1, zero),
+                                   _mm_unpacklo_epi8(b2, zero), _mm_unpacklo_epi8(w.two, w.two),
+                                   _mm_unpacklo_epi8(w.three, w.three));
+        __m128i hi = window_values(_mm_unpackhi_epi8(b, zero), _mm_unpackhi_epi8(b1, zero),
+                                   _mm_unpackhi_epi8(b2, zero), _mm_unpackhi_epi8(w.two, w.two),
+                                   _mm_unpackhi_epi8(w.three, w.three));
+        lo = _mm_shuffle_epi8(lo, load(kDecodeTable.mask[low]));
+        hi = _mm_shuffle_epi8(hi, load(kDecodeTable.mask[high]));
+        unsigned count_low = kDecodeTable.count[low], count_high = kDecodeTable.count[high];
+        KOCHAR* second = dest + o + count_low;
+        // Four-unit stores where they suffice keep the filler short.
+        unsigned width_low = count_low <= 4 ? 4 : 8, width_high = count_high <= 4 ? 4 : 8;
+        unsigned reach = width_low > count_low + width_high ? width_low : count_low + width_high;
+        unsigned filler = reach - count_low - count_high;
+        if (next_i + kDecodeInputMargin <= bytes && next.parallel &&
+            (next.ascii || characters(next) >= filler)) {
+          store_units(dest + o, lo, width_low);
+          store_units(second, hi, width_high);
+        } else {
+          store_exactly(dest + o, lo, count_low);
+          store_exactly(second, hi, count_high);
+        }
+      }
+      o += characters(w);
+      i = next_i;
+      w = next;
       continue;
     }
-    unsigned leads = ~m_cont & 0xFFFF;
-    unsigned decoded = leads & 0x3FFF;
-    unsigned low = decoded & 0xFF, high = decoded >> 8;
-    if (dest) {
-      __m128i w1 = _mm_srli_si128(w, 1), w2 = _mm_srli_si128(w, 2);
-      __m128i lo = window_values(_mm_unpacklo_epi8(w, zero), _mm_unpacklo_epi8(w1, zero),
-                                 _mm_unpacklo_epi8(w2, zero), _mm_unpacklo_epi8(two, two),
-                                 _mm_unpacklo_epi8(three, three));
-      __m128i hi = window_values(_mm_unpackhi_epi8(w, zero), _mm_unpackhi_epi8(w1, zero),
-                                 _mm_unpackhi_epi8(w2, zero), _mm_unpackhi_epi8(two, two),
-                                 _mm_unpackhi_epi8(three, three));
-      store_units(dest + o, _mm_shuffle_epi8(lo, load(kDecodeTable.mask[low])), kDecodeTable.count[low]);
-      store_units(dest + o + kDecodeTable.count[low], _mm_shuffle_epi8(hi, load(kDecodeTable.mask[high])),
-                  kDecodeTable.count[high]);
-    }
-    o += size_t(kDecodeTable.count[low]) + kDecodeTable.count[high];
-    unsigned later = leads & 0xC000;
-    i += later ? size_t(__builtin_ctz(later)) : 16;
+    if (i + kDecodeInputMargin <= bytes) w = classify(utf8 + i);
   }
   return {i, o};
 }

@@ -92,6 +92,21 @@ TEST_F(DelimitedTest, FractionSuffixesDifferBetweenCommaAndTabFiles) {
                 stamp + ".00001\t" + time + ".00001\t\r\n");
 }
 
+TEST_F(DelimitedTest, CultureStringDecidesTheDefaultDateFormats) {
+  std::u16string file = path("culture.csv").u16string();
+  KoSaveContext* save = osSaveBegin32Web(pool_, subpool_, file.c_str(), 1, 2, 0, KOSAVE_ENCODING_UTF8,
+                                         u"sShortDate=yyyy-mm-dd\tsTime=.");
+  ASSERT_NE(save, nullptr);
+  CKO_SaveCsv csv;
+  KODATETIME when = date_time(2024, 3, 5, 13, 45, 7);
+  EXPECT_EQ(csv.AddColumn(save, u"d", 0, KOSAVE_DATE), 1);
+  EXPECT_EQ(csv.AddColumn(save, u"dt", 0, KOSAVE_DATETIME), 1);
+  EXPECT_EQ(csv.WriteValue(save, &when), 1);
+  EXPECT_EQ(csv.WriteValue(save, &when), 1);
+  EXPECT_EQ(csv.End(save), 1);
+  EXPECT_EQ(read_bytes(path("culture.csv")), "2024-03-05,2024-03-05 13.45.07\r\n");
+}
+
 TEST_F(DelimitedTest, NumbersRenderThroughTheGeneralFormat) {
   KOFMTCODE general[39];
   ASSERT_EQ(shformatCmplNumericMask(u"[GENERAL]", general, 39, nullptr), 0);

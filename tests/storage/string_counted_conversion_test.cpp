@@ -81,8 +81,8 @@ TEST(StringCounted, ForcedConversionOfConvertibleText) {
   EXPECT_EQ(std::u16string(out, 4), u"abc#");
 }
 
-// The byte 0xFF converts in single-byte code pages and fails in UTF-8 and in
-// the "C" locale: the forced path is checked wherever the machine fails it.
+// The forced path needs a byte that the code page cannot read: 0xFF in UTF-8
+// and in the C locale; some single-byte code pages read every byte.
 TEST(StringCounted, ForcedConversionReplacesBadBytes) {
   KOCHAR probe[4];
   if (ko::os::ansi_to_utf16_strict("\xFF", 1, probe, 4) > 0) GTEST_SKIP() << "0xFF converts in this code page";
@@ -97,6 +97,19 @@ TEST(StringCounted, ForcedConversionReplacesBadBytes) {
   std::fill(out, out + 10, u'#');
   EXPECT_EQ(mbstowcs_force(out, "\xFF" "abcdefgh", 3, &lossy), 4u);
   EXPECT_EQ(std::u16string(out, 5), u"?abc#");
+}
+
+// A lone surrogate converts to no code page: the runtime's conversions fail.
+TEST(StringCounted, UnconvertibleTextFails) {
+  KostgContext* context = kostg_begin(0);
+  ASSERT_NE(context, nullptr);
+  EXPECT_EQ(kostg_strtoansidup(context, u"a\xD800" u"b", nullptr), nullptr);
+  const KOCHAR text[] = {u'a', 0, 0xD800, u'b'};
+  char out[8];
+  EXPECT_EQ(kostg_strtoansi_with_zero(nullptr, text, 4), -1);
+  EXPECT_EQ(kostg_strtoansi_with_zero(out, text, 4), -1);
+  EXPECT_EQ(kostg_strtoansi_with_zero(out, text, 2), 2) << "the count stops before the bad unit";
+  kostg_end(context);
 }
 
 TEST(StringCounted, AutomationStrings) {

@@ -188,7 +188,8 @@ TEST(StringUtf8, MatchesTheRulesOnRandomText) {
 TEST(StringUtf8, MatchesTheRulesOnRandomBytes) {
   std::mt19937 random(99);
   for (int round = 0; round < 1000; ++round) {
-    std::string bytes = random_bytes(random, random() % 400);
+    // A few long texts cross the pieces in which the length is found.
+    std::string bytes = random_bytes(random, round % 100 == 0 ? 40000 + random() % 100 : random() % 400);
     std::u16string expected = model_decode(bytes);
     ASSERT_EQ(kostg_UTF8toUCS2(nullptr, bytes.c_str()), int64_t(expected.size())) << round;
     std::vector<KOCHAR> out(expected.size() + 1, u'#');

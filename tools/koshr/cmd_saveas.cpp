@@ -330,6 +330,10 @@ int save_to_file(const Options& options, const Table& table, uint32_t flags) {
   }
   fs::path previous = fs::current_path();
   fs::current_path(folder, error);
+  if (error) {
+    fs::remove_all(folder, error);
+    return fail("saveas: " + options.output, "cannot write in " + folder.string());
+  }
   std::u16string file_name = output.filename().u16string();
   std::u16string culture = utf16_from_utf8(options.culture);
   Pool pool;
