@@ -32,13 +32,8 @@ class DateTimeCompiler {
   int compile(const KOCHAR* text, size_t length) {
     begin_section();
     int error = run(text, length, 0);
-    if (error == 0) {
-      end_section();
-      out_.finish();
-      if (out_.overflow()) error = SHFORMAT_ERR_SIZE;
-    }
-    if (error) out_.discard();
-    return error;
+    if (error == 0) end_section();
+    return out_.close(error);
   }
 
  private:

@@ -50,13 +50,8 @@ class NumberCompiler {
     begin_section();
     int error = 0;
     while (pos_ < length_ && error == 0) error = step();
-    if (error == 0) {
-      end_section();
-      out_.finish();
-      if (out_.overflow()) error = SHFORMAT_ERR_SIZE;
-    }
-    if (error) out_.discard();
-    return error;
+    if (error == 0) end_section();
+    return out_.close(error);
   }
 
  private:

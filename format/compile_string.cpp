@@ -68,8 +68,7 @@ int compile_string(const KOCHAR* text, size_t length, CodeWriter& out) {
     }
   }
   out.end_section(section_start, 0, 0);
-  out.finish();
-  return out.overflow() ? SHFORMAT_ERR_SIZE : 0;
+  return 0;
 }
 
 }  // namespace
@@ -83,7 +82,5 @@ extern "C" KOSHR_API int shformatCmplStringMask(const KOCHAR* format, KOFMTCODE*
     return SHFORMAT_ERR_INTERNAL;
   }
   ko::CodeWriter out(compiled, capacity);
-  int error = ko::compile_string(format, ko::u16nlen(format, ko::kStringFormatMax), out);
-  if (error) out.discard();
-  return error;
+  return out.close(ko::compile_string(format, ko::u16nlen(format, ko::kStringFormatMax), out));
 }
