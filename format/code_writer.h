@@ -75,6 +75,17 @@ class CodeWriter {
   bool overflow_ = false;
 };
 
+// The checks every compiler makes before it starts: 0 when the arguments
+// are usable, else the error (a null format leaves an empty program).
+inline int check_compile_arguments(const KOCHAR* format, KOFMTCODE* compiled, int capacity) {
+  if (!compiled || capacity <= 0) return SHFORMAT_ERR_SIZE;
+  if (!format) {
+    compiled[0] = 0;
+    return SHFORMAT_ERR_INTERNAL;
+  }
+  return 0;
+}
+
 }  // namespace ko
 
 #endif

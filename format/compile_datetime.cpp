@@ -206,11 +206,7 @@ class DateTimeCompiler {
 
 int compile_datetime(const KOCHAR* format, KOFMTCODE* compiled, int capacity,
                      const KOCHAR* culture) {
-  if (!compiled || capacity <= 0) return SHFORMAT_ERR_SIZE;
-  if (!format) {
-    compiled[0] = 0;
-    return SHFORMAT_ERR_INTERNAL;
-  }
+  if (int error = check_compile_arguments(format, compiled, capacity)) return error;
   RegionalSettings scratch;
   const RegionalSettings& settings = regional_settings(culture, scratch);
   DateTimeCompiler compiler(compiled, capacity, settings);
