@@ -263,43 +263,28 @@ namespace {
 
 TEST(NullArguments, EveryEntryPointReturnsZeroWithoutTouchingMemory) {
   DbiContext* context = reinterpret_cast<DbiContext*>(&context);
-  EXPECT_EQ(DBI_LogIn(nullptr, u"TST", nullptr, nullptr, nullptr, nullptr, 0, &context), 0);
-  EXPECT_EQ(context, nullptr);
-  EXPECT_EQ(DBI_LibraryName(nullptr, nullptr, nullptr, u"ODBC", nullptr), 0);
-  EXPECT_EQ(DBI_FreeDBInterface(nullptr, DBI_LOAD_OWN_FOLDER), 0);
-  EXPECT_EQ(DBI_Connect(nullptr, u"a", u"b", u"c", u"d"), 0);
-  EXPECT_EQ(DBI_Disconnect(nullptr), 0);
-  EXPECT_EQ(DBI_NewDBParm(nullptr, u"A=1"), 0);
   void* handle = &handle;
-  EXPECT_EQ(DBI_DBHandle(nullptr, &handle), 0);
-  EXPECT_EQ(handle, nullptr);
-  EXPECT_EQ(DBI_ParseParms(nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_GetParm(nullptr, nullptr, nullptr, nullptr), 0);
-  shlistx* list = nullptr;
-  EXPECT_EQ(DBI_FreeParmList(nullptr, &list), 0);
-  EXPECT_EQ(DBI_FreeParmList(nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_DoCompare(nullptr, u"x"), 0);
-  EXPECT_EQ(DBI_DoCompareFirst(nullptr, u"x"), 0);
-  EXPECT_EQ(DBI_ParseKeyWords(nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_ParseBasicSelect(nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_Parse(nullptr, u"select 1"), 0);
   SqlCache* cache = reinterpret_cast<SqlCache*>(&cache);
-  EXPECT_EQ(DBI_SQLCacheBegin(nullptr, 5, &cache), 0);
-  EXPECT_EQ(cache, nullptr);
-  EXPECT_EQ(DBI_SQLCacheFlushEntries(nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_SQLCacheRegisterSQLStatement(nullptr, u"x", nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_SQLCacheRegisterDescribe(nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_SQLCacheRequestDescribe(nullptr, nullptr), nullptr);
-  EXPECT_EQ(DBI_SQLCacheMakeSQLStatementAvailable(nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_SQLCacheDiscardEntry(nullptr, nullptr, 1), 0);
-  EXPECT_EQ(DBI_SQLCacheSetSelectCacheSize(nullptr), 0);
+  shlistx* list = nullptr;
+  EXPECT_EQ(DBI_LogIn(nullptr, u"TST", nullptr, nullptr, nullptr, nullptr, 0, &context) |
+                DBI_LibraryName(nullptr, nullptr, nullptr, u"ODBC", nullptr) |
+                DBI_FreeDBInterface(nullptr, DBI_LOAD_OWN_FOLDER) | DBI_Connect(nullptr, u"a", u"b", u"c", u"d") |
+                DBI_Disconnect(nullptr) | DBI_NewDBParm(nullptr, u"A=1") | DBI_DBHandle(nullptr, &handle) |
+                DBI_ParseParms(nullptr, nullptr) | DBI_GetParm(nullptr, nullptr, nullptr, nullptr) |
+                DBI_FreeParmList(nullptr, &list) | DBI_FreeParmList(nullptr, nullptr) | DBI_DoCompare(nullptr, u"x") |
+                DBI_DoCompareFirst(nullptr, u"x") | DBI_ParseKeyWords(nullptr, nullptr, nullptr) |
+                DBI_ParseBasicSelect(nullptr, nullptr, nullptr) | DBI_Parse(nullptr, u"select 1") |
+                DBI_SQLCacheBegin(nullptr, 5, &cache) | DBI_SQLCacheFlushEntries(nullptr, nullptr) |
+                DBI_SQLCacheRegisterSQLStatement(nullptr, u"x", nullptr, nullptr) |
+                DBI_SQLCacheRegisterDescribe(nullptr, nullptr, nullptr) |
+                DBI_SQLCacheMakeSQLStatementAvailable(nullptr, nullptr, nullptr) |
+                DBI_SQLCacheDiscardEntry(nullptr, nullptr, 1) | DBI_SQLCacheSetSelectCacheSize(nullptr) |
+                DBI_FormatHash(nullptr) | DBI_ValidHash(nullptr) | DBI_EditStyleHash(nullptr) |
+                DBI_FreeValidHash(nullptr, nullptr) | DBI_EditStyleInfo(nullptr, nullptr, u"x") |
+                DBI_EditUpdate(nullptr, nullptr, 1),
+            0);
+  EXPECT_TRUE(!context && !handle && !cache && !DBI_SQLCacheRequestDescribe(nullptr, nullptr));
   EXPECT_EQ(dbi_test::narrow(DBI_SQLCacheStatistics(nullptr, 1)), "");
-  EXPECT_EQ(DBI_FormatHash(nullptr), 0);
-  EXPECT_EQ(DBI_ValidHash(nullptr), 0);
-  EXPECT_EQ(DBI_EditStyleHash(nullptr), 0);
-  EXPECT_EQ(DBI_FreeValidHash(nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_EditStyleInfo(nullptr, nullptr, u"x"), 0);
-  EXPECT_EQ(DBI_EditUpdate(nullptr, nullptr, 1), 0);
 }
 
 }  // namespace
