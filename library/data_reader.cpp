@@ -20,7 +20,6 @@ bool DataReader::attach(const PoolRef& pool, os::FileHandle file, uint32_t base)
   pool_ = pool;
   file_ = file;
   base_ = base;
-  file_size_ = os::file_size(file);
   run_capacity_ = 8;  // grows to the longest run read
   run_ = pool_.alloc_array<uint8_t>(size_t(run_capacity_) * 512);
   run_blocks_ = 0;
