@@ -80,8 +80,7 @@ TEST_F(StringPools, TextGrowthRule) {
       buffer[length] = 0;
     }
     KOCHAR* at = kostg_unicodestr_build(context_, pool_, &buffer, &capacity, &length, step.addition.c_str());
-    EXPECT_EQ(capacity, step.capacity_after);
-    EXPECT_EQ(length, step.length_after);
+    EXPECT_EQ(std::pair(capacity, length), std::pair(step.capacity_after, step.length_after));
     ASSERT_NE(buffer, nullptr);
     EXPECT_EQ(at, buffer + step.length_before);
     EXPECT_EQ(std::u16string(buffer), std::u16string(step.length_before, u'.') + step.addition);
@@ -120,10 +119,8 @@ TEST_F(StringPools, CharGrowthRule) {
     uint32_t capacity = c.capacity, length = c.length;
     KOCHAR* buffer = capacity ? static_cast<KOCHAR*>(kostg_alc(context_, capacity * 2 + 2, pool_)) : nullptr;
     kostg_str_build_char(context_, pool_, &buffer, &capacity, &length, u'q');
-    EXPECT_EQ(capacity, c.capacity_after);
-    EXPECT_EQ(length, c.length + 1);
-    EXPECT_EQ(buffer[c.length], u'q');
-    EXPECT_EQ(buffer[c.length + 1], 0);
+    EXPECT_EQ(std::pair(capacity, length), std::pair(c.capacity_after, c.length + 1));
+    EXPECT_EQ(std::u16string(buffer + c.length, 2), std::u16string(u"q\0", 2));
   }
 }
 
