@@ -56,9 +56,13 @@ void hand_back(KoHeapPool* pool, uint64_t id, unsigned size_class, const CachedC
     *static_cast<void**>(cached.tail) = state.free;
     state.free = cached.free;
   }
-  for (char* bump = cached.bump; bump + size <= cached.bump_end; bump += size) {
+  // Counted, not compared as pointers: with only a free list cached, the run
+  // is null and null plus an offset is undefined.
+  char* bump = cached.bump;
+  for (ptrdiff_t left = cached.bump_end - bump; left >= ptrdiff_t(size); left -= size) {
     *reinterpret_cast<void**>(bump) = state.free;
     state.free = bump;
+    bump += size;
   }
 }
 
@@ -139,8 +143,9 @@ void* refill(KoHeapPool* pool, unsigned size_class, CachedClass& cached) {
   }
   if (state.bump_end - state.bump < ptrdiff_t(size) && !add_page(pool, size_class)) return nullptr;
   char* block = state.bump;
-  char* end = block + uint64_t(batch) * size;
-  if (end > state.bump_end) end = state.bump_end;
+  uint64_t run = uint64_t(batch) * size;
+  uint64_t left = uint64_t(state.bump_end - block);
+  char* end = block + (run < left ? run : left);
   state.bump = end;
   cached.bump = block + size;
   cached.bump_end = end;
