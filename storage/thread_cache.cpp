@@ -115,7 +115,10 @@ CacheSlot& bind_slot(ThreadCache* cache, KoHeapPool* pool, uint64_t id) {
     flush_slot(slot);
     slot.pool = pool;
     slot.id = id;
-    for (unsigned c = 0; c < kSmallClassCount; ++c) slot.classes[c].size = kClasses.size[c];
+    for (unsigned c = 0; c < kSmallClassCount; ++c) {
+      slot.classes[c].size = kClasses.size[c];
+      slot.classes[c].room = kClasses.keep[c];
+    }
   }
   return slot;
 }
@@ -138,7 +141,7 @@ void* refill(KoHeapPool* pool, unsigned size_class, CachedClass& cached) {
     *static_cast<void**>(tail) = nullptr;
     cached.free = *static_cast<void**>(head);
     cached.tail = cached.free ? tail : nullptr;
-    cached.count = taken - 1;
+    cached.room = kClasses.keep[size_class] - (taken - 1);
     return head;
   }
   if (state.bump_end - state.bump < ptrdiff_t(size) && !add_page(pool, size_class)) return nullptr;
@@ -160,7 +163,7 @@ void trim(KoHeapPool* pool, uint64_t id, unsigned size_class, CachedClass& cache
   excess.tail = cached.tail;
   hand_back(pool, id, size_class, excess);
   cached.free = cached.tail = nullptr;
-  cached.count = 0;
+  cached.room = kClasses.keep[size_class];
 }
 
 }  // namespace
@@ -184,8 +187,8 @@ void thread_cache_free(KoHeapPool* pool, unsigned size_class, void* block) {
     return;
   }
   CachedClass& cached = slot->classes[size_class];
+  if (cached.room == 0) trim(pool, id, size_class, cached);
   cached_put(cached, block);
-  if (cached.count > kClasses.keep[size_class]) trim(pool, id, size_class, cached);
 }
 
 void thread_cache_forget(KoHeapPool* pool) {
