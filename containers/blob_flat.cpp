@@ -55,60 +55,29 @@ int32_t shmi_DataBlob_Advance(SH_MI_DATA_BLOB* blob, uint32_t size) {
   return blob ? blob->Advance(size) : SHMI_E_POINTER;
 }
 
-void shmi_DataBlob_addByte(SH_MI_DATA_BLOB* blob, uint8_t value) {
-  if (blob) blob->addByte(value);
-}
+// The add functions of one value: nothing happens on a null blob.
+#define KO_BLOB_ADD(name, Type)                                  \
+  void shmi_DataBlob_##name(SH_MI_DATA_BLOB* blob, Type value) { \
+    if (blob) blob->name(value);                                 \
+  }
 
-void shmi_DataBlob_addBool(SH_MI_DATA_BLOB* blob, int value) {
-  if (blob) blob->addBool(value);
-}
-
-void shmi_DataBlob_addUShort(SH_MI_DATA_BLOB* blob, uint16_t value) {
-  if (blob) blob->addUShort(value);
-}
-
-void shmi_DataBlob_addShort(SH_MI_DATA_BLOB* blob, int16_t value) {
-  if (blob) blob->addShort(value);
-}
-
-void shmi_DataBlob_addULong(SH_MI_DATA_BLOB* blob, uint32_t value) {
-  if (blob) blob->addULong(value);
-}
-
-void shmi_DataBlob_addLong(SH_MI_DATA_BLOB* blob, int32_t value) {
-  if (blob) blob->addLong(value);
-}
-
-void shmi_DataBlob_addFloat(SH_MI_DATA_BLOB* blob, float value) {
-  if (blob) blob->addFloat(value);
-}
-
-void shmi_DataBlob_addDouble(SH_MI_DATA_BLOB* blob, double value) {
-  if (blob) blob->addDouble(value);
-}
-
-void shmi_DataBlob_addChar(SH_MI_DATA_BLOB* blob, KOCHAR value) {
-  if (blob) blob->addChar(value);
-}
-
-void shmi_DataBlob_addString(SH_MI_DATA_BLOB* blob, const KOCHAR* value) {
-  if (blob) blob->addString(value);
-}
-
-void shmi_DataBlob_addDecimal(SH_MI_DATA_BLOB* blob, const KODECIMAL* value) {
-  if (blob) blob->addDecimal(value);
-}
-
-void shmi_DataBlob_addShBlob(SH_MI_DATA_BLOB* blob, const void* block) {
-  if (blob) blob->addShBlob(block);
-}
+KO_BLOB_ADD(addByte, uint8_t)
+KO_BLOB_ADD(addBool, int)
+KO_BLOB_ADD(addUShort, uint16_t)
+KO_BLOB_ADD(addShort, int16_t)
+KO_BLOB_ADD(addULong, uint32_t)
+KO_BLOB_ADD(addLong, int32_t)
+KO_BLOB_ADD(addFloat, float)
+KO_BLOB_ADD(addDouble, double)
+KO_BLOB_ADD(addChar, KOCHAR)
+KO_BLOB_ADD(addString, const KOCHAR*)
+KO_BLOB_ADD(addDecimal, const KODECIMAL*)
+KO_BLOB_ADD(addShBlob, const void*)
+KO_BLOB_ADD(addDateTime, const KODATETIME*)
+#undef KO_BLOB_ADD
 
 void shmi_DataBlob_addBytes(SH_MI_DATA_BLOB* blob, const void* bytes, uint32_t count) {
   if (blob) blob->addBytes(bytes, count);
-}
-
-void shmi_DataBlob_addDateTime(SH_MI_DATA_BLOB* blob, const KODATETIME* value) {
-  if (blob) blob->addDateTime(value);
 }
 
 uint32_t shmi_DataIter_AddRef(SH_IMI_BLOB_ITER* iterator) {
@@ -143,48 +112,28 @@ int32_t shmi_DataIter_Advance(SH_IMI_BLOB_ITER* iterator, uint32_t size) {
   return iterator ? iterator->Advance(size) : SHMI_E_POINTER;
 }
 
-int32_t shmi_DataIter_GetChar(SH_IMI_BLOB_ITER* iterator, KOCHAR* value) {
-  return iterator ? iterator->GetChar(value) : SHMI_E_POINTER;
-}
+// The getters of one value: SHMI_E_POINTER on a null iterator.
+#define KO_ITER_GET(name, Type)                                           \
+  int32_t shmi_DataIter_##name(SH_IMI_BLOB_ITER* iterator, Type* value) { \
+    return iterator ? iterator->name(value) : SHMI_E_POINTER;             \
+  }
 
-int32_t shmi_DataIter_GetString(SH_IMI_BLOB_ITER* iterator, KostgContext* context, KostgSubpool* pool, KOCHAR** value) {
+KO_ITER_GET(GetChar, KOCHAR)
+KO_ITER_GET(GetByte, uint8_t)
+KO_ITER_GET(GetBool, int)
+KO_ITER_GET(GetShort, int16_t)
+KO_ITER_GET(GetUShort, uint16_t)
+KO_ITER_GET(GetLong, int32_t)
+KO_ITER_GET(GetULong, uint32_t)
+KO_ITER_GET(GetFloat, float)
+KO_ITER_GET(GetDouble, double)
+KO_ITER_GET(GetDecimal, KODECIMAL)
+KO_ITER_GET(GetDateTime, KODATETIME)
+#undef KO_ITER_GET
+
+int32_t shmi_DataIter_GetString(SH_IMI_BLOB_ITER* iterator, KostgContext* context,
+                                KostgSubpool* pool, KOCHAR** value) {
   return iterator ? iterator->GetString(context, pool, value) : SHMI_E_POINTER;
-}
-
-int32_t shmi_DataIter_GetByte(SH_IMI_BLOB_ITER* iterator, uint8_t* value) {
-  return iterator ? iterator->GetByte(value) : SHMI_E_POINTER;
-}
-
-int32_t shmi_DataIter_GetBool(SH_IMI_BLOB_ITER* iterator, int* value) {
-  return iterator ? iterator->GetBool(value) : SHMI_E_POINTER;
-}
-
-int32_t shmi_DataIter_GetShort(SH_IMI_BLOB_ITER* iterator, int16_t* value) {
-  return iterator ? iterator->GetShort(value) : SHMI_E_POINTER;
-}
-
-int32_t shmi_DataIter_GetUShort(SH_IMI_BLOB_ITER* iterator, uint16_t* value) {
-  return iterator ? iterator->GetUShort(value) : SHMI_E_POINTER;
-}
-
-int32_t shmi_DataIter_GetLong(SH_IMI_BLOB_ITER* iterator, int32_t* value) {
-  return iterator ? iterator->GetLong(value) : SHMI_E_POINTER;
-}
-
-int32_t shmi_DataIter_GetULong(SH_IMI_BLOB_ITER* iterator, uint32_t* value) {
-  return iterator ? iterator->GetULong(value) : SHMI_E_POINTER;
-}
-
-int32_t shmi_DataIter_GetFloat(SH_IMI_BLOB_ITER* iterator, float* value) {
-  return iterator ? iterator->GetFloat(value) : SHMI_E_POINTER;
-}
-
-int32_t shmi_DataIter_GetDouble(SH_IMI_BLOB_ITER* iterator, double* value) {
-  return iterator ? iterator->GetDouble(value) : SHMI_E_POINTER;
-}
-
-int32_t shmi_DataIter_GetDecimal(SH_IMI_BLOB_ITER* iterator, KODECIMAL* value) {
-  return iterator ? iterator->GetDecimal(value) : SHMI_E_POINTER;
 }
 
 int32_t shmi_DataIter_GetShBlob(SH_IMI_BLOB_ITER* iterator, KostgContext* context, KostgSubpool* pool, void** value) {
@@ -193,10 +142,6 @@ int32_t shmi_DataIter_GetShBlob(SH_IMI_BLOB_ITER* iterator, KostgContext* contex
 
 int32_t shmi_DataIter_GetBytes(SH_IMI_BLOB_ITER* iterator, void* value, uint32_t count) {
   return iterator ? iterator->GetBytes(value, count) : SHMI_E_POINTER;
-}
-
-int32_t shmi_DataIter_GetDateTime(SH_IMI_BLOB_ITER* iterator, KODATETIME* value) {
-  return iterator ? iterator->GetDateTime(value) : SHMI_E_POINTER;
 }
 
 }  // extern "C"

@@ -19,6 +19,7 @@
 #include "dbi/runtime_services.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
+#include "storage/u16_format.h"
 
 namespace ko::dbi {
 namespace {
@@ -45,12 +46,7 @@ void read_switches(DbiContext* context) {
 
 bool equals_module(const KOCHAR* file, const char* stem) {
   KOCHAR expected[32];
-  size_t length = 0;
-  while (stem[length] != 0) {
-    expected[length] = KOCHAR(stem[length]);
-    ++length;
-  }
-  u16lcpy(expected + length, os::module_suffix(), sizeof expected / sizeof expected[0] - length);
+  u16_format(expected, sizeof expected / sizeof expected[0], "%hs%s", stem, os::module_suffix());
   return os::collate_nocase(file, expected) == 0;
 }
 

@@ -3,8 +3,8 @@
  * ever writing past its capacity, and keeps the section headers.
  *
  * Every compiler writes through one CodeWriter; running out of room sets a
- * flag that the compiler turns into error 1 at the end (the buffer then holds
- * no usable program).
+ * flag that close() turns into error 1 at the end (the buffer then holds no
+ * usable program).
  */
 #ifndef KOSHR_FORMAT_CODE_WRITER_H
 #define KOSHR_FORMAT_CODE_WRITER_H
@@ -52,17 +52,21 @@ class CodeWriter {
   KOFMTCODE* section_at(int start) {
     return overflow_ || start + kSectionHeaderSize > size_ ? nullptr : buffer_ + start;
   }
-  void finish() {
-    put(kCodeEnd);
-    put(0);
+  // Ends the program of a compilation that returned `error`: a buffer too
+  // small turns success into SHFORMAT_ERR_SIZE, and a failed compilation
+  // leaves an empty program behind. Returns the final error.
+  int close(int error) {
+    if (error == 0) {
+      put(kCodeEnd);
+      put(0);
+      if (overflow()) error = SHFORMAT_ERR_SIZE;
+    }
+    if (error && capacity_ > 0) buffer_[0] = 0;
+    return error;
   }
 
   int size() const { return size_; }
   bool overflow() const { return overflow_ || capacity_ == 0; }
-  // Leaves an empty program behind a failed compilation.
-  void discard() {
-    if (capacity_ > 0) buffer_[0] = 0;
-  }
 
  private:
   KOFMTCODE* buffer_;
@@ -70,6 +74,17 @@ class CodeWriter {
   int size_ = 0;
   bool overflow_ = false;
 };
+
+// The checks every compiler makes before it starts: 0 when the arguments
+// are usable, else the error (a null format leaves an empty program).
+inline int check_compile_arguments(const KOCHAR* format, KOFMTCODE* compiled, int capacity) {
+  if (!compiled || capacity <= 0) return SHFORMAT_ERR_SIZE;
+  if (!format) {
+    compiled[0] = 0;
+    return SHFORMAT_ERR_INTERNAL;
+  }
+  return 0;
+}
 
 }  // namespace ko
 

@@ -32,13 +32,8 @@ class DateTimeCompiler {
   int compile(const KOCHAR* text, size_t length) {
     begin_section();
     int error = run(text, length, 0);
-    if (error == 0) {
-      end_section();
-      out_.finish();
-      if (out_.overflow()) error = SHFORMAT_ERR_SIZE;
-    }
-    if (error) out_.discard();
-    return error;
+    if (error == 0) end_section();
+    return out_.close(error);
   }
 
  private:
@@ -211,11 +206,7 @@ class DateTimeCompiler {
 
 int compile_datetime(const KOCHAR* format, KOFMTCODE* compiled, int capacity,
                      const KOCHAR* culture) {
-  if (!compiled || capacity <= 0) return SHFORMAT_ERR_SIZE;
-  if (!format) {
-    compiled[0] = 0;
-    return SHFORMAT_ERR_INTERNAL;
-  }
+  if (int error = check_compile_arguments(format, compiled, capacity)) return error;
   RegionalSettings scratch;
   const RegionalSettings& settings = regional_settings(culture, scratch);
   DateTimeCompiler compiler(compiled, capacity, settings);

@@ -50,13 +50,8 @@ class NumberCompiler {
     begin_section();
     int error = 0;
     while (pos_ < length_ && error == 0) error = step();
-    if (error == 0) {
-      end_section();
-      out_.finish();
-      if (out_.overflow()) error = SHFORMAT_ERR_SIZE;
-    }
-    if (error) out_.discard();
-    return error;
+    if (error == 0) end_section();
+    return out_.close(error);
   }
 
  private:
@@ -367,11 +362,7 @@ int compile_number(const KOCHAR* format, KOFMTCODE* compiled, int capacity, cons
   if (comma_positions) {
     for (int i = 0; i < max_positions; ++i) comma_positions[i] = -1;
   }
-  if (!compiled || capacity <= 0) return SHFORMAT_ERR_SIZE;
-  if (!format) {
-    compiled[0] = 0;
-    return SHFORMAT_ERR_INTERNAL;
-  }
+  if (int error = check_compile_arguments(format, compiled, capacity)) return error;
   RegionalSettings scratch;
   const RegionalSettings& settings = regional_settings(culture, scratch);
   KOCHAR grouping = culture ? settings.thousand : process_grouping_character();

@@ -68,8 +68,7 @@ int compile_string(const KOCHAR* text, size_t length, CodeWriter& out) {
     }
   }
   out.end_section(section_start, 0, 0);
-  out.finish();
-  return out.overflow() ? SHFORMAT_ERR_SIZE : 0;
+  return 0;
 }
 
 }  // namespace
@@ -77,13 +76,7 @@ int compile_string(const KOCHAR* text, size_t length, CodeWriter& out) {
 
 extern "C" KOSHR_API int shformatCmplStringMask(const KOCHAR* format, KOFMTCODE* compiled,
                                                 int capacity) {
-  if (!compiled || capacity <= 0) return SHFORMAT_ERR_SIZE;
-  if (!format) {
-    compiled[0] = 0;
-    return SHFORMAT_ERR_INTERNAL;
-  }
+  if (int error = ko::check_compile_arguments(format, compiled, capacity)) return error;
   ko::CodeWriter out(compiled, capacity);
-  int error = ko::compile_string(format, ko::u16nlen(format, ko::kStringFormatMax), out);
-  if (error) out.discard();
-  return error;
+  return out.close(ko::compile_string(format, ko::u16nlen(format, ko::kStringFormatMax), out));
 }

@@ -8,6 +8,7 @@
 #include <koshr/format.h>
 
 #include "platform/utf16.h"
+#include "storage/u16_format.h"
 
 namespace ko {
 namespace {
@@ -82,15 +83,7 @@ int read_colour(const KOCHAR* name, size_t length, KOCHAR* digits, size_t* count
   }
   const Colour* row = binary_search(kColours, name, length);
   if (!row) return -1;
-  KOCHAR reversed[12];
-  size_t n = 0;
-  uint32_t value = row->value;
-  do {
-    reversed[n++] = KOCHAR(u'0' + value % 10);
-    value /= 10;
-  } while (value);
-  for (size_t i = 0; i < n; ++i) digits[i] = reversed[n - 1 - i];
-  *count = n;
+  *count = u16_format(digits, kBracketNameMax, "%u", row->value);
   return 0;
 }
 

@@ -10,6 +10,7 @@
 
 #include "tools/koshr/csv_reader.cpp"
 #include "tools/koshr/saveas_columns.cpp"
+#include "tools/koshr/utf.cpp"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view text(reinterpret_cast<const char*>(data), size);

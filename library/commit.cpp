@@ -8,7 +8,7 @@
 namespace ko {
 namespace {
 
-constexpr uint32_t kDirtyNodesDue = 256;
+constexpr uint32_t kDirtyNodesDue = 2048;
 constexpr uint32_t kReleasesDue = 4096;
 
 void release_block(void* context, uint32_t offset) {

@@ -27,7 +27,13 @@ int compare_units(const KOCHAR* a, size_t a_units, const KOCHAR* b, size_t b_uni
     uint64_t x, y;
     std::memcpy(&x, a + i, 8);
     std::memcpy(&y, b + i, 8);
-    if (x != y || has_zero_unit(x)) break;
+    if (has_zero_unit(x)) break;
+    if (x != y) {
+      // Straight to the first unit that differs (units are little-endian in
+      // the word); the units before it are equal and not terminators.
+      i += size_t(__builtin_ctzll(x ^ y)) / 16;
+      break;
+    }
   }
   for (;; ++i) {
     KOCHAR x = i < a_units ? a[i] : 0;

@@ -48,6 +48,7 @@ void build_trailer(uint8_t* block, uint32_t base) {
 LibraryPlace locate_library(os::FileHandle file) {
   LibraryPlace place;
   int64_t size = os::file_size(file);
+  place.file_size = size;
   uint32_t certificates = certificate_size(file, size, &place.executable);
   int64_t at = size - 512 - int64_t(certificates);
   uint8_t trailer[8];

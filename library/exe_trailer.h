@@ -26,6 +26,7 @@ struct LibraryPlace {
   bool executable = false;     // the file starts with "MZ"
   bool has_trailer = false;
   uint32_t trailer_offset = 0;  // where the trailer block starts
+  int64_t file_size = 0;
 };
 
 LibraryPlace locate_library(os::FileHandle file);

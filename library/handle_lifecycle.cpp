@@ -29,6 +29,7 @@ size_t resolve_path(const KOCHAR* path, KOCHAR* out, size_t capacity) {
 }
 
 void destroy(LmiLibrary* lib) {
+  lib->reader.detach();
   if (lib->file != os::kInvalidFile) os::file_close(lib->file);
   PoolRef pool = lib->pool;
   lib->~LmiLibrary();
@@ -68,17 +69,21 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
   LibraryPlace place = locate_library(lib->file);
   lib->base = place.base;
   lib->in_executable = place.executable && place.has_trailer;
-  if (lib->in_executable && mode != 1) os::file_truncate(lib->file, place.trailer_offset);
+  int64_t file_size = place.file_size;
+  if (lib->in_executable && mode != 1) {
+    os::file_truncate(lib->file, place.trailer_offset);
+    file_size = place.trailer_offset;
+  }
 
-  if (library_read_exact(lib->file, lib->header, kFirstReadSize, lib->base) != 0 ||
-      !header_names_product(lib->header)) {
+  // One read covers the header, the first bitmap block and either size of
+  // root node; a file with 1024-byte nodes may end before the whole buffer.
+  int64_t got = library_read(lib->file, lib->header, kHeaderBufferSize, lib->base);
+  if (got < int64_t(kFirstReadSize) || !header_names_product(lib->header)) {
     destroy(lib);
     return nullptr;
   }
   lib->geometry = geometry_for_version(lib->header + kHeaderVersion);
-  if (lib->geometry.node_size == 3072 &&
-      library_read_exact(lib->file, lib->header + kFirstReadSize, kHeaderBufferSize - kFirstReadSize,
-                         lib->base + kFirstReadSize) != 0) {
+  if (lib->geometry.node_size == 3072 && got != int64_t(kHeaderBufferSize)) {
     destroy(lib);
     return nullptr;
   }
@@ -96,6 +101,9 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
     destroy(lib);
     return nullptr;
   }
+  if (mode == LMI_MODE_READ) lib->reader.allow_mapping();
+  lib->nodes.set_file_size(file_size);
+  lib->reader.set_file_size(file_size);
   return lib;
 }
 

@@ -24,7 +24,6 @@ void NodeCache::attach(const PoolRef& pool, os::FileHandle file, uint32_t base, 
   file_ = file;
   base_ = base;
   geometry_ = g;
-  file_size_ = os::file_size(file);
   table_size_ = 64;
   table_ = pool_.alloc_array<CachedNode*>(table_size_);
   if (table_) std::memset(table_, 0, sizeof(CachedNode*) * table_size_);

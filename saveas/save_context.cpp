@@ -139,10 +139,7 @@ bool save_write(KoSaveContext* context, const KOCHAR* text) {
 }
 
 bool save_write_ascii(KoSaveContext* context, const char* text) {
-  KOCHAR wide[kFormattedPieceMax];
-  size_t n = 0;
-  for (; text[n] && n < kFormattedPieceMax; ++n) wide[n] = KOCHAR(uint8_t(text[n]));
-  return save_write(context, wide, n);
+  return save_write_format(context, "%hs", text);
 }
 
 bool save_write_format(KoSaveContext* context, const char* format, ...) {

@@ -33,6 +33,7 @@
 #include "platform/utf16.h"
 #include "saveas/little_endian.h"
 #include "saveas/save_context.h"
+#include "storage/u16_format.h"
 
 namespace {
 
@@ -108,20 +109,6 @@ bool is_null_time(const KODATETIME& value) {
   return value.hour >= 255 || value.minute >= 255 || value.second >= 255;
 }
 
-// A number with at least `digits` digits, zero-padded ("%0N.Nd"); returns
-// the count written.
-size_t put_padded(KOCHAR* out, unsigned value, unsigned digits) {
-  KOCHAR reversed[12];
-  unsigned n = 0;
-  do {
-    reversed[n++] = KOCHAR(u'0' + value % 10);
-    value /= 10;
-  } while (value);
-  while (n < digits) reversed[n++] = u'0';
-  for (unsigned i = 0; i < n; ++i) out[i] = reversed[n - 1 - i];
-  return n;
-}
-
 // Places `length` rendered units at the right end of the field.
 void right_align(KOCHAR* field, int field_length, const KOCHAR* text, size_t length) {
   if (length > size_t(field_length)) length = size_t(field_length);
@@ -166,10 +153,9 @@ void fill_field(const KoSaveContext* context, uint8_t type, const void* value, K
       if (!value) return;
       const auto& when = *static_cast<const KODATETIME*>(value);
       if (is_null_date(when)) return;
-      // "%04.4d%02.2d%02.2d": year, month 1-12, day.
-      size_t n = put_padded(rendered, when.year + 1900u, 4);
-      n += put_padded(rendered + n, when.month + 1u, 2);
-      n += put_padded(rendered + n, when.day, 2);
+      // Year, month 1-12, day.
+      size_t n = ko::u16_format(rendered, ko::kRenderCapacity, "%04d%02d%02d", when.year + 1900,
+                                when.month + 1, when.day);
       std::memcpy(field, rendered, (n < 8 ? n : 8) * sizeof(KOCHAR));
       return;
     }
@@ -177,12 +163,8 @@ void fill_field(const KoSaveContext* context, uint8_t type, const void* value, K
       if (!value) return;
       const auto& when = *static_cast<const KODATETIME*>(value);
       if (is_null_time(when)) return;
-      // "%02.2d:%02.2d:%02.2d": hours, minutes, seconds.
-      size_t n = put_padded(rendered, when.hour, 2);
-      rendered[n++] = u':';
-      n += put_padded(rendered + n, when.minute, 2);
-      rendered[n++] = u':';
-      n += put_padded(rendered + n, when.second, 2);
+      size_t n = ko::u16_format(rendered, ko::kRenderCapacity, "%02d:%02d:%02d", when.hour,
+                                when.minute, when.second);
       std::memcpy(field, rendered, (n < 8 ? n : 8) * sizeof(KOCHAR));
       return;
     }

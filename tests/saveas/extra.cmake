@@ -1,8 +1,11 @@
 # The save-as tests also cover the CSV reader and column typing of
-# `koshr saveas`, and run the tool itself when it is built.
+# `koshr saveas`, the tool's shared text conversion and argument splitting,
+# and run the tool itself when it is built.
 target_sources(${test_target} PRIVATE
   ${PROJECT_SOURCE_DIR}/tools/koshr/csv_reader.cpp
-  ${PROJECT_SOURCE_DIR}/tools/koshr/saveas_columns.cpp)
+  ${PROJECT_SOURCE_DIR}/tools/koshr/saveas_columns.cpp
+  ${PROJECT_SOURCE_DIR}/tools/koshr/utf.cpp
+  ${PROJECT_SOURCE_DIR}/tools/koshr/cli.cpp)
 target_include_directories(${test_target} PRIVATE ${PROJECT_SOURCE_DIR}/tools/koshr)
 if(TARGET koshr_tool AND NOT CMAKE_CROSSCOMPILING)
   add_dependencies(${test_target} koshr_tool)

@@ -11,56 +11,50 @@
 #include <cstdio>
 #include <cstring>
 
-#include "cmd_dbi_text.h"
+#include "cli.h"
 #include "command.h"
+#include "scratch_connection.h"
+#include "utf.h"
 
 namespace {
 
-void usage(FILE* out) {
-  std::fprintf(out,
-               "usage: koshr dbparm TEXT\n"
-               "       koshr dbparm --replace KEYWORD VALUE TEXT\n"
-               "\n"
-               "Parses a DBParm string and prints one line per record kept, tab-separated:\n"
-               "the keyword, its quoted text value ('-' when none) and its numeric value.\n"
-               "With --replace, prints TEXT with KEYWORD set to VALUE (give VALUE its quotes).\n");
-}
+const char kUsage[] =
+    "usage: koshr dbparm TEXT\n"
+    "       koshr dbparm --replace KEYWORD VALUE TEXT\n"
+    "\n"
+    "Parses a DBParm string and prints one line per record kept, tab-separated:\n"
+    "the keyword, its quoted text value ('-' when none) and its numeric value.\n"
+    "With --replace, prints TEXT with KEYWORD set to VALUE (give VALUE its quotes).\n";
 
 void print_records(DbiContext* context) {
   shlistx* list = nullptr;
   DBI_ParseParms(context, &list);
   for (void* item = shlist_get_first(list); item != nullptr; item = shlist_get_next(list)) {
     const auto* parm = static_cast<const DbiParm*>(item);
-    std::printf("%s\t%s\t%d\n", koshr_tool::to_utf8(parm->name).c_str(),
-                parm->text != nullptr ? koshr_tool::to_utf8(parm->text).c_str() : "-", parm->number);
+    std::printf("%s\t%s\t%d\n", koshr_tool::utf16_to_utf8(parm->name).c_str(),
+                parm->text != nullptr ? koshr_tool::utf16_to_utf8(parm->text).c_str() : "-", parm->number);
   }
   DBI_FreeParmList(context, &list);
 }
 
 int run_dbparm(int argc, char** argv) {
-  if (argc > 1 && koshr_tool::is_help(argv[1])) {
-    usage(stdout);
-    return 0;
-  }
   if (argc == 5 && std::strcmp(argv[1], "--replace") == 0) {
-    koshr_tool::ScratchConnection context(koshr_tool::to_utf16(argv[4]));
-    DBI_ReplaceDbParm(context.get(), koshr_tool::to_utf16(argv[2]).c_str(),
-                      koshr_tool::to_utf16(argv[3]).c_str());
-    std::printf("%s\n", koshr_tool::to_utf8(context->dbparm).c_str());
+    koshr_tool::ScratchConnection context(koshr_tool::utf8_to_utf16(argv[4]));
+    DBI_ReplaceDbParm(context.get(), koshr_tool::utf8_to_utf16(argv[2]).c_str(),
+                      koshr_tool::utf8_to_utf16(argv[3]).c_str());
+    std::printf("%s\n", koshr_tool::utf16_to_utf8(context->dbparm).c_str());
     return 0;
   }
-  if (argc != 2 || argv[1][0] == '-') {
-    usage(stderr);
-    return 2;
-  }
+  if (argc != 2 || argv[1][0] == '-') return koshr_tool::misuse(kUsage);
   // A name or value over 1024 characters stops the process, as the parser does
   // in every program that uses it.
-  koshr_tool::ScratchConnection context(koshr_tool::to_utf16(argv[1]));
+  koshr_tool::ScratchConnection context(koshr_tool::utf8_to_utf16(argv[1]));
   print_records(context.get());
   return 0;
 }
 
-const koshr_tool::Command kDbParm{"dbparm", "parse and edit connection parameters", &run_dbparm};
+const koshr_tool::Command kDbParm{"dbparm", "parse and edit connection parameters", kUsage,
+                                  &run_dbparm};
 KOSHR_COMMAND(kDbParm);
 
 }  // namespace

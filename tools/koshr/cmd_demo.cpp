@@ -9,11 +9,9 @@
 
 namespace {
 
-int run_demo(int argc, char** argv) {
-  if (argc > 1 && koshr_tool::is_help(argv[1])) {
-    std::printf("usage: koshr demo\n\nA guided tour of the library's main jobs on bundled sample data.\n");
-    return 0;
-  }
+const char kUsage[] = "usage: koshr demo\n\nA guided tour of the library's main jobs on bundled sample data.\n";
+
+int run_demo(int, char**) {
   auto stops = koshr_tool::demo_stops();
   std::stable_sort(stops.begin(), stops.end(),
                    [](const auto* a, const auto* b) { return a->order < b->order; });
@@ -31,7 +29,7 @@ int run_demo(int argc, char** argv) {
   return failures ? 1 : 0;
 }
 
-const koshr_tool::Command kDemo{"demo", "a tour of the library's main jobs", &run_demo};
+const koshr_tool::Command kDemo{"demo", "a tour of the library's main jobs", kUsage, &run_demo};
 KOSHR_COMMAND(kDemo);
 
 }  // namespace

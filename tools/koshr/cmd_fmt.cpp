@@ -11,7 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "cli.h"
 #include "command.h"
+#include "utf.h"
 
 namespace {
 
@@ -19,53 +21,6 @@ constexpr int kCompiledCodes = 4096;
 constexpr int kOutputUnits = 1024;
 
 enum class ValueType { kNumber, kDecimal, kDate, kTime, kDateTime, kString };
-
-std::u16string from_utf8(const std::string& text) {
-  std::u16string out;
-  for (size_t i = 0; i < text.size();) {
-    unsigned char c = static_cast<unsigned char>(text[i]);
-    int extra = c >= 0xF0 ? 3 : c >= 0xE0 ? 2 : c >= 0xC0 ? 1 : 0;
-    uint32_t code = extra ? c & (0x3F >> extra) : c;
-    ++i;
-    for (int k = 0; k < extra && i < text.size(); ++k, ++i) {
-      code = code << 6 | (static_cast<unsigned char>(text[i]) & 0x3F);
-    }
-    if (code >= 0x10000) {
-      code -= 0x10000;
-      out += char16_t(0xD800 + (code >> 10));
-      out += char16_t(0xDC00 + (code & 0x3FF));
-    } else {
-      out += char16_t(code);
-    }
-  }
-  return out;
-}
-
-std::string to_utf8(const char16_t* text) {
-  std::string out;
-  for (; *text; ++text) {
-    uint32_t code = *text;
-    if (code >= 0xD800 && code < 0xDC00 && text[1] >= 0xDC00 && text[1] < 0xE000) {
-      code = 0x10000 + ((code - 0xD800) << 10) + (*++text - 0xDC00);
-    }
-    if (code < 0x80) {
-      out += char(code);
-    } else if (code < 0x800) {
-      out += char(0xC0 | code >> 6);
-      out += char(0x80 | (code & 0x3F));
-    } else if (code < 0x10000) {
-      out += char(0xE0 | code >> 12);
-      out += char(0x80 | (code >> 6 & 0x3F));
-      out += char(0x80 | (code & 0x3F));
-    } else {
-      out += char(0xF0 | code >> 18);
-      out += char(0x80 | (code >> 12 & 0x3F));
-      out += char(0x80 | (code >> 6 & 0x3F));
-      out += char(0x80 | (code & 0x3F));
-    }
-  }
-  return out;
-}
 
 bool parse_type(const char* name, ValueType* type) {
   static const struct {
@@ -96,7 +51,7 @@ int compile(const std::u16string& format, ValueType type, const char16_t* cultur
 std::string message_of(int code) {
   KOCHAR text[SHFORMAT_ERROR_TEXT_MAX];
   shformatErrorString(text, code);
-  return to_utf8(text);
+  return koshr_tool::utf16_to_utf8(text);
 }
 
 // "-1234.5600" as a decimal: up to 28 digits, scale from the fraction.
@@ -149,65 +104,53 @@ int render(const KOFMTCODE* compiled, ValueType type, const std::string& value,
       break;
     }
     case ValueType::kString:
-      shformatString(compiled, from_utf8(value).c_str(), out, kOutputUnits);
+      shformatString(compiled, koshr_tool::utf8_to_utf16(value).c_str(), out, kOutputUnits);
       break;
     default: {
       KODATETIME when;
-      if (!shdtParse(from_utf8(value).c_str(), &when)) {
+      if (!shdtParse(koshr_tool::utf8_to_utf16(value).c_str(), &when)) {
         return koshr_tool::fail("reading \"" + value + "\"", "not a date, time or date-time");
       }
       shformatDateTimeWeb(compiled, &when, out, kOutputUnits, culture);
       break;
     }
   }
-  *rendered = to_utf8(out);
+  *rendered = koshr_tool::utf16_to_utf8(out);
   return 0;
 }
 
-void print_help() {
-  std::printf(
-      "usage: koshr fmt FORMAT VALUE... [--type TYPE] [--culture TEXT]\n"
-      "       koshr fmt --check FORMAT [--type TYPE]\n"
-      "\n"
-      "Renders each VALUE through the display format FORMAT, one per line, or\n"
-      "with --check prints the format's compile code and message (exit 0 only\n"
-      "for a valid format).\n"
-      "\n"
-      "  --type TYPE     number (default), decimal, date, time, datetime or string\n"
-      "  --culture TEXT  regional settings as key=value pairs separated by TABs\n"
-      "                  (e.g. $'sDecimal=,\\tsThousand=.'); default: the user's\n"
-      "\n"
-      "Values: numbers and decimals as decimal text (-1234.5), dates as\n"
-      "2024-03-05, times as 13:45:07.250000, date-times as 2024-03-05T13:45:07.\n");
-}
+const char kUsage[] =
+    "usage: koshr fmt FORMAT VALUE... [--type TYPE] [--culture TEXT]\n"
+    "       koshr fmt --check FORMAT [--type TYPE]\n"
+    "\n"
+    "Renders each VALUE through the display format FORMAT, one per line, or\n"
+    "with --check prints the format's compile code and message (exit 0 only\n"
+    "for a valid format).\n"
+    "\n"
+    "  --type TYPE     number (default), decimal, date, time, datetime or string\n"
+    "  --culture TEXT  regional settings as key=value pairs separated by TABs\n"
+    "                  (e.g. $'sDecimal=,\\tsThousand=.'); default: the user's\n"
+    "\n"
+    "Values: numbers and decimals as decimal text (-1234.5), dates as\n"
+    "2024-03-05, times as 13:45:07.250000, date-times as 2024-03-05T13:45:07.\n";
 
 int run_fmt(int argc, char** argv) {
   ValueType type = ValueType::kNumber;
-  bool check = false;
-  bool have_culture = false;
-  std::u16string culture;
+  bool check = false, have_type = false, have_culture = false;
+  std::string type_name, culture_utf8;
   std::vector<std::string> positional;
-  for (int i = 1; i < argc; ++i) {
-    std::string arg = argv[i];
-    if (koshr_tool::is_help(argv[i])) {
-      print_help();
-      return 0;
-    }
-    if (arg == "--check") {
-      check = true;
-    } else if (arg == "--type" || arg == "--culture") {
-      if (i + 1 >= argc) return koshr_tool::fail("fmt", arg + " needs a value");
-      const char* value = argv[++i];
-      if (arg == "--culture") {
-        culture = from_utf8(value);
-        have_culture = true;
-      } else if (!parse_type(value, &type)) {
-        return koshr_tool::fail("fmt", std::string("unknown type \"") + value + "\"");
-      }
-    } else {
-      positional.push_back(arg);
-    }
+  std::string why;
+  if (!koshr_tool::parse_arguments(argc, argv,
+                                   {{"--check", nullptr, &check},
+                                    {"--type", &type_name, &have_type},
+                                    {"--culture", &culture_utf8, &have_culture}},
+                                   false, &positional, &why)) {
+    return koshr_tool::fail("fmt", why);
   }
+  if (have_type && !parse_type(type_name.c_str(), &type)) {
+    return koshr_tool::fail("fmt", "unknown type \"" + type_name + "\"");
+  }
+  std::u16string culture = koshr_tool::utf8_to_utf16(culture_utf8);
   if (positional.empty() || (!check && positional.size() < 2) ||
       (check && positional.size() != 1)) {
     std::fprintf(stderr, "koshr: fmt: expected FORMAT and %s (see 'koshr fmt --help')\n",
@@ -216,7 +159,7 @@ int run_fmt(int argc, char** argv) {
   }
   const char16_t* culture_text = have_culture ? culture.c_str() : nullptr;
   std::vector<KOFMTCODE> compiled(kCompiledCodes);
-  int code = compile(from_utf8(positional[0]), type, culture_text, compiled.data());
+  int code = compile(koshr_tool::utf8_to_utf16(positional[0]), type, culture_text, compiled.data());
   if (check) {
     std::printf("%d %s\n", code, message_of(code).c_str());
     return code == 0 ? 0 : 1;
@@ -235,7 +178,7 @@ int run_fmt(int argc, char** argv) {
   return 0;
 }
 
-const koshr_tool::Command kFmt{"fmt", "render values through a display format", &run_fmt};
+const koshr_tool::Command kFmt{"fmt", "render values through a display format", kUsage, &run_fmt};
 KOSHR_COMMAND(kFmt);
 
 int demo_formats() {
@@ -262,7 +205,7 @@ int demo_formats() {
   std::vector<KOFMTCODE> compiled(kCompiledCodes);
   for (const Row& row : rows) {
     std::string plain, cultured;
-    std::u16string format = from_utf8(row.format);
+    std::u16string format = koshr_tool::utf8_to_utf16(row.format);
     if (compile(format, row.type, nullptr, compiled.data()) != 0 ||
         render(compiled.data(), row.type, row.value, nullptr, &plain) != 0 ||
         compile(format, row.type, german, compiled.data()) != 0 ||

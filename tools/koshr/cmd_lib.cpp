@@ -11,19 +11,20 @@
 #include <ctime>
 #include <filesystem>
 #include <fstream>
-#include <iostream>
-#include <iterator>
 #include <string>
 #include <vector>
 
+#include "cli.h"
 #include "command.h"
 #include "utf.h"
 
 namespace {
 
 using koshr_tool::fail;
+using koshr_tool::read_input;
 using koshr_tool::utf16_to_utf8;
 using koshr_tool::utf8_to_utf16;
+using koshr_tool::write_stdout;
 
 const char kUsage[] =
     "usage: koshr lib <subcommand> LIB [arguments]\n"
@@ -47,32 +48,9 @@ const char kStartMarker[] = "Start of Korvane Binary Data Section : Do NOT Edit"
 struct Args {
   std::vector<std::string> positional;
   std::string comment;
-  bool has_comment = false;
   bool text = false;
   std::string out_dir;
 };
-
-bool parse(int argc, char** argv, Args* args, std::string* error) {
-  for (int i = 2; i < argc; ++i) {
-    std::string a = argv[i];
-    if (a == "--text") {
-      args->text = true;
-    } else if (a == "--comment" || a == "-o") {
-      if (i + 1 >= argc) {
-        *error = a + " needs a value";
-        return false;
-      }
-      (a == "-o" ? args->out_dir : args->comment) = argv[++i];
-      args->has_comment |= a == "--comment";
-    } else if (a.size() > 1 && a[0] == '-') {
-      *error = "unknown option " + a;
-      return false;
-    } else {
-      args->positional.push_back(a);
-    }
-  }
-  return true;
-}
 
 std::string lmi_error(int32_t rc) {
   switch (rc) {
@@ -100,17 +78,6 @@ std::string iso_time(uint32_t seconds) {
   char text[32];
   std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &tm);
   return text;
-}
-
-bool read_all(const std::string& file, std::string* out) {
-  if (file.empty() || file == "-") {
-    out->assign(std::istreambuf_iterator<char>(std::cin), {});
-    return true;
-  }
-  std::ifstream in(file, std::ios::binary);
-  if (!in) return false;
-  out->assign(std::istreambuf_iterator<char>(in), {});
-  return true;
 }
 
 std::string as_bytes(const std::u16string& text) {
@@ -241,15 +208,14 @@ int cmd_cat(const Args& a, Session& s) {
   int32_t rc = s.read(a.positional[1], &bytes);
   if (rc) return fail("lib cat " + a.positional[1], lmi_error(rc));
   if (a.text) bytes = utf16_to_utf8(as_units(bytes));
-  std::fwrite(bytes.data(), 1, bytes.size(), stdout);
+  write_stdout(bytes);
   return 0;
 }
 
 int cmd_put(const Args& a, Session& s) {
   if (a.positional.size() < 2 || a.positional.size() > 3) return fail("lib put", "expects LIB ENTRY [FILE]");
-  std::string bytes;
-  if (!read_all(a.positional.size() == 3 ? a.positional[2] : "", &bytes))
-    return fail("lib put " + a.positional[2], "cannot read the file");
+  std::string bytes, file = a.positional.size() == 3 ? a.positional[2] : "-";
+  if (!read_input(file, &bytes)) return fail("lib put " + file, "cannot read the file");
   if (a.text) bytes = as_bytes(utf8_to_utf16(bytes));
   int32_t rc = s.write(a.positional[1], bytes, utf8_to_utf16(a.comment));
   if (rc == 0) rc = s.close();
@@ -321,7 +287,7 @@ bool take_line(std::u16string* text, const std::u16string& tag, std::u16string* 
 
 int import_file(Session& s, const std::string& file) {
   std::string raw;
-  if (!read_all(file, &raw)) return fail("lib import " + file, "cannot read the file");
+  if (!read_input(file, &raw)) return fail("lib import " + file, "cannot read the file");
   std::u16string text = utf8_to_utf16(raw), name, escaped;
   if (!take_line(&text, u"$KOExportHeader$", &name)) return fail("lib import " + file, "no export header");
   std::u16string comment;
@@ -358,20 +324,17 @@ int cmd_check(const Args& a) {
 }
 
 int run_lib(int argc, char** argv) {
-  if (argc < 2 || koshr_tool::is_help(argv[1])) {
-    std::fputs(kUsage, argc < 2 ? stderr : stdout);
-    return argc < 2 ? 2 : 0;
-  }
+  if (argc < 2) return koshr_tool::misuse(kUsage);
   std::string sub = argv[1];
-  for (int i = 2; i < argc; ++i) {
-    if (koshr_tool::is_help(argv[i])) {
-      std::fputs(kUsage, stdout);
-      return 0;
-    }
-  }
   Args a;
   std::string error;
-  if (!parse(argc, argv, &a, &error)) return fail("lib " + sub, error);
+  if (!koshr_tool::parse_arguments(argc - 1, argv + 1,
+                                   {{"--text", nullptr, &a.text},
+                                    {"--comment", &a.comment, nullptr},
+                                    {"-o", &a.out_dir, nullptr}},
+                                   true, &a.positional, &error)) {
+    return fail("lib " + sub, error);
+  }
   if (a.positional.empty()) return fail("lib " + sub, "expects LIB");
   if (sub == "new") return cmd_new(a);
   if (sub == "check") return cmd_check(a);
@@ -392,7 +355,7 @@ int run_lib(int argc, char** argv) {
   return fail("lib " + sub, "unknown subcommand (see 'koshr lib --help')");
 }
 
-const koshr_tool::Command kLib{"lib", "read and write library files", &run_lib};
+const koshr_tool::Command kLib{"lib", "read and write library files", kUsage, &run_lib};
 KOSHR_COMMAND(kLib);
 
 // The tour's stop: a small library, its listing and one exported entry.
@@ -419,8 +382,9 @@ int demo_library() {
   char* argv_export[] = {const_cast<char*>("lib"), const_cast<char*>("export"), lib.data(),
                          const_cast<char*>("w_main.srw"), const_cast<char*>("-o"), out.data()};
   if (run_lib(6, argv_export) != 0) return 1;
-  std::ifstream exported(std::filesystem::path(out) / "w_main.srw", std::ios::binary);
-  std::cout << std::string(std::istreambuf_iterator<char>(exported), {});
+  std::string exported;
+  read_input((std::filesystem::path(out) / "w_main.srw").string(), &exported);
+  write_stdout(exported);
   std::printf("\n$ koshr lib check %s\n", lib.c_str());
   char* argv_check[] = {const_cast<char*>("lib"), const_cast<char*>("check"), lib.data()};
   int rc = run_lib(3, argv_check);

@@ -14,23 +14,16 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <memory>
 #include <random>
 #include <string>
 #include <vector>
 
-#ifdef _WIN32
-#include <io.h>
-#define KOSHR_ISATTY _isatty
-#else
-#include <unistd.h>
-#define KOSHR_ISATTY isatty
-#endif
-
+#include "cli.h"
 #include "command.h"
 #include "csv_reader.h"
 #include "saveas_columns.h"
+#include "utf.h"
 
 namespace koshr_tool {
 namespace {
@@ -99,49 +92,28 @@ struct Table {
 
 int parse_options(int argc, char** argv, Options& options) {
   std::vector<std::string> positional;
-  for (int i = 1; i < argc; ++i) {
-    std::string arg = argv[i];
-    auto value = [&](std::string& into) {
-      if (i + 1 >= argc) return false;
-      into = argv[++i];
-      return true;
-    };
-    bool ok = true;
-    if (arg == "--as") {
-      ok = value(options.format);
-    } else if (arg == "--columns") {
-      ok = value(options.columns);
-      options.columns_given = true;
-    } else if (arg == "--culture") {
-      ok = value(options.culture);
-      options.culture_given = true;
-    } else if (arg == "--encoding") {
-      ok = value(options.encoding);
-    } else if (arg == "--header") {
-      options.header = true;
-    } else if (arg == "--clipboard") {
-      options.clipboard = true;
-    } else if (arg.size() > 1 && arg[0] == '-') {
-      return fail("saveas", "unknown option " + arg + " (see 'koshr saveas --help')");
-    } else {
-      positional.push_back(arg);
-    }
-    if (!ok) return fail("saveas", arg + " needs a value");
+  std::string why;
+  if (!parse_arguments(argc, argv,
+                       {{"--as", &options.format, nullptr},
+                        {"--columns", &options.columns, &options.columns_given},
+                        {"--culture", &options.culture, &options.culture_given},
+                        {"--encoding", &options.encoding, nullptr},
+                        {"--header", nullptr, &options.header},
+                        {"--clipboard", nullptr, &options.clipboard}},
+                       true, &positional, &why)) {
+    if (why.rfind("unknown option", 0) == 0) why += " (see 'koshr saveas --help')";
+    return fail("saveas", why);
   }
   size_t wanted = options.clipboard ? 1 : 2;
-  if (positional.size() != wanted) {
-    std::fputs(kUsage, stderr);
-    return 2;
-  }
+  if (positional.size() != wanted) return misuse(kUsage);
   options.input = positional[0];
   if (!options.clipboard) options.output = positional[1];
   return 0;
 }
 
 int read_table(const Options& options, Table& table) {
-  std::ifstream in(options.input, std::ios::binary);
-  if (!in) return fail("saveas: " + options.input, "cannot open the file");
-  std::string text((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+  std::string text;
+  if (!read_input(options.input, &text)) return fail("saveas: " + options.input, "cannot open the file");
   CsvReader reader(text);
   std::vector<std::string> names;
   if (!reader.next(names)) {
@@ -174,7 +146,7 @@ int read_table(const Options& options, Table& table) {
       if (column.width >= 0) continue;
       size_t c = size_t(&column - table.columns.data());
       column.width = 1;
-      for (const auto& row : fields) column.width = std::max(column.width, int32_t(utf16_length(row[c])));
+      for (const auto& row : fields) column.width = std::max(column.width, int32_t(utf8_to_utf16(row[c]).size()));
     }
   } else {
     table.columns = infer_columns(names, fields);
@@ -196,7 +168,7 @@ int read_table(const Options& options, Table& table) {
 // A progress bar on stderr for long exports, when stderr is a terminal.
 class Progress {
  public:
-  explicit Progress(size_t total) : total_(total), shown_(total >= 20000 && KOSHR_ISATTY(2)) {}
+  explicit Progress(size_t total) : total_(total), shown_(total >= 20000 && stderr_is_terminal()) {}
   void update(size_t done) {
     if (!shown_) return;
     int percent = int(done * 100 / total_);
@@ -222,7 +194,7 @@ std::string export_table(IKO_SaveFileType& writer, KoSaveContext* save, const Ta
                          bool dates_as_text) {
   std::string failed;
   for (const ColumnSpec& column : table.columns) {
-    std::u16string name = utf16_from_utf8(column.name);
+    std::u16string name = utf8_to_utf16(column.name);
     if (!writer.AddColumn(save, name.c_str(), column.width, column.type)) {
       failed = "writing column " + column.name;
       break;
@@ -241,27 +213,6 @@ std::string export_table(IKO_SaveFileType& writer, KoSaveContext* save, const Ta
   }
   if (!writer.End(save) && failed.empty()) failed = "closing the file";
   return failed;
-}
-
-std::string utf8_of(const KOCHAR* text) {
-  std::string out;
-  for (; *text; ++text) {
-    uint32_t c = *text;
-    if (c >= 0xD800 && c < 0xDC00 && text[1] >= 0xDC00 && text[1] < 0xE000) {
-      c = 0x10000 + ((c - 0xD800) << 10) + (*++text - 0xDC00u);
-    }
-    if (c < 0x80) {
-      out += char(c);
-    } else if (c < 0x800) {
-      out += char(0xC0 | c >> 6), out += char(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += char(0xE0 | c >> 12), out += char(0x80 | (c >> 6 & 0x3F)), out += char(0x80 | (c & 0x3F));
-    } else {
-      out += char(0xF0 | c >> 18), out += char(0x80 | (c >> 12 & 0x3F));
-      out += char(0x80 | (c >> 6 & 0x3F)), out += char(0x80 | (c & 0x3F));
-    }
-  }
-  return out;
 }
 
 const Format* find_format(const Options& options) {
@@ -285,7 +236,7 @@ struct Pool {
 int save_to_clipboard(const Options& options, const Table& table, uint32_t flags) {
   Pool pool;
   CKO_SaveClip clip;
-  std::u16string culture = utf16_from_utf8(options.culture);
+  std::u16string culture = utf8_to_utf16(options.culture);
   uint32_t rows = uint32_t(table.rows.size());
   int32_t columns = int32_t(table.columns.size());
   KoSaveContext* save =
@@ -296,7 +247,7 @@ int save_to_clipboard(const Options& options, const Table& table, uint32_t flags
   std::string failed = export_table(clip, save, table, false);
   if (!failed.empty()) return fail("saveas: clipboard", failed);
 #ifndef _WIN32
-  std::fputs(utf8_of(koshr_clipboard_text()).c_str(), stdout);
+  write_stdout(utf16_to_utf8(koshr_clipboard_text()));
 #endif
   return 0;
 }
@@ -335,7 +286,7 @@ int save_to_file(const Options& options, const Table& table, uint32_t flags) {
     return fail("saveas: " + options.output, "cannot write in " + folder.string());
   }
   std::u16string file_name = output.filename().u16string();
-  std::u16string culture = utf16_from_utf8(options.culture);
+  std::u16string culture = utf8_to_utf16(options.culture);
   Pool pool;
   auto writer = format->make();
   uint32_t rows = uint32_t(table.rows.size());
@@ -356,10 +307,6 @@ int save_to_file(const Options& options, const Table& table, uint32_t flags) {
 }
 
 int run_saveas(int argc, char** argv) {
-  if (argc > 1 && is_help(argv[1])) {
-    std::fputs(kUsage, stdout);
-    return 0;
-  }
   Options options;
   if (int status = parse_options(argc, argv, options)) return status;
   Table table;
@@ -370,7 +317,7 @@ int run_saveas(int argc, char** argv) {
 }
 
 const Command kSaveas{"saveas", "save a CSV file as text, SYLK, DIF, SQL, XML, dBase III or worksheet",
-                      &run_saveas};
+                      kUsage, &run_saveas};
 KOSHR_COMMAND(kSaveas);
 
 // ---------------------------------------------------------------- demo stop
@@ -400,8 +347,8 @@ int demo_saveas() {
     std::printf("  %-7s %-40s %6llu bytes\n", format.name, out.c_str(),
                 static_cast<unsigned long long>(fs::file_size(out, error)));
   }
-  std::ifstream sql(folder / "goods.sql", std::ios::binary);
-  std::string script((std::istreambuf_iterator<char>(sql)), std::istreambuf_iterator<char>());
+  std::string script;
+  read_input((folder / "goods.sql").string(), &script);
   std::printf("\nThe SQL script:\n\n%s\n", script.c_str());
   return failures;
 }

@@ -10,30 +10,30 @@
 #include <cstdio>
 #include <cstring>
 
-#include "cmd_dbi_text.h"
+#include "cli.h"
 #include "command.h"
+#include "scratch_connection.h"
+#include "utf.h"
 
 namespace {
 
-void usage(FILE* out) {
-  std::fprintf(out,
-               "usage: koshr sql tail TEXT\n"
-               "       koshr sql find KEYWORD TEXT\n"
-               "       koshr sql classify TEXT\n"
-               "\n"
-               "tail      prints the WHERE, GROUP BY, HAVING or ORDER BY part of a SELECT\n"
-               "          (exit status 1 when there is none)\n"
-               "find      prints the position of KEYWORD as a word outside literals and\n"
-               "          comments, counted in characters from 0 (exit status 1 when absent)\n"
-               "classify  prints 'aggregate' for an aggregate, distinct, grouped or union\n"
-               "          SELECT, else 'plain'\n");
-}
+const char kUsage[] =
+    "usage: koshr sql tail TEXT\n"
+    "       koshr sql find KEYWORD TEXT\n"
+    "       koshr sql classify TEXT\n"
+    "\n"
+    "tail      prints the WHERE, GROUP BY, HAVING or ORDER BY part of a SELECT\n"
+    "          (exit status 1 when there is none)\n"
+    "find      prints the position of KEYWORD as a word outside literals and\n"
+    "          comments, counted in characters from 0 (exit status 1 when absent)\n"
+    "classify  prints 'aggregate' for an aggregate, distinct, grouped or union\n"
+    "          SELECT, else 'plain'\n";
 
 int tail(const std::u16string& select) {
   const KOCHAR* found = nullptr;
   DBI_ParseBasicSelect(nullptr, select.c_str(), &found);
   if (found == nullptr) return 1;
-  std::printf("%s\n", koshr_tool::to_utf8(found).c_str());
+  std::printf("%s\n", koshr_tool::utf16_to_utf8(found).c_str());
   return 0;
 }
 
@@ -59,35 +59,30 @@ int classify(std::u16string select) {
 }
 
 int run_sql(int argc, char** argv) {
-  if (argc > 1 && koshr_tool::is_help(argv[1])) {
-    usage(stdout);
-    return 0;
-  }
   const char* what = argc > 1 ? argv[1] : "";
-  if (std::strcmp(what, "tail") == 0 && argc == 3) return tail(koshr_tool::to_utf16(argv[2]));
+  if (std::strcmp(what, "tail") == 0 && argc == 3) return tail(koshr_tool::utf8_to_utf16(argv[2]));
   if (std::strcmp(what, "find") == 0 && argc == 4) {
-    return find(koshr_tool::to_utf16(argv[2]), koshr_tool::to_utf16(argv[3]));
+    return find(koshr_tool::utf8_to_utf16(argv[2]), koshr_tool::utf8_to_utf16(argv[3]));
   }
-  if (std::strcmp(what, "classify") == 0 && argc == 3) return classify(koshr_tool::to_utf16(argv[2]));
-  usage(stderr);
-  return 2;
+  if (std::strcmp(what, "classify") == 0 && argc == 3) return classify(koshr_tool::utf8_to_utf16(argv[2]));
+  return koshr_tool::misuse(kUsage);
 }
 
-const koshr_tool::Command kSql{"sql", "find keywords and clauses in SQL text", &run_sql};
+const koshr_tool::Command kSql{"sql", "find keywords and clauses in SQL text", kUsage, &run_sql};
 KOSHR_COMMAND(kSql);
 
 int demo() {
   const char16_t* select = u"select name, sum(total) from orders where note <> 'where' group by name";
   const KOCHAR* found = nullptr;
   DBI_ParseBasicSelect(nullptr, select, &found);
-  std::printf("SQL      %s\ntail     %s\n", koshr_tool::to_utf8(select).c_str(),
-              koshr_tool::to_utf8(found).c_str());
+  std::printf("SQL      %s\ntail     %s\n", koshr_tool::utf16_to_utf8(select).c_str(),
+              koshr_tool::utf16_to_utf8(found).c_str());
   KOCHAR name[DBI_NAME_LENGTH + 16];
   DBI_LibraryName(nullptr, nullptr, name, u"ODBC", nullptr);
-  std::printf("driver   ODBC is served by %s\n", koshr_tool::to_utf8(name).c_str());
+  std::printf("driver   ODBC is served by %s\n", koshr_tool::utf16_to_utf8(name).c_str());
   koshr_tool::ScratchConnection context(u"SQLCache=20, DisableBind=1, Password='it''s'");
   DBI_ReplaceDbParm(context.get(), u"SQLCache", u"50");
-  std::printf("DBParm   %s\n", koshr_tool::to_utf8(context->dbparm).c_str());
+  std::printf("DBParm   %s\n", koshr_tool::utf16_to_utf8(context->dbparm).c_str());
   return found != nullptr ? 0 : 1;
 }
 

@@ -3,8 +3,11 @@
  *
  * Each subcommand lives in its own source and registers itself with one line:
  *
- *   static const koshr_tool::Command kLib{"lib", "read and write library files", &run_lib};
+ *   static const koshr_tool::Command kLib{"lib", "read and write library files", kUsage, &run_lib};
  *   KOSHR_COMMAND(kLib);
+ *
+ * main.cpp answers `koshr <command> --help` (or -h anywhere in its arguments)
+ * with the command's usage text; the command itself never sees those.
  *
  * and a demo stop the same way with KOSHR_DEMO_STOP(order, title, function).
  * main.cpp knows none of them by name.
@@ -24,6 +27,7 @@ using CommandFunction = int (*)(int argc, char** argv);
 struct Command {
   const char* name;
   const char* summary;
+  const char* usage;  // the full usage text, starting "usage: koshr <name>"
   CommandFunction run;
 };
 
@@ -45,8 +49,6 @@ struct DemoStopRegistrar {
 
 // Reports a failure the tool's way ("koshr: <what>: <why>") and returns 1.
 int fail(const std::string& what, const std::string& why);
-// True when argument `arg` is "-h" or "--help".
-bool is_help(const char* arg);
 
 }  // namespace koshr_tool
 

@@ -41,9 +41,6 @@ class CsvReader {
   std::string error_;
 };
 
-// True when `text` is well-formed UTF-8.
-bool valid_utf8(std::string_view text);
-
 }  // namespace koshr_tool
 
 #endif

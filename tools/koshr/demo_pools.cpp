@@ -8,14 +8,9 @@
 #include <string>
 
 #include "command.h"
+#include "utf.h"
 
 namespace {
-
-std::string narrow(const KOCHAR* text) {
-  std::string out;
-  for (; text && *text; ++text) out += *text < 0x80 ? char(*text) : '?';
-  return out;
-}
 
 uint64_t held(KostgContext* context) {
   uint64_t counters[6];
@@ -31,8 +26,8 @@ int tour_pools() {
   KostgSubpool* parse = kostg_new_pool(context);
   KostgSubpool* output = kostg_new_pool(context);
   std::printf("Two sub-pools, named \"%s\" and \"%s\".\n",
-              narrow(kostg_set_pool_name(context, parse, u"parse")).c_str(),
-              narrow(kostg_set_pool_name(context, output, u"output")).c_str());
+              koshr_tool::utf16_to_utf8(kostg_set_pool_name(context, parse, u"parse")).c_str(),
+              koshr_tool::utf16_to_utf8(kostg_set_pool_name(context, output, u"output")).c_str());
 
   std::printf("\nBlocks come in size classes; the usable size of each request:\n");
   for (uint64_t size : {5ull, 9ull, 100ull, 300ull, 5000ull, 100000ull})

@@ -1,6 +1,6 @@
 /*
  * main.cpp: the koshr command-line tool's entry point: --help, --version and
- * dispatch to the registered subcommands.
+ * dispatch to the registered subcommands, whose --help it answers.
  */
 #include <algorithm>
 #include <cstdio>
@@ -26,13 +26,13 @@ int fail(const std::string& what, const std::string& why) {
   return 1;
 }
 
-bool is_help(const char* arg) {
-  return std::strcmp(arg, "-h") == 0 || std::strcmp(arg, "--help") == 0;
-}
-
 }  // namespace koshr_tool
 
 namespace {
+
+bool is_help(const char* arg) {
+  return std::strcmp(arg, "-h") == 0 || std::strcmp(arg, "--help") == 0;
+}
 
 void print_usage(FILE* out) {
   auto list = koshr_tool::commands();
@@ -58,7 +58,7 @@ int main(int argc, char** argv) {
     print_usage(stderr);
     return 2;
   }
-  if (koshr_tool::is_help(argv[1])) {
+  if (is_help(argv[1])) {
     print_usage(stdout);
     return 0;
   }
@@ -67,7 +67,12 @@ int main(int argc, char** argv) {
     return 0;
   }
   for (const auto* command : koshr_tool::commands()) {
-    if (std::strcmp(command->name, argv[1]) == 0) return command->run(argc - 1, argv + 1);
+    if (std::strcmp(command->name, argv[1]) != 0) continue;
+    if (std::any_of(argv + 2, argv + argc, is_help)) {
+      std::fputs(command->usage, stdout);
+      return 0;
+    }
+    return command->run(argc - 1, argv + 1);
   }
   std::fprintf(stderr, "koshr: %s: unknown command (see 'koshr --help')\n", argv[1]);
   return 2;

@@ -4,6 +4,8 @@
  */
 #include "saveas_columns.h"
 
+#include "utf.h"
+
 #include <cerrno>
 #include <cstdlib>
 
@@ -150,34 +152,6 @@ uint8_t type_from_name(const std::string& name) {
   return 0;
 }
 
-std::u16string utf16_from_utf8(const std::string& text) {
-  std::u16string out;
-  out.reserve(text.size());
-  for (size_t i = 0; i < text.size();) {
-    auto c = static_cast<unsigned char>(text[i]);
-    uint32_t code = c;
-    size_t extra = c < 0x80 ? 0 : c < 0xE0 ? 1 : c < 0xF0 ? 2 : 3;
-    if (extra) code = c & (0x3F >> extra);
-    for (size_t k = 1; k <= extra && i + k < text.size(); ++k) code = code << 6 | (text[i + k] & 0x3F);
-    i += extra + 1;
-    if (code >= 0x10000) {
-      out += char16_t(0xD800 + ((code - 0x10000) >> 10));
-      out += char16_t(0xDC00 + ((code - 0x10000) & 0x3FF));
-    } else {
-      out += char16_t(code);
-    }
-  }
-  return out;
-}
-
-size_t utf16_length(const std::string& text) {
-  size_t units = 0;
-  for (unsigned char c : text) {
-    if ((c & 0xC0) != 0x80) units += c >= 0xF0 ? 2 : 1;
-  }
-  return units;
-}
-
 std::vector<ColumnSpec> infer_columns(const std::vector<std::string>& names,
                                       const std::vector<std::vector<std::string>>& rows) {
   std::vector<ColumnSpec> columns;
@@ -202,7 +176,7 @@ std::vector<ColumnSpec> infer_columns(const std::vector<std::string>& names,
         fixed = false;
       }
       numbers = numbers && read_double(field, number);
-      longest = std::max(longest, utf16_length(field));
+      longest = std::max(longest, utf8_to_utf16(field).size());
     }
     ColumnSpec column{names[c], KOSAVE_STRING, int32_t(longest)};
     if (filled == 0) {
@@ -268,7 +242,7 @@ bool convert_field(const ColumnSpec& column, const std::string& field, CellValue
   if (field.empty()) return true;
   out.missing = false;
   if (column.type >= KOSAVE_DATETIME && column.type <= KOSAVE_TIME) {
-    out.text = u"'" + utf16_from_utf8(field) + u"'";
+    out.text = u"'" + utf8_to_utf16(field) + u"'";
   }
   int scale = 0;
   switch (column.type) {
@@ -293,7 +267,7 @@ bool convert_field(const ColumnSpec& column, const std::string& field, CellValue
       why = "'" + field + "' is not an ISO 8601 time";
       return false;
     default:
-      out.text = utf16_from_utf8(field);
+      out.text = utf8_to_utf16(field);
       return true;
   }
 }

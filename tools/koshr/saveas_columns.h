@@ -51,9 +51,6 @@ bool parse_column_list(const std::string& text, std::vector<ColumnSpec>& out, st
 bool convert_field(const ColumnSpec& column, const std::string& field, CellValue& out,
                    std::string& why);
 
-std::u16string utf16_from_utf8(const std::string& text);
-size_t utf16_length(const std::string& text);
-
 }  // namespace koshr_tool
 
 #endif

@@ -1,29 +1,42 @@
 /*
- * utf.cpp: the tool's UTF-8 <-> UTF-16 conversions.
+ * utf.cpp: the tool's UTF-8 <-> UTF-16 conversions (see utf.h).
  */
 #include "utf.h"
 
 namespace koshr_tool {
+namespace {
 
-std::u16string utf8_to_utf16(const std::string& text) {
+// Decodes the sequence at `at` into *code; its length in bytes, or 0 when it
+// is malformed, overlong, a surrogate or beyond U+10FFFF.
+size_t decode_utf8(std::string_view text, size_t at, char32_t* code) {
+  auto c = static_cast<unsigned char>(text[at]);
+  size_t extra = c < 0x80 ? 0 : (c >> 5) == 6 ? 1 : (c >> 4) == 14 ? 2 : (c >> 3) == 30 ? 3 : 4;
+  if (extra == 4 || at + extra >= text.size() + (extra == 0)) return 0;
+  *code = extra == 0 ? c : extra == 1 ? (c & 0x1F) : extra == 2 ? (c & 0x0F) : (c & 0x07);
+  for (size_t k = 1; k <= extra; ++k) {
+    auto next = static_cast<unsigned char>(text[at + k]);
+    if ((next & 0xC0) != 0x80) return 0;
+    *code = (*code << 6) | (next & 0x3F);
+  }
+  static const char32_t kSmallest[] = {0, 0x80, 0x800, 0x10000};
+  if (*code < kSmallest[extra] || *code > 0x10FFFF || (*code >= 0xD800 && *code < 0xE000)) return 0;
+  return extra + 1;
+}
+
+}  // namespace
+
+std::u16string utf8_to_utf16(std::string_view text) {
   std::u16string out;
   out.reserve(text.size());
   for (size_t i = 0; i < text.size();) {
-    unsigned char c = static_cast<unsigned char>(text[i]);
-    int extra = c < 0x80 ? 0 : (c >> 5) == 6 ? 1 : (c >> 4) == 14 ? 2 : (c >> 3) == 30 ? 3 : -1;
-    char32_t code = extra == 0 ? c : extra == 1 ? (c & 0x1F) : extra == 2 ? (c & 0x0F) : (c & 0x07);
-    bool ok = extra >= 0 && i + size_t(extra) < text.size() + (extra == 0);
-    for (int k = 1; ok && k <= extra; ++k) {
-      unsigned char next = static_cast<unsigned char>(text[i + size_t(k)]);
-      ok = (next & 0xC0) == 0x80;
-      code = (code << 6) | (next & 0x3F);
-    }
-    if (!ok || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) {
+    char32_t code = 0;
+    size_t length = decode_utf8(text, i, &code);
+    if (length == 0) {
       out += char16_t(0xFFFD);
       ++i;
       continue;
     }
-    i += size_t(extra) + 1;
+    i += length;
     if (code >= 0x10000) {
       code -= 0x10000;
       out += char16_t(0xD800 + (code >> 10));
@@ -35,7 +48,15 @@ std::u16string utf8_to_utf16(const std::string& text) {
   return out;
 }
 
-std::string utf16_to_utf8(const std::u16string& text) {
+bool valid_utf8(std::string_view text) {
+  char32_t code = 0;
+  for (size_t i = 0, length = 0; i < text.size(); i += length) {
+    if ((length = decode_utf8(text, i, &code)) == 0) return false;
+  }
+  return true;
+}
+
+std::string utf16_to_utf8(std::u16string_view text) {
   std::string out;
   out.reserve(text.size());
   for (size_t i = 0; i < text.size(); ++i) {
@@ -62,6 +83,10 @@ std::string utf16_to_utf8(const std::u16string& text) {
     }
   }
   return out;
+}
+
+std::string utf16_to_utf8(const char16_t* text) {
+  return text ? utf16_to_utf8(std::u16string_view(text)) : std::string();
 }
 
 }  // namespace koshr_tool

@@ -1,16 +1,22 @@
 /*
- * utf.h: UTF-8 and UTF-16 for the tool's input and output (standard
- * encodings, surrogate pairs joined, malformed input as U+FFFD).
+ * utf.h: the tool's one conversion between command-line UTF-8 and the
+ * library's UTF-16 (standard encodings, surrogate pairs joined, malformed
+ * or overlong input and lone surrogates as U+FFFD), so any text round-trips.
  */
 #ifndef KOSHR_TOOL_UTF_H
 #define KOSHR_TOOL_UTF_H
 
 #include <string>
+#include <string_view>
 
 namespace koshr_tool {
 
-std::u16string utf8_to_utf16(const std::string& text);
-std::string utf16_to_utf8(const std::u16string& text);
+std::u16string utf8_to_utf16(std::string_view text);
+std::string utf16_to_utf8(std::u16string_view text);
+// A null text gives "".
+std::string utf16_to_utf8(const char16_t* text);
+// True when `text` is well-formed UTF-8.
+bool valid_utf8(std::string_view text);
 
 }  // namespace koshr_tool
 

@@ -1,10 +1,9 @@
 /*
- * cmd_dbi_text.h: command-line text to and from the library's UTF-16, for
- * the database-interface commands (dbparm, sql, driver), through the
- * library's own conversions.
+ * scratch_connection.h: a bare database connection context for the commands
+ * and demo stop that only parse and edit DBParm text (dbparm, sql).
  */
-#ifndef KOSHR_TOOL_CMD_DBI_TEXT_H
-#define KOSHR_TOOL_CMD_DBI_TEXT_H
+#ifndef KOSHR_TOOL_SCRATCH_CONNECTION_H
+#define KOSHR_TOOL_SCRATCH_CONNECTION_H
 
 #include <koshr/dbi.h>
 #include <koshr/storage.h>
@@ -14,20 +13,6 @@
 #include <string>
 
 namespace koshr_tool {
-
-inline std::u16string to_utf16(const char* text) {
-  std::u16string out(static_cast<size_t>(kostg_UTF8toUCS2(nullptr, text)), u'\0');
-  kostg_UTF8toUCS2(out.data(), text);
-  return out;
-}
-
-inline std::string to_utf8(const KOCHAR* text) {
-  if (text == nullptr) return {};
-  std::string out(static_cast<size_t>(kostg_UCS2toUTF8(nullptr, text, 0)) + 1, '\0');
-  kostg_UCS2toUTF8(out.data(), text, static_cast<int64_t>(out.size()));
-  out.pop_back();
-  return out;
-}
 
 // A bare connection context (no driver) on its own storage, for the
 // commands that only parse and edit DBParm text.

@@ -1,0 +1,84 @@
+/*
+ * tool_plumbing_test.cpp: what every koshr subcommand shares: the one
+ * UTF-8 <-> UTF-16 conversion (repair of malformed input, round trip of any
+ * text) and the splitting of a command line into options and positionals.
+ */
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "cli.h"
+#include "utf.h"
+
+namespace {
+
+TEST(ToolUtfTest, DecodesRepairsAndValidates) {
+  struct Case {
+    std::string utf8;
+    std::u16string utf16;
+    bool valid;
+  } cases[] = {
+      {"", u"", true},
+      {"plain", u"plain", true},
+      {"h\xC3\xA9", u"h\u00E9", true},
+      {"\xE2\x82\xAC", u"\u20AC", true},
+      {"\xF0\x9F\x98\x80", u"\U0001F600", true},
+      {"\xFF" "a", u"\uFFFD" "a", false},
+      {"\xC3", u"\uFFFD", false},                       // cut short
+      {"\xE2\x82" "x", u"\uFFFD\uFFFD" "x", false},      // cut short before a plain byte
+      {"\xC0\xAF", u"\uFFFD\uFFFD", false},             // overlong '/'
+      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", false},   // an encoded surrogate
+      {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD", false},  // beyond U+10FFFF
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.utf8);
+    EXPECT_EQ(koshr_tool::utf8_to_utf16(c.utf8), c.utf16);
+    EXPECT_EQ(koshr_tool::valid_utf8(c.utf8), c.valid);
+    if (c.valid) {
+      EXPECT_EQ(koshr_tool::utf16_to_utf8(c.utf16), c.utf8);
+    }
+  }
+}
+
+TEST(ToolUtfTest, EncodesLoneSurrogatesAsReplacementAndNullAsEmpty) {
+  EXPECT_EQ(koshr_tool::utf16_to_utf8(std::u16string(u"a") + char16_t(0xD800) + u"b"), "a\xEF\xBF\xBD" "b");
+  EXPECT_EQ(koshr_tool::utf16_to_utf8(std::u16string(1, char16_t(0xDC00))), "\xEF\xBF\xBD");
+  EXPECT_EQ(koshr_tool::utf16_to_utf8(static_cast<const char16_t*>(nullptr)), "");
+}
+
+TEST(ToolArgumentsTest, SplitsOptionsFromPositionals) {
+  struct Case {
+    std::vector<const char*> args;
+    bool strict;
+    bool ok;
+    std::vector<std::string> positional;
+    std::string value;
+    bool flag;
+    std::string why;
+  } cases[] = {
+      {{"cmd", "a", "--as", "x", "b"}, true, true, {"a", "b"}, "x", false, ""},
+      {{"cmd", "--flag", "-", "--as", "-y"}, true, true, {"-"}, "-y", true, ""},
+      {{"cmd", "a", "--as"}, true, false, {"a"}, "", false, "--as needs a value"},
+      {{"cmd", "-42", "--flag"}, true, false, {}, "", false, "unknown option -42"},
+      {{"cmd", "-42", "--flag"}, false, true, {"-42"}, "", true, ""},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.args.size());
+    std::string value, why;
+    bool flag = false;
+    std::vector<std::string> positional;
+    std::vector<char*> argv;
+    for (const char* arg : c.args) argv.push_back(const_cast<char*>(arg));
+    EXPECT_EQ(koshr_tool::parse_arguments(int(argv.size()), argv.data(),
+                                          {{"--as", &value, nullptr}, {"--flag", nullptr, &flag}},
+                                          c.strict, &positional, &why),
+              c.ok);
+    EXPECT_EQ(positional, c.positional);
+    EXPECT_EQ(value, c.value);
+    EXPECT_EQ(flag, c.flag);
+    EXPECT_EQ(why, c.why);
+  }
+}
+
+}  // namespace
