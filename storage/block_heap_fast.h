@@ -33,7 +33,7 @@ inline void heap_free_fast(void* block) {
       uint64_t id = header->pool_id;
       CacheSlot& slot = cache->slots[id % kCacheSlots];
       CachedClass& cached = slot.classes[size_class];
-      if (slot.id == id && cached.count < kClasses.keep[size_class]) {
+      if (slot.id == id && cached.room != 0) {
         cached_put(cached, block);
         return;
       }

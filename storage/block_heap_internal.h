@@ -56,7 +56,7 @@ struct KoHeapPool {
 extern uintptr_t g_page_mask;
 
 // Small class sizes: 8..256 by 8, then four steps per doubling to 8192; and
-// for each class the length of a thread's free list at which half goes back.
+// for each class the longest free list a thread keeps before it goes back.
 struct ClassTable {
   static constexpr uint32_t kKeepBytes = 32768;
 
@@ -103,7 +103,7 @@ struct CachedClass {
   void* tail = nullptr;  // the last block of `free`, when there is one
   char* bump = nullptr;  // uncarved bytes taken from the pool
   char* bump_end = nullptr;
-  uint32_t count = 0;    // blocks on the free list
+  uint32_t room = 0;     // blocks the free list may still take; 0: it goes back
   uint32_t size = 0;     // the class size, set when the slot is bound
 };
 
@@ -125,7 +125,7 @@ struct ThreadCache {
 inline void* cached_take(CachedClass& cached) {
   if (void* block = cached.free) {
     cached.free = *static_cast<void**>(block);
-    --cached.count;
+    ++cached.room;
     return block;
   }
   if (cached.bump_end - cached.bump < ptrdiff_t(cached.size)) return nullptr;
@@ -134,12 +134,12 @@ inline void* cached_take(CachedClass& cached) {
   return block;
 }
 
-// Puts a block on a thread's cached class.
+// Puts a block on a thread's cached class that has room for it.
 inline void cached_put(CachedClass& cached, void* block) {
   if (!cached.free) cached.tail = block;
   *static_cast<void**>(block) = cached.free;
   cached.free = block;
-  ++cached.count;
+  --cached.room;
 }
 
 // The calling thread's cache; null until its first allocation.

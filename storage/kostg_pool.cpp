@@ -49,6 +49,11 @@ constexpr KOCHAR kNamePrefix[] = u"@SP@";
 
 uint32_t generation_counter = 2;
 
+struct ContextRecords {
+  KostgContext context;
+  KostgSubpool head;
+};
+
 KostgContext* begin_context(uint16_t page_size, bool fast) {
   ko::install_out_of_memory_handler();
   ko::MemPool* pool = ko::MemPoolInit(ko::kMemContextPoolFlags);
@@ -59,14 +64,16 @@ KostgContext* begin_context(uint16_t page_size, bool fast) {
   ko::MemPoolSetThreshold(pool, 0);
   if (!fast) ko::MemPoolSetFast(pool, 0);
   auto* name = static_cast<KOCHAR*>(ko::MemAllocPtr(pool, kNameBytes, ko::kMemZeroFill));
-  auto* context =
-      static_cast<KostgContext*>(ko::MemAllocPtr(pool, sizeof(KostgContext), ko::kMemZeroFill));
-  auto* head =
-      static_cast<KostgSubpool*>(ko::MemAllocPtr(pool, sizeof(KostgSubpool), ko::kMemZeroFill));
-  if (!name || !context || !head) {
+  // The context and the ring head share one block: a fresh pool maps a page
+  // per size class it touches, and that is most of what creating a context costs.
+  auto* records = static_cast<ContextRecords*>(
+      ko::MemAllocPtr(pool, sizeof(ContextRecords), ko::kMemZeroFill));
+  if (!name || !records) {
     ko::MemPoolFree(pool);
     return nullptr;
   }
+  KostgContext* context = &records->context;
+  KostgSubpool* head = &records->head;
   ko::u16cpy(name, u"@SP@<default>");
   *head = KostgSubpool{head, head, pool, name};
   *context = KostgContext{pool, settled_page_size, ko::kMemSubpoolFlags, 0, head};
@@ -196,19 +203,41 @@ KOSHR_EXTERN_C KOSHR_API int kostg_set_poolpagesize(KostgContext* context, uint3
 
 // ---------------------------------------------------------------- blocks
 
+// The block calls test the system-heap switch with one plain load; until the
+// outside switch has been looked for (the first call in the process), or with
+// the mode on, they go the long way round. Keeping that out of line leaves the
+// pool paths with nothing to save across a call.
+namespace {
+
+[[gnu::noinline]] void* alloc_unchecked(KostgContext* context, uint64_t size, KostgSubpool* pool) {
+  if (ko::system_heap_mode()) return std::malloc(size);
+  return kostg_alc(context, size, pool);
+}
+
+[[gnu::noinline]] void free_unchecked(KostgContext* context, void* block) {
+  if (ko::system_heap_mode()) std::free(block);
+  else kostg_fee(context, block);
+}
+
+bool system_heap_settled_off() {
+  return ko::g_system_heap.load(std::memory_order_relaxed) == ko::SystemHeap::kOff;
+}
+
+}  // namespace
+
 KOSHR_EXTERN_C KOSHR_API void* kostg_alc(KostgContext* context, uint64_t size, KostgSubpool* pool) {
   if (size == 0) return nullptr;
-  if (ko::system_heap_mode()) return std::malloc(size);
+  if (!system_heap_settled_off()) return alloc_unchecked(context, size, pool);
   if (pool) return ko::MemAllocPtr(pool->pool, size, 0);
   if (!context) return nullptr;
   if (size < 9) return ko::MemAllocFS(context->default_pool);
   return ko::MemAllocPtr(context->default_pool, size, 0);
 }
 
-KOSHR_EXTERN_C KOSHR_API void kostg_fee(KostgContext*, void* block) {
+KOSHR_EXTERN_C KOSHR_API void kostg_fee(KostgContext* context, void* block) {
   if (!block) return;
-  if (ko::system_heap_mode()) std::free(block);
-  else ko::MemFreePtr(block);
+  if (!system_heap_settled_off()) return free_unchecked(context, block);
+  ko::MemFreePtr(block);
 }
 
 KOSHR_EXTERN_C KOSHR_API void* kostg_realc(KostgContext* context, void* block, uint64_t size,

@@ -56,9 +56,13 @@ void hand_back(KoHeapPool* pool, uint64_t id, unsigned size_class, const CachedC
     *static_cast<void**>(cached.tail) = state.free;
     state.free = cached.free;
   }
-  for (char* bump = cached.bump; bump + size <= cached.bump_end; bump += size) {
+  // Counted, not compared as pointers: with only a free list cached, the run
+  // is null and null plus an offset is undefined.
+  char* bump = cached.bump;
+  for (ptrdiff_t left = cached.bump_end - bump; left >= ptrdiff_t(size); left -= size) {
     *reinterpret_cast<void**>(bump) = state.free;
     state.free = bump;
+    bump += size;
   }
 }
 
@@ -111,7 +115,10 @@ CacheSlot& bind_slot(ThreadCache* cache, KoHeapPool* pool, uint64_t id) {
     flush_slot(slot);
     slot.pool = pool;
     slot.id = id;
-    for (unsigned c = 0; c < kSmallClassCount; ++c) slot.classes[c].size = kClasses.size[c];
+    for (unsigned c = 0; c < kSmallClassCount; ++c) {
+      slot.classes[c].size = kClasses.size[c];
+      slot.classes[c].room = kClasses.keep[c];
+    }
   }
   return slot;
 }
@@ -134,13 +141,14 @@ void* refill(KoHeapPool* pool, unsigned size_class, CachedClass& cached) {
     *static_cast<void**>(tail) = nullptr;
     cached.free = *static_cast<void**>(head);
     cached.tail = cached.free ? tail : nullptr;
-    cached.count = taken - 1;
+    cached.room = kClasses.keep[size_class] - (taken - 1);
     return head;
   }
   if (state.bump_end - state.bump < ptrdiff_t(size) && !add_page(pool, size_class)) return nullptr;
   char* block = state.bump;
-  char* end = block + uint64_t(batch) * size;
-  if (end > state.bump_end) end = state.bump_end;
+  uint64_t run = uint64_t(batch) * size;
+  uint64_t left = uint64_t(state.bump_end - block);
+  char* end = block + (run < left ? run : left);
   state.bump = end;
   cached.bump = block + size;
   cached.bump_end = end;
@@ -155,7 +163,7 @@ void trim(KoHeapPool* pool, uint64_t id, unsigned size_class, CachedClass& cache
   excess.tail = cached.tail;
   hand_back(pool, id, size_class, excess);
   cached.free = cached.tail = nullptr;
-  cached.count = 0;
+  cached.room = kClasses.keep[size_class];
 }
 
 }  // namespace
@@ -179,8 +187,8 @@ void thread_cache_free(KoHeapPool* pool, unsigned size_class, void* block) {
     return;
   }
   CachedClass& cached = slot->classes[size_class];
+  if (cached.room == 0) trim(pool, id, size_class, cached);
   cached_put(cached, block);
-  if (cached.count > kClasses.keep[size_class]) trim(pool, id, size_class, cached);
 }
 
 void thread_cache_forget(KoHeapPool* pool) {

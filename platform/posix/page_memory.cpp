@@ -1,7 +1,10 @@
 /*
  * page_memory.cpp (posix): aligned page mappings for the block heap, and the
- * C runtime's block size. mmap gives page alignment only, so a mapping is
- * made one alignment larger and the unaligned head and tail are returned.
+ * C runtime's block size. mmap gives page alignment only; but the kernel
+ * places a new mapping just below the last one, so after the first aligned
+ * page the next mapping of whole pages is usually aligned too and costs one call.
+ * Otherwise a mapping is made one alignment larger and the unaligned head and
+ * tail are returned.
  */
 #include <malloc.h>
 #include <sys/mman.h>
@@ -13,6 +16,12 @@
 namespace ko::os {
 
 void* pages_map(size_t size, size_t alignment) {
+  if (size % alignment == 0) {
+    void* exact = mmap(nullptr, size, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (exact == MAP_FAILED) return nullptr;
+    if ((reinterpret_cast<uintptr_t>(exact) & (alignment - 1)) == 0) return exact;
+    munmap(exact, size);
+  }
   size_t span = size + alignment;
   void* raw = mmap(nullptr, span, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
   if (raw == MAP_FAILED) return nullptr;

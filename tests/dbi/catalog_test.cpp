@@ -4,6 +4,8 @@
 #include "dbi/catalog_tables.h"
 #include "dbi_test_support.h"
 
+#include <tuple>
+
 namespace {
 
 using dbi_test::Driver;
@@ -58,13 +60,11 @@ TEST_F(CatalogTest, FormatAndValidationTablesAreUniqueByName) {
   EXPECT_EQ(driver.operations(), (std::vector<int32_t>{DBI_OP_FORMAT_TABLE, DBI_OP_VALIDATION_TABLE}));
   auto* format = static_cast<DbiFormatRecord*>(shhash_search(context->format_table, u"money"));
   ASSERT_NE(format, nullptr);
-  EXPECT_EQ(narrow(format->format), "#,##0");
-  EXPECT_EQ(format->type, static_cast<int16_t>(70000));
-  EXPECT_EQ(format->counter, 70000);
+  EXPECT_EQ(std::tuple(narrow(format->format), format->type, format->counter),
+            std::tuple("#,##0", static_cast<int16_t>(70000), 70000));
   auto* rule = static_cast<DbiValidationRecord*>(shhash_search(context->validation_table, u"positive"));
   ASSERT_NE(rule, nullptr);
-  EXPECT_EQ(rule->type, 3);
-  EXPECT_EQ(narrow(rule->message), "must be positive");
+  EXPECT_EQ(std::tuple(rule->type, narrow(rule->message)), std::tuple(3, "must be positive"));
   DBI_FreeValidHash(context, &context->format_table);
   EXPECT_EQ(context->format_table, nullptr);
   driver.reset();
@@ -76,9 +76,8 @@ TEST_F(CatalogTest, CatalogAccessOffAsksNothing) {
   context->return_code = 5;
   context->result = 5;
   DBI_EditStyleHash(context);
-  EXPECT_EQ(context->edit_style_table, nullptr);
-  EXPECT_EQ(context->return_code, 0);
-  EXPECT_EQ(context->result, 0);
+  EXPECT_EQ(std::tuple(context->edit_style_table, context->return_code, context->result),
+            std::tuple(nullptr, 0, 0));
   EXPECT_TRUE(Driver(context->module).calls().empty());
 }
 
@@ -114,35 +113,25 @@ TEST_F(CatalogTest, EditStylesBuildTheirDescriptions) {
 
   const DbiEditStyle* yesno = style(context, u"yesno");
   ASSERT_NE(yesno, nullptr);
-  EXPECT_EQ(yesno->type, 86);
-  EXPECT_EQ(yesno->setting, 12);
-  EXPECT_EQ(yesno->flags, 0x10);
-  EXPECT_EQ(narrow(yesno->code_table), "Yes\tY/No\tN/");
-
-  EXPECT_EQ(style(context, u"lonely"), nullptr);
+  EXPECT_EQ(std::tuple(yesno->type, yesno->setting, yesno->flags, narrow(yesno->code_table)),
+            std::tuple(86, int16_t{12}, 0x10, "Yes\tY/No\tN/"));
   const DbiEditStyle* radio = style(context, u"radio");
   ASSERT_NE(radio, nullptr);
-  EXPECT_EQ(radio->setting, 3);
-  EXPECT_EQ(radio->option, u'L');
-  EXPECT_EQ(radio->code_table, nullptr);
-
-  const DbiEditStyle* paths = style(context, u"paths");
-  ASSERT_NE(paths, nullptr);
-  EXPECT_EQ(narrow(paths->code_table), "a//b\t\t");
-
+  EXPECT_EQ(std::tuple(radio->setting, radio->option, radio->code_table),
+            std::tuple(int16_t{3}, u'L', nullptr));
   const DbiEditStyle* check = style(context, u"check");
   ASSERT_NE(check, nullptr);
-  EXPECT_EQ(narrow(check->text), "Agree");
-  EXPECT_EQ(narrow(check->extra), "L");
-  EXPECT_EQ(narrow(check->code_table), "Y\tN/");
-
+  EXPECT_EQ(std::tuple(narrow(check->text), narrow(check->extra), narrow(check->code_table)),
+            std::tuple("Agree", "L", "Y\tN/"));
+  for (const char16_t* name : {u"paths", u"mask", u"field", u"formatted"})
+    ASSERT_NE(style(context, name), nullptr) << narrow(name);
+  EXPECT_EQ(narrow(style(context, u"paths")->code_table), "a//b\t\t");
   EXPECT_EQ(narrow(style(context, u"mask")->text), "###-####");
-  EXPECT_EQ(style(context, u"list"), nullptr);
-  EXPECT_EQ(style(context, u"field")->setting, 40);
-  EXPECT_EQ(narrow(style(context, u"field")->extra), "[general]");
+  EXPECT_EQ(std::tuple(style(context, u"field")->setting, narrow(style(context, u"field")->extra)),
+            std::tuple(int16_t{40}, "[general]"));
   EXPECT_EQ(style(context, u"formatted")->option, u'R');
-  EXPECT_EQ(style(context, u"odd"), nullptr);
-  EXPECT_EQ(style(context, u"unknown"), nullptr);
+  for (const char16_t* name : {u"lonely", u"list", u"odd", u"unknown"})
+    EXPECT_EQ(style(context, name), nullptr) << narrow(name);
   EXPECT_EQ(narrow(style(context, u"a-style-name-longer-than-thirty-one")->name),
             "a-style-name-longer-than-thirty");
   driver.reset();
@@ -156,10 +145,10 @@ TEST_F(CatalogTest, EditUpdateCallsTheDriverAndRereadsTheStyles) {
   DBI_EditUpdate(context, &record, 2);
   const auto calls = driver.calls();
   ASSERT_EQ(calls.size(), 3u);
-  EXPECT_EQ(calls[1].operation, DBI_OP_EDIT_UPDATE);
-  EXPECT_EQ(calls[1].sub_operation, 2);
-  EXPECT_EQ(calls[1].edit_record, &record);
-  EXPECT_EQ(calls[2].operation, DBI_OP_EDIT_STYLE_TABLE);
+  EXPECT_EQ(
+      std::tuple(calls[1].operation, calls[1].sub_operation, calls[1].edit_record,
+                 calls[2].operation),
+      std::tuple(DBI_OP_EDIT_UPDATE, 2, static_cast<void*>(&record), DBI_OP_EDIT_STYLE_TABLE));
 }
 
 class AttributeReaderTest : public dbi_test::StorageTest {};
@@ -174,11 +163,9 @@ TEST_F(AttributeReaderTest, TableAttributesReadFontGroupsByName) {
       text(u"kot_cmnt", u"orders"), text(u"unknown", u"x"),
   };
   ko::dbi::read_table_attributes(context, &table, row, sizeof row / sizeof row[0]);
-  EXPECT_EQ(table.data.height, -12);
-  EXPECT_EQ(table.data.italic, 1);
-  EXPECT_EQ(table.data.underline, 0);
-  EXPECT_EQ(table.heading.weight, 700);
-  EXPECT_EQ(table.label.height, 0);
+  EXPECT_EQ(std::tuple(table.data.height, table.data.italic, table.data.underline,
+                       table.heading.weight, table.label.height),
+            std::tuple(-12, 1, 0, 700, 0));
   EXPECT_EQ(narrow(table.label.face), "A face name that is longer than");
   EXPECT_EQ(narrow(table.comment), "orders");
 }
@@ -192,11 +179,9 @@ TEST_F(AttributeReaderTest, ColumnRowsApplyOnlyAfterTheirName) {
                                    text(u"koc_hdr", u""), text(u"koc_init", u"x"),
                                    text(u"koc_bmap", u"Y"), number(u"koc_wdth", 80)};
   ko::dbi::read_column_attributes(context, columns, 2, first, 6);
-  EXPECT_EQ(columns[1].label, nullptr);
-  EXPECT_EQ(columns[1].heading, nullptr);
-  EXPECT_EQ(narrow(columns[1].initial), "x");
-  EXPECT_EQ(columns[1].bitmap, 1);
-  EXPECT_EQ(columns[1].width, 80);
+  EXPECT_EQ(std::tuple(columns[1].label, columns[1].heading, narrow(columns[1].initial),
+                       columns[1].bitmap, columns[1].width),
+            std::tuple(nullptr, nullptr, "x", 1, 80));
   const DbiCatalogValue last[] = {text(u"koc_labl", u"Ident"), text(u"koc_cnam", u"id")};
   ko::dbi::read_column_attributes(context, columns, 2, last, 2);
   EXPECT_EQ(columns[0].label, nullptr);

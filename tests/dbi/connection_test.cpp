@@ -1,6 +1,7 @@
 // Driver naming and loading, opening a connection, and the operations the
 // front end forwards to the driver, all through the test drivers.
 #include <cstdlib>
+#include <tuple>
 
 #include "dbi_test_support.h"
 
@@ -51,23 +52,20 @@ TEST_F(ConnectionTest, LogInLoadsTheDriverAndCallsIt) {
   DbiContext* context = log_in(u"commitondisconnect='no',UseContextObject='yes'");
   ASSERT_EQ(context->return_code, 0) << narrow(context->message);
   ASSERT_NE(context->module, nullptr);
-  EXPECT_EQ(narrow(context->dbms), "TST");
-  EXPECT_EQ(context->commit_on_disconnect, 0);
-  EXPECT_EQ(context->use_context_object, 1);
+  EXPECT_EQ(
+      std::tuple(narrow(context->dbms), context->commit_on_disconnect, context->use_context_object),
+      std::tuple("TST", 0, 1));
   const auto calls = Driver(context->module).calls();
   ASSERT_EQ(calls.size(), 1u);
-  EXPECT_EQ(calls[0].operation, DBI_OP_LOGIN);
-  EXPECT_EQ(narrow(calls[0].text), "user|server|secret");
+  EXPECT_EQ(std::tuple(calls[0].operation, narrow(calls[0].text)),
+            std::tuple(DBI_OP_LOGIN, "user|server|secret"));
   EXPECT_NE(context->sql_cache, nullptr);
 }
 
-TEST_F(ConnectionTest, SwitchDefaultsDependOnWhetherParametersAreGiven) {
-  EXPECT_EQ(log_in(nullptr)->commit_on_disconnect, 0);
+TEST_F(ConnectionTest, SwitchDefaultsAndTheThreadSafeFlag) {
+  EXPECT_EQ(log_in(nullptr)->commit_on_disconnect, 0) << "without parameters";
   EXPECT_EQ(log_in(u"Other=1")->commit_on_disconnect, 1);
   EXPECT_EQ(log_in(u"Other=1")->use_context_object, 0);
-}
-
-TEST_F(ConnectionTest, ThreadSafeKeywordSetsTheProcessFlag) {
   log_in(u"ThreadSafe='no'");
   log_in(u"ThreadSafe=1");
   int32_t flag = 0;
@@ -79,9 +77,8 @@ TEST_F(ConnectionTest, MissingDriversGiveTheWrongVendorMessage) {
   for (const char16_t* dbms : {u"XYZ missing", u"NOE no entry", u"SQL family"}) {
     DbiContext* context = log_in(nullptr, dbms);
     ASSERT_NE(context, nullptr);
-    EXPECT_EQ(context->return_code, DBI_RC_ERROR);
-    EXPECT_EQ(context->sql_code, -1);
-    EXPECT_EQ(context->driver, nullptr);
+    EXPECT_EQ(std::tuple(context->return_code, context->sql_code, context->driver),
+              std::tuple(DBI_RC_ERROR, -1, nullptr));
     EXPECT_NE(narrow(context->message).find(narrow(dbms)), std::string::npos) << narrow(context->message);
   }
 }
@@ -108,11 +105,8 @@ TEST_F(ConnectionTest, InProcessNamesLoadNothingAndUseTheRuntimeDriver) {
   ko::dbi::set_runtime_services(&runtime);
   DbiContext* context = log_in(nullptr, u"ADO.Net");
   ko::dbi::set_runtime_services(nullptr);
-  EXPECT_EQ(context->module, nullptr);
-  EXPECT_EQ(context->return_code, 0);
-  EXPECT_EQ(calls, 1);
-  DbiContext* unserved = log_in(nullptr, u"ADO.NET");
-  EXPECT_EQ(unserved->return_code, DBI_RC_ERROR);
+  EXPECT_EQ(std::tuple(context->module, context->return_code, calls), std::tuple(nullptr, 0, 1));
+  EXPECT_EQ(log_in(nullptr, u"ADO.NET")->return_code, DBI_RC_ERROR) << "the name is case-sensitive";
 }
 
 TEST_F(ConnectionTest, ConnectStoresTheStringsAndSizesTheCache) {
@@ -127,12 +121,10 @@ TEST_F(ConnectionTest, ConnectStoresTheStringsAndSizesTheCache) {
 }
 
 TEST_F(ConnectionTest, FailedLogInMakesNoCache) {
-  DbiContext* context = nullptr;
-  DbiContext* probe = log_in();
-  Driver driver(probe->module);
+  Driver driver(log_in()->module);
   driver.reset();
   driver.answer(DBI_OP_LOGIN, 100, -5);
-  context = log_in(u"SQLCache=3");
+  DbiContext* context = log_in(u"SQLCache=3");
   EXPECT_EQ(context->return_code, 100);
   EXPECT_EQ(context->sql_cache, nullptr);
   driver.reset();
@@ -144,10 +136,9 @@ TEST_F(ConnectionTest, NewDBParmHandsTheParsedListToTheDriver) {
   DBI_NewDBParm(context, u"   ");
   const auto calls = Driver(context->module).calls();
   ASSERT_EQ(calls.size(), 1u);
-  EXPECT_EQ(calls[0].operation, DBI_OP_NEW_PARAMETERS);
-  EXPECT_EQ(narrow(calls[0].text), "SQLCache=(null)#4;Name=x#0;Last=(null)#0;");
-  EXPECT_EQ(context->sql_cache->capacity, 4u);
-  EXPECT_EQ(context->parms, nullptr);
+  EXPECT_EQ(std::tuple(calls[0].operation, narrow(calls[0].text)),
+            std::tuple(DBI_OP_NEW_PARAMETERS, "SQLCache=(null)#4;Name=x#0;Last=(null)#0;"));
+  EXPECT_EQ(std::tuple(context->sql_cache->capacity, context->parms), std::tuple(4u, nullptr));
 }
 
 TEST_F(ConnectionTest, DBHandleReturnsTheDriversAnswer) {
@@ -167,9 +158,8 @@ TEST_F(ConnectionTest, DisconnectClosesCachedStatementsFirst) {
   DBI_Disconnect(context);
   EXPECT_EQ(Driver(context->module).operations(),
             (std::vector<int32_t>{DBI_OP_CLOSE_STATEMENT, DBI_OP_DISCONNECT}));
-  EXPECT_EQ(context->sql_cache, nullptr);
-  EXPECT_EQ(context->scan_text, nullptr);
-  EXPECT_EQ(context->keyword_position, 0u);
+  EXPECT_EQ(std::tuple(context->sql_cache, context->scan_text, context->keyword_position),
+            std::tuple(nullptr, nullptr, 0u));
 }
 
 TEST_F(ConnectionTest, TransactionServerProbeDecidesTheLogIn) {
@@ -202,14 +192,12 @@ TEST_F(ConnectionTest, TransactionServerProbeDecidesTheLogIn) {
     ko::dbi::set_runtime_services(&runtime);
     DbiContext* context = log_in(c.parameters);
     ko::dbi::set_runtime_services(nullptr);
-    EXPECT_EQ(context->return_code, c.return_code);
-    EXPECT_EQ(context->context_object_transaction, c.context_transaction);
-    EXPECT_EQ(ServerRuntime::disabled, c.disabled);
-    EXPECT_EQ(ServerRuntime::enabled, c.enabled);
+    EXPECT_EQ(std::tuple(context->return_code, context->context_object_transaction,
+                         ServerRuntime::disabled, ServerRuntime::enabled),
+              std::tuple(c.return_code, c.context_transaction, c.disabled, c.enabled));
     const auto operations = driver.operations();
-    ASSERT_FALSE(operations.empty());
+    ASSERT_EQ(operations.size(), c.return_code == 0 ? 2u : 1u);
     EXPECT_EQ(operations.front(), DBI_OP_TXN_SERVER_PROBE);
-    EXPECT_EQ(operations.size(), c.return_code == 0 ? 2u : 1u);
   }
   driver.reset();
 }
@@ -263,43 +251,31 @@ namespace {
 
 TEST(NullArguments, EveryEntryPointReturnsZeroWithoutTouchingMemory) {
   DbiContext* context = reinterpret_cast<DbiContext*>(&context);
-  EXPECT_EQ(DBI_LogIn(nullptr, u"TST", nullptr, nullptr, nullptr, nullptr, 0, &context), 0);
-  EXPECT_EQ(context, nullptr);
-  EXPECT_EQ(DBI_LibraryName(nullptr, nullptr, nullptr, u"ODBC", nullptr), 0);
-  EXPECT_EQ(DBI_FreeDBInterface(nullptr, DBI_LOAD_OWN_FOLDER), 0);
-  EXPECT_EQ(DBI_Connect(nullptr, u"a", u"b", u"c", u"d"), 0);
-  EXPECT_EQ(DBI_Disconnect(nullptr), 0);
-  EXPECT_EQ(DBI_NewDBParm(nullptr, u"A=1"), 0);
   void* handle = &handle;
-  EXPECT_EQ(DBI_DBHandle(nullptr, &handle), 0);
-  EXPECT_EQ(handle, nullptr);
-  EXPECT_EQ(DBI_ParseParms(nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_GetParm(nullptr, nullptr, nullptr, nullptr), 0);
-  shlistx* list = nullptr;
-  EXPECT_EQ(DBI_FreeParmList(nullptr, &list), 0);
-  EXPECT_EQ(DBI_FreeParmList(nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_DoCompare(nullptr, u"x"), 0);
-  EXPECT_EQ(DBI_DoCompareFirst(nullptr, u"x"), 0);
-  EXPECT_EQ(DBI_ParseKeyWords(nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_ParseBasicSelect(nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_Parse(nullptr, u"select 1"), 0);
   SqlCache* cache = reinterpret_cast<SqlCache*>(&cache);
-  EXPECT_EQ(DBI_SQLCacheBegin(nullptr, 5, &cache), 0);
-  EXPECT_EQ(cache, nullptr);
-  EXPECT_EQ(DBI_SQLCacheFlushEntries(nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_SQLCacheRegisterSQLStatement(nullptr, u"x", nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_SQLCacheRegisterDescribe(nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_SQLCacheRequestDescribe(nullptr, nullptr), nullptr);
-  EXPECT_EQ(DBI_SQLCacheMakeSQLStatementAvailable(nullptr, nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_SQLCacheDiscardEntry(nullptr, nullptr, 1), 0);
-  EXPECT_EQ(DBI_SQLCacheSetSelectCacheSize(nullptr), 0);
+  shlistx* list = nullptr;
+  EXPECT_EQ(DBI_LogIn(nullptr, u"TST", nullptr, nullptr, nullptr, nullptr, 0, &context) |
+                DBI_LibraryName(nullptr, nullptr, nullptr, u"ODBC", nullptr) |
+                DBI_FreeDBInterface(nullptr, DBI_LOAD_OWN_FOLDER) |
+                DBI_Connect(nullptr, u"a", u"b", u"c", u"d") | DBI_Disconnect(nullptr) |
+                DBI_NewDBParm(nullptr, u"A=1") | DBI_DBHandle(nullptr, &handle) |
+                DBI_ParseParms(nullptr, nullptr) | DBI_GetParm(nullptr, nullptr, nullptr, nullptr) |
+                DBI_FreeParmList(nullptr, &list) | DBI_FreeParmList(nullptr, nullptr) |
+                DBI_DoCompare(nullptr, u"x") | DBI_DoCompareFirst(nullptr, u"x") |
+                DBI_ParseKeyWords(nullptr, nullptr, nullptr) |
+                DBI_ParseBasicSelect(nullptr, nullptr, nullptr) | DBI_Parse(nullptr, u"select 1") |
+                DBI_SQLCacheBegin(nullptr, 5, &cache) | DBI_SQLCacheFlushEntries(nullptr, nullptr) |
+                DBI_SQLCacheRegisterSQLStatement(nullptr, u"x", nullptr, nullptr) |
+                DBI_SQLCacheRegisterDescribe(nullptr, nullptr, nullptr) |
+                DBI_SQLCacheMakeSQLStatementAvailable(nullptr, nullptr, nullptr) |
+                DBI_SQLCacheDiscardEntry(nullptr, nullptr, 1) |
+                DBI_SQLCacheSetSelectCacheSize(nullptr) | DBI_FormatHash(nullptr) |
+                DBI_ValidHash(nullptr) | DBI_EditStyleHash(nullptr) |
+                DBI_FreeValidHash(nullptr, nullptr) | DBI_EditStyleInfo(nullptr, nullptr, u"x") |
+                DBI_EditUpdate(nullptr, nullptr, 1),
+            0);
+  EXPECT_TRUE(!context && !handle && !cache && !DBI_SQLCacheRequestDescribe(nullptr, nullptr));
   EXPECT_EQ(dbi_test::narrow(DBI_SQLCacheStatistics(nullptr, 1)), "");
-  EXPECT_EQ(DBI_FormatHash(nullptr), 0);
-  EXPECT_EQ(DBI_ValidHash(nullptr), 0);
-  EXPECT_EQ(DBI_EditStyleHash(nullptr), 0);
-  EXPECT_EQ(DBI_FreeValidHash(nullptr, nullptr), 0);
-  EXPECT_EQ(DBI_EditStyleInfo(nullptr, nullptr, u"x"), 0);
-  EXPECT_EQ(DBI_EditUpdate(nullptr, nullptr, 1), 0);
 }
 
 }  // namespace

@@ -3,6 +3,8 @@
 // descriptions and statistics.
 #include <koshr/lists.h>
 
+#include <tuple>
+
 #include "dbi_test_support.h"
 
 namespace {
@@ -43,13 +45,10 @@ TEST_F(StatementCacheTest, KeysAreExactTextAfterLeadingBlanks) {
   EXPECT_EQ(found, nullptr);
   DBI_SQLCacheRequestSqlStatement(context, cache, u" \t\r\nSELECT 1", &found);
   ASSERT_NE(found, nullptr);
-  EXPECT_EQ(narrow(found->text), "SELECT 1");
-  EXPECT_EQ(found->uses, 1u);
+  EXPECT_EQ(std::tuple(narrow(found->text), found->uses), std::tuple("SELECT 1", 1u));
   SqlCacheEntry* second = nullptr;
   DBI_SQLCacheRequestSqlStatement(context, cache, u"SELECT 1", &second);
-  EXPECT_EQ(second, nullptr);
-  EXPECT_EQ(cache->hits, 1u);
-  EXPECT_EQ(cache->misses, 2u);
+  EXPECT_EQ(std::tuple(second, cache->hits, cache->misses), std::tuple(nullptr, 1u, 2u));
   EXPECT_EQ(narrow(DBI_SQLCacheStatistics(context, 1)), "1 Cache Hits,2 Cache Misses,0 entries in Cache");
   EXPECT_EQ(context->cache_statistics, DBI_SQLCacheStatistics(context, 0));
 }
@@ -86,8 +85,8 @@ TEST_F(StatementCacheTest, ClosingAStatementKeepsTheResultWord) {
   EXPECT_EQ(context->result, 1234);
   const auto calls = Driver(context->module).calls();
   ASSERT_EQ(calls.size(), 1u);
-  EXPECT_EQ(calls[0].sub_operation, 0);
-  EXPECT_EQ(calls[0].statement, reinterpret_cast<void*>(1));
+  EXPECT_EQ(std::tuple(calls[0].sub_operation, calls[0].statement),
+            std::tuple(0, reinterpret_cast<void*>(1)));
   EXPECT_EQ(shlist_get_count(context->sql_cache->entries), 0u);
 }
 
@@ -100,12 +99,11 @@ TEST_F(StatementCacheTest, NullEntryIsReportedAsAnAssertionWithoutChangingTheCon
   DBI_SQLCacheMakeSQLStatementAvailable(context, nullptr, context->sql_cache);
   const auto calls = Driver(context->module).calls();
   ASSERT_EQ(calls.size(), 1u);
-  EXPECT_EQ(calls[0].operation, DBI_OP_ASSERTION);
-  EXPECT_EQ(narrow(calls[0].text), "kodbi6: assertion failed! pEntry && pList");
-  EXPECT_EQ(context->operation, 55);
-  EXPECT_EQ(context->return_code, 3);
-  EXPECT_EQ(context->result, 77);
-  EXPECT_EQ(context->sql_code, -9);
+  EXPECT_EQ(std::tuple(calls[0].operation, narrow(calls[0].text)),
+            std::tuple(DBI_OP_ASSERTION, "kodbi6: assertion failed! pEntry && pList"));
+  EXPECT_EQ(
+      std::tuple(context->operation, context->return_code, context->result, context->sql_code),
+      std::tuple(55, 3, 77, -9));
   EXPECT_EQ(shlist_get_count(context->sql_cache->entries), 0u);
 }
 
@@ -113,8 +111,7 @@ TEST_F(StatementCacheTest, DiscardClosesAndFreesOnlyWhenAsked) {
   DbiContext* context = connected();
   SqlCacheEntry* kept = entry(context, u"a", 5);
   DBI_SQLCacheDiscardEntry(context, kept, int64_t{1} << 32);
-  EXPECT_EQ(kept->text, nullptr);
-  EXPECT_EQ(kept->statement, nullptr);
+  EXPECT_EQ(std::tuple(kept->text, kept->statement), std::tuple(nullptr, nullptr));
   DBI_SQLCacheDiscardEntry(context, entry(context, u"b", 6), 1);
   EXPECT_EQ(closed(context), (std::vector<intptr_t>{5, 6}));
 }
@@ -138,14 +135,12 @@ TEST_F(StatementCacheTest, DescriptionsRoundTripTheKeptAttributes) {
   shlistx* expanded = DBI_SQLCacheRequestDescribe(context, made);
   ASSERT_EQ(shlist_get_count(expanded), 2u);
   auto* first = static_cast<DbiColumnDescriptor*>(shlist_get_first(expanded));
-  EXPECT_EQ(narrow(first->name), "a");
-  EXPECT_EQ(narrow(first->type_name), "text");
-  EXPECT_EQ(first->sql_type, 1);
-  EXPECT_EQ(first->key_column, 12);
-  EXPECT_EQ(first->bind_type, 0);
+  EXPECT_EQ(std::tuple(narrow(first->name), narrow(first->type_name), first->sql_type,
+                       first->key_column, first->bind_type),
+            std::tuple("a", "text", 1, 12, 0))
+      << "the bind type is not kept";
   auto* second = static_cast<DbiColumnDescriptor*>(shlist_get_next(expanded));
-  EXPECT_EQ(second->name, nullptr);
-  EXPECT_EQ(second->key_column, 7);
+  EXPECT_EQ(std::tuple(second->name, second->key_column), std::tuple(nullptr, 7));
   shlist_delete(list);
 }
 

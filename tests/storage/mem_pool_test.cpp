@@ -16,16 +16,18 @@ TEST(MemPool, RecordDefaults) {
     ASSERT_NE(pool, nullptr);
     EXPECT_EQ(pool->self, pool);
     EXPECT_EQ(KoHeap_poolUserData(pool->heap_pool), pool);
-    EXPECT_EQ(pool->zero, 0u);
+    EXPECT_EQ(pool->zero | pool->fast | pool->spare[0] | pool->spare[1], 0u);
     EXPECT_EQ(pool->fixed_block_size, 8);
-    EXPECT_EQ(pool->fast, 0);
     EXPECT_EQ(pool->page_size, 8192u);
     EXPECT_EQ(pool->threshold, 0x40000u);
     EXPECT_EQ(pool->marker, -2);
     EXPECT_EQ(pool->flags, flags);
-    EXPECT_EQ(pool->spare[0] | pool->spare[1], 0u);
     EXPECT_EQ(MemPoolFree(pool), 1);
   }
+  MemPool* process = process_default_pool();
+  ASSERT_NE(process, nullptr);
+  EXPECT_EQ(process, process_default_pool());
+  EXPECT_EQ(process->flags | process->fast, 0u);
 }
 
 TEST(MemPool, SettersReturnThePreviousValue) {
@@ -41,15 +43,10 @@ TEST(MemPool, SettersReturnThePreviousValue) {
 }
 
 TEST(MemPool, NullRecordsAndBlocks) {
-  EXPECT_EQ(MemPoolFree(nullptr), 0);
-  EXPECT_EQ(MemAllocPtr(nullptr, 8, 0), nullptr);
-  EXPECT_EQ(MemAllocFS(nullptr), nullptr);
-  EXPECT_EQ(MemFreePtr(nullptr), 0);
-  EXPECT_EQ(MemReAllocPtr(nullptr, 8, 0), nullptr);
-  EXPECT_EQ(MemPoolSetPageSize(nullptr, 1), 0u);
-  EXPECT_EQ(MemPoolSetThreshold(nullptr, 1), 0u);
-  EXPECT_EQ(MemPoolSetFast(nullptr, 1), 0);
-  EXPECT_EQ(MemPoolSetFixedBlockSize(nullptr, 1), 0);
+  EXPECT_TRUE(!MemPoolFree(nullptr) && !MemAllocPtr(nullptr, 8, 0) && !MemAllocFS(nullptr) &&
+              !MemFreePtr(nullptr) && !MemReAllocPtr(nullptr, 8, 0) && !MemPoolSetPageSize(nullptr, 1) &&
+              !MemPoolSetThreshold(nullptr, 1) && !MemPoolSetFast(nullptr, 1) &&
+              !MemPoolSetFixedBlockSize(nullptr, 1));
 }
 
 TEST(MemPool, ZeroFilledAllocation) {
@@ -104,14 +101,6 @@ TEST(MemPool, ReallocationFlags) {
     MemFreePtr(result);
   }
   MemPoolFree(pool);
-}
-
-TEST(MemPool, ProcessDefaultPool) {
-  MemPool* pool = process_default_pool();
-  ASSERT_NE(pool, nullptr);
-  EXPECT_EQ(pool, process_default_pool());
-  EXPECT_EQ(pool->flags, 0u);
-  EXPECT_EQ(pool->fast, 0);
 }
 
 }  // namespace

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 
 #include "storage/block_heap.h"
 #include "storage/out_of_memory.h"
@@ -104,10 +105,9 @@ TEST_F(HeapFailure, RetryAsksAgainAndSucceeds) {
   cap_mapping();
   void* block = kostg_alc(context, kUncachedSize, pool);
   EXPECT_NE(block, nullptr);
-  EXPECT_EQ(g_prompt.calls, 1);
-  EXPECT_EQ(g_prompt.text, u"Out of Memory");
-  EXPECT_EQ(g_prompt.caption, u"");  // no caption
-  EXPECT_EQ(g_prompt.style, 0x5u | 0x10u | 0x2000u);
+  // Retry/Cancel, stop icon, task-modal; no caption.
+  EXPECT_EQ(std::tuple(g_prompt.calls, g_prompt.text, g_prompt.caption, g_prompt.style),
+            std::tuple(1, u"Out of Memory", u"", 0x5u | 0x10u | 0x2000u));
   kostg_fee(context, block);
 }
 

@@ -40,24 +40,16 @@ TEST_F(StringPools, DuplicatesCopyWithTerminator) {
   EXPECT_EQ(kostg_strdup(context_, nullptr, pool_), nullptr);
 }
 
-TEST_F(StringPools, DuplicatesOutsideAnyPool) {
+TEST_F(StringPools, DuplicatesOutsideAnyPoolAndAnsi) {
   KOCHAR* copy = kostg_strdup_malloc(u"outside");
   ASSERT_NE(copy, nullptr);
   EXPECT_EQ(std::u16string(copy), u"outside");
   EXPECT_GE(ko::KoHeap_blockSize(copy), sizeof(u"outside"));
   ko::KoHeap_free(copy);
-  EXPECT_EQ(kostg_strdup_malloc(nullptr), nullptr);
-}
-
-TEST_F(StringPools, AnsiDuplicatesOfAscii) {
-  char* ansi = kostg_strtoansidup(context_, u"plain text", pool_);
-  ASSERT_NE(ansi, nullptr);
-  EXPECT_STREQ(ansi, "plain text");
-  KOCHAR* text = kostg_ansitostrdup(context_, "back again", nullptr);
-  ASSERT_NE(text, nullptr);
-  EXPECT_EQ(std::u16string(text), u"back again");
-  EXPECT_EQ(kostg_strtoansidup(context_, nullptr, pool_), nullptr);
-  EXPECT_EQ(kostg_ansitostrdup(context_, nullptr, pool_), nullptr);
+  EXPECT_STREQ(kostg_strtoansidup(context_, u"plain text", pool_), "plain text");
+  EXPECT_EQ(std::u16string(kostg_ansitostrdup(context_, "back again", nullptr)), u"back again");
+  EXPECT_TRUE(!kostg_strdup_malloc(nullptr) && !kostg_strtoansidup(context_, nullptr, pool_) &&
+              !kostg_ansitostrdup(context_, nullptr, pool_));
 }
 
 // Both growth rules, step by step: (capacity, length) before, what is appended,
@@ -88,8 +80,7 @@ TEST_F(StringPools, TextGrowthRule) {
       buffer[length] = 0;
     }
     KOCHAR* at = kostg_unicodestr_build(context_, pool_, &buffer, &capacity, &length, step.addition.c_str());
-    EXPECT_EQ(capacity, step.capacity_after);
-    EXPECT_EQ(length, step.length_after);
+    EXPECT_EQ(std::pair(capacity, length), std::pair(step.capacity_after, step.length_after));
     ASSERT_NE(buffer, nullptr);
     EXPECT_EQ(at, buffer + step.length_before);
     EXPECT_EQ(std::u16string(buffer), std::u16string(step.length_before, u'.') + step.addition);
@@ -114,6 +105,10 @@ TEST_F(StringPools, BuildingAppendsInOrder) {
     ASSERT_LT(length, capacity);
   }
   EXPECT_EQ(std::u16string(buffer), expected);
+  KOCHAR* const kept_buffer = buffer;
+  const uint32_t kept_capacity = capacity;
+  EXPECT_EQ(kostg_unicodestr_build(context_, pool_, &buffer, &capacity, &length, nullptr), nullptr);
+  EXPECT_TRUE(buffer == kept_buffer && capacity == kept_capacity && length == expected.size()) << "null adds nothing";
 }
 
 TEST_F(StringPools, CharGrowthRule) {
@@ -124,19 +119,9 @@ TEST_F(StringPools, CharGrowthRule) {
     uint32_t capacity = c.capacity, length = c.length;
     KOCHAR* buffer = capacity ? static_cast<KOCHAR*>(kostg_alc(context_, capacity * 2 + 2, pool_)) : nullptr;
     kostg_str_build_char(context_, pool_, &buffer, &capacity, &length, u'q');
-    EXPECT_EQ(capacity, c.capacity_after);
-    EXPECT_EQ(length, c.length + 1);
-    EXPECT_EQ(buffer[c.length], u'q');
-    EXPECT_EQ(buffer[c.length + 1], 0);
+    EXPECT_EQ(std::pair(capacity, length), std::pair(c.capacity_after, c.length + 1));
+    EXPECT_EQ(std::u16string(buffer + c.length, 2), std::u16string(u"q\0", 2));
   }
-}
-
-TEST_F(StringPools, NullAdditionChangesNothing) {
-  KOCHAR* buffer = nullptr;
-  uint32_t capacity = 0, length = 0;
-  EXPECT_EQ(kostg_unicodestr_build(context_, pool_, &buffer, &capacity, &length, nullptr), nullptr);
-  EXPECT_EQ(buffer, nullptr);
-  EXPECT_EQ(capacity, 0u);
 }
 
 }  // namespace

@@ -28,40 +28,27 @@ const CountedCase kCounted[] = {
     {"head\0"s, u"head\0"s},
 };
 
-TEST(StringCounted, AnsiToStringKeepsZeros) {
+TEST(StringCounted, ConversionsKeepZeros) {
   for (const auto& c : kCounted) {
     SCOPED_TRACE(testing::PrintToString(c.ansi));
     EXPECT_EQ(kostg_ansitostr_with_zero(nullptr, c.ansi.data(), int64_t(c.ansi.size())), int64_t(c.text.size()));
-    std::vector<KOCHAR> out(c.text.size() + 1, u'#');
-    ASSERT_EQ(kostg_ansitostr_with_zero(out.data(), c.ansi.data(), int64_t(c.ansi.size())), int64_t(c.text.size()));
-    EXPECT_EQ(std::u16string(out.data(), c.text.size()), c.text);
-    EXPECT_EQ(out[c.text.size()], u'#') << "nothing is written past the units produced";
-  }
-}
-
-TEST(StringCounted, StringToAnsiKeepsZeros) {
-  for (const auto& c : kCounted) {
-    SCOPED_TRACE(testing::PrintToString(c.ansi));
     EXPECT_EQ(kostg_strtoansi_with_zero(nullptr, c.text.data(), int64_t(c.text.size())), int64_t(c.ansi.size()));
-    std::vector<char> out(c.ansi.size() + 1, '#');
-    ASSERT_EQ(kostg_strtoansi_with_zero(out.data(), c.text.data(), int64_t(c.text.size())), int64_t(c.ansi.size()));
-    EXPECT_EQ(std::string(out.data(), c.ansi.size()), c.ansi);
-    EXPECT_EQ(out[c.ansi.size()], '#');
+    std::vector<KOCHAR> text(c.text.size() + 1, u'#');
+    std::vector<char> ansi(c.ansi.size() + 1, '#');
+    ASSERT_EQ(kostg_ansitostr_with_zero(text.data(), c.ansi.data(), int64_t(c.ansi.size())), int64_t(c.text.size()));
+    ASSERT_EQ(kostg_strtoansi_with_zero(ansi.data(), c.text.data(), int64_t(c.text.size())), int64_t(c.ansi.size()));
+    EXPECT_EQ(std::u16string(text.data(), c.text.size() + 1), c.text + u"#") << "nothing past the units produced";
+    EXPECT_EQ(std::string(ansi.data(), c.ansi.size() + 1), c.ansi + "#");
   }
 }
 
-TEST(StringCounted, CountBoundsTheInput) {
+TEST(StringCounted, CountBoundsTheInputAndNullIsRefused) {
   KOCHAR out[8] = {};
+  char bytes[8] = {};
   EXPECT_EQ(kostg_ansitostr_with_zero(out, "abcdef", 3), 3);
   EXPECT_EQ(std::u16string(out, 3), u"abc");
-  char bytes[8] = {};
   EXPECT_EQ(kostg_strtoansi_with_zero(bytes, u"abcdef", 2), 2);
   EXPECT_EQ(std::string(bytes, 2), "ab");
-}
-
-TEST(StringCounted, NullAndEmpty) {
-  KOCHAR out[2];
-  char bytes[2];
   EXPECT_EQ(kostg_ansitostr_with_zero(out, nullptr, 5), -1);
   EXPECT_EQ(kostg_strtoansi_with_zero(bytes, nullptr, 5), -1);
   EXPECT_EQ(kostg_ansitostr_with_zero(out, "abc", 0), 0);
@@ -113,19 +100,13 @@ TEST(StringCounted, UnconvertibleTextFails) {
 }
 
 TEST(StringCounted, AutomationStrings) {
-  const struct { KOCHAR* (*make)(const KOCHAR*); } makers[] = {{kostg_unicodetobstr}, {kostg_strtobstr}};
-  for (const auto& m : makers) {
-    KOCHAR* text = m.make(u"auto\u263A");
+  for (auto [text, expected] : {std::pair{kostg_unicodetobstr(u"auto\u263A"), u"auto\u263A"},
+                                {kostg_strtobstr(u"auto\u263A"), u"auto\u263A"}, {kostg_ansitobstr("ansi"), u"ansi"}}) {
     ASSERT_NE(text, nullptr);
-    EXPECT_EQ(std::u16string(text), u"auto\u263A");
-    EXPECT_EQ(ko::os::sys_string_len(text), 5u);
+    EXPECT_EQ(std::u16string(text), expected);
+    EXPECT_EQ(ko::os::sys_string_len(text), std::u16string(expected).size());
     ko::os::sys_free_string(text);
   }
-  KOCHAR* text = kostg_ansitobstr("from ansi");
-  ASSERT_NE(text, nullptr);
-  EXPECT_EQ(std::u16string(text), u"from ansi");
-  EXPECT_EQ(ko::os::sys_string_byte_len(text), 18u);
-  ko::os::sys_free_string(text);
   EXPECT_EQ(kostg_ansitobstr(nullptr), nullptr);
 }
 

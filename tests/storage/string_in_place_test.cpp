@@ -75,16 +75,12 @@ TEST(StringInPlace, CapitalisesWords) {
 }
 
 TEST(StringInPlace, SingleCharacters) {
-  EXPECT_EQ(kostg_ansitoupper(u'a'), u'A');
-  EXPECT_EQ(kostg_ansitoupper(u'\u00E9'), u'\u00C9');
-  EXPECT_EQ(kostg_ansitolower(u'\u0416'), u'\u0436');
-  EXPECT_EQ(kostg_ansitolower(u'1'), u'1');
-  EXPECT_EQ(kostg_lchrcmp(u'a', u'a'), 0);
-  EXPECT_LT(kostg_lchrcmp(u'a', u'b'), 0);
-  EXPECT_GT(kostg_lchrcmp(u'b', u'a'), 0);
-  EXPECT_NE(kostg_lchrcmp(u'a', u'A'), 0);
-  EXPECT_EQ(kostg_lchrcmpi(u'a', u'A'), 0);
-  EXPECT_LT(kostg_lchrcmpi(u'a', u'B'), 0);
+  EXPECT_EQ(std::u16string({kostg_ansitoupper(u'a'), kostg_ansitoupper(u'\u00E9'),
+                            kostg_ansitolower(u'\u0416'), kostg_ansitolower(u'1')}),
+            u"A\u00C9\u04361");
+  EXPECT_EQ(kostg_lchrcmp(u'a', u'a') | kostg_lchrcmpi(u'a', u'A'), 0);
+  EXPECT_TRUE(kostg_lchrcmp(u'a', u'b') < 0 && kostg_lchrcmp(u'b', u'a') > 0 &&
+              kostg_lchrcmp(u'a', u'A') != 0 && kostg_lchrcmpi(u'a', u'B') < 0);
 }
 
 }  // namespace
