@@ -1,6 +1,7 @@
 /*
  * csv_reader.cpp (fuzz): the CSV reader of `koshr saveas` and the column
- * inference behind it, on arbitrary bytes. The reader's source is compiled
+ * inference behind it, and the tool's UTF-8 conversion, on arbitrary bytes:
+ * repaired text is always valid and valid text survives the round trip. The reader's source is compiled
  * in here because the tool is not one of the library's folders.
  */
 #include <cstddef>
@@ -14,6 +15,9 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view text(reinterpret_cast<const char*>(data), size);
+  std::string repaired = koshr_tool::utf16_to_utf8(koshr_tool::utf8_to_utf16(text));
+  if (!koshr_tool::valid_utf8(repaired)) __builtin_trap();
+  if (koshr_tool::valid_utf8(text) && repaired != text) __builtin_trap();
   koshr_tool::CsvReader reader(text);
   std::vector<std::string> names, record;
   if (!reader.next(names)) return 0;

@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <string>
@@ -122,6 +123,22 @@ TEST(BlockHeap, ReleasedPagesAreReused) {
   for (int i = 0; i < 5000; ++i) KoHeap_allocFromPool(second, 200, &kTestSite);
   EXPECT_EQ(KoHeap_mappedBytes(), mapped);
   KoHeap_freePool(second);
+}
+
+TEST(BlockHeap, BlocksFreedPastTheThreadBoundAreReused) {
+  // Freed in one thread, 20,000 8-byte blocks pass the thread's list bound
+  // several times; each time the list goes back to the pool, and allocating
+  // them again takes no new page.
+  KoHeapPool* pool = KoHeap_allocPool(nullptr);
+  std::vector<void*> blocks(20000);
+  for (void*& block : blocks) block = KoHeap_allocFromPool(pool, 8, &kTestSite);
+  int64_t held = KoHeap_poolSize(pool);
+  for (void* block : blocks) KoHeap_free(block);
+  for (void*& block : blocks) block = KoHeap_allocFromPool(pool, 8, &kTestSite);
+  EXPECT_EQ(KoHeap_poolSize(pool), held);
+  std::sort(blocks.begin(), blocks.end());
+  EXPECT_EQ(std::unique(blocks.begin(), blocks.end()), blocks.end());
+  KoHeap_freePool(pool);
 }
 
 void set_env(const char* name, const char* value) {

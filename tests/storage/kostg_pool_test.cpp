@@ -211,6 +211,21 @@ TEST_F(KostgPool, Statistics) {
   EXPECT_EQ(kostg_stat(context, nullptr), 0);
 }
 
+TEST(KostgContextCost, AFurtherContextHoldsTwoPages) {
+  // The name buffer and the one block of context and ring head: two classes,
+  // so two pages and no more.
+  ko::KoHeapPool* probe = ko::KoHeap_allocPool(nullptr);
+  ko::KoHeap_allocFromPool(probe, 8, nullptr);
+  int64_t page = ko::KoHeap_poolSize(probe);
+  ko::KoHeap_freePool(probe);
+  KostgContext* first = kostg_begin(0);
+  KostgContext* second = kostg_begin(0);
+  uint64_t counters[6];
+  EXPECT_EQ(kostg_stat(second, counters), 2 * page);
+  EXPECT_EQ(kostg_end(second), 1);
+  EXPECT_EQ(kostg_end(first), 1);
+}
+
 TEST(KostgDebug, CompatibilityCallsDoNothing) {
   EXPECT_EQ(kostg_write_debug(), 1);
   kostg_dumpLeaks();
