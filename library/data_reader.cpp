@@ -13,7 +13,6 @@ namespace ko {
 namespace {
 
 constexpr uint32_t kMaxRunBlocks = 2048;  // 1 MB: one read covers most entries whole
-constexpr uint32_t kReadsBeforeMapping = 64;
 
 }  // namespace
 
@@ -27,19 +26,6 @@ bool DataReader::attach(const PoolRef& pool, os::FileHandle file, uint32_t base)
   return run_ != nullptr;
 }
 
-void DataReader::detach() {
-  os::file_unmap(view_, view_size_);
-  view_ = nullptr;
-  view_size_ = 0;
-}
-
-void DataReader::map_file() {
-  may_map_ = false;  // one attempt
-  if (file_size_ <= 0) return;
-  view_ = static_cast<const uint8_t*>(os::file_map_read(file_, uint64_t(file_size_)));
-  if (view_) view_size_ = uint64_t(file_size_);
-}
-
 void DataReader::begin(uint32_t first_block, uint32_t length) {
   run_blocks_ = 0;  // the file may have changed since the last stream
   current_ = 0;
@@ -50,13 +36,8 @@ void DataReader::begin(uint32_t first_block, uint32_t length) {
 
 const uint8_t* DataReader::block_at(uint32_t offset, uint32_t blocks_wanted) {
   if (offset < base_ || (offset - base_) % 512 || int64_t(offset) + 512 > file_size_) return nullptr;
-  if (offset + uint64_t(512) <= view_size_) return view_ + offset;
   if (run_blocks_ && offset >= run_first_ && (offset - run_first_) / 512 < run_blocks_) {
     return run_ + (offset - run_first_);
-  }
-  if (may_map_ && ++run_reads_ == kReadsBeforeMapping) {
-    map_file();
-    if (offset + uint64_t(512) <= view_size_) return view_ + offset;
   }
   if (blocks_wanted > kMaxRunBlocks) blocks_wanted = kMaxRunBlocks;
   if (blocks_wanted > run_capacity_) {

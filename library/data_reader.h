@@ -8,11 +8,9 @@
  * 502, a next link inside the file on a block boundary. The record's length
  * bounds the walk, so a looping chain ends too.
  *
- * A read-only handle that keeps reading maps its file (where the platform
- * can) once it has made kReadsBeforeMapping run reads, and from then on uses
- * blocks where they lie in the mapping, without a call or a copy. Opening a
- * library to read an entry or two stays with plain reads, which cost less
- * than setting up and tearing down a mapping.
+ * Reads are plain positional reads, never a mapping of the file: another
+ * handle (or process) may cut the file back at any time, and a reader must
+ * then get an error code, not lose its process to a fault.
  */
 #ifndef KOSHR_LIBRARY_DATA_READER_H
 #define KOSHR_LIBRARY_DATA_READER_H
@@ -28,10 +26,6 @@ class DataReader {
  public:
   bool attach(const PoolRef& pool, os::FileHandle file, uint32_t base);
   void set_file_size(int64_t size) { file_size_ = size; }
-  // For handles whose file stays as long as it is while they are open.
-  void allow_mapping() { may_map_ = true; }
-  // Gives the mapping back (the handle is closing).
-  void detach();
   void begin(uint32_t first_block, uint32_t length);
   // Copies up to `count` bytes; the count copied (short at the end) or -3.
   int32_t read(void* out, uint32_t count);
@@ -44,16 +38,11 @@ class DataReader {
 
  private:
   const uint8_t* block_at(uint32_t offset, uint32_t blocks_wanted);
-  void map_file();
 
   PoolRef pool_;
   os::FileHandle file_ = os::kInvalidFile;
   uint32_t base_ = 0;
   int64_t file_size_ = 0;
-  bool may_map_ = false;
-  uint32_t run_reads_ = 0;
-  const uint8_t* view_ = nullptr;  // the mapped file, view_size_ bytes from offset 0
-  uint64_t view_size_ = 0;
   uint8_t* run_ = nullptr;
   uint32_t run_capacity_ = 0;  // blocks
   uint32_t run_first_ = 0;     // offset of run_[0]

@@ -29,7 +29,6 @@ size_t resolve_path(const KOCHAR* path, KOCHAR* out, size_t capacity) {
 }
 
 void destroy(LmiLibrary* lib) {
-  lib->reader.detach();
   if (lib->file != os::kInvalidFile) os::file_close(lib->file);
   PoolRef pool = lib->pool;
   lib->~LmiLibrary();
@@ -101,7 +100,6 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
     destroy(lib);
     return nullptr;
   }
-  if (mode == LMI_MODE_READ) lib->reader.allow_mapping();
   lib->nodes.set_file_size(file_size);
   lib->reader.set_file_size(file_size);
   return lib;

@@ -48,14 +48,6 @@ int64_t file_write(FileHandle file, const void* data, size_t size);
 int64_t file_seek(FileHandle file, int64_t offset, int whence);  // whence: 0 set, 1 current, 2 end
 int64_t file_size(FileHandle file);
 bool file_truncate(FileHandle file, uint64_t size);
-// Maps the first `size` bytes of a file read-only (a later change to the file
-// shows through it); null when that is not offered, and callers then read
-// with file_read_at. Windows offers none: a mapped file could no longer be
-// cut back (file_truncate) by anyone. Touching a mapped byte that a truncation
-// removed meanwhile stops the process, so only readers of files that are not
-// cut back while open use it.
-const void* file_map_read(FileHandle file, uint64_t size);
-void file_unmap(const void* view, uint64_t size);
 bool file_flush(FileHandle file);
 bool file_delete(const KOCHAR* path);
 bool file_rename(const KOCHAR* from, const KOCHAR* to);  // replaces an existing target

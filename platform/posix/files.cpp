@@ -3,7 +3,6 @@
  * the write-fault gate first.
  */
 #include <fcntl.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -143,16 +142,6 @@ int64_t file_seek(FileHandle file, int64_t offset, int whence) {
     return -1;
   }
   return position;
-}
-
-const void* file_map_read(FileHandle file, uint64_t size) {
-  if (!valid(file) || size == 0 || size > SIZE_MAX) return nullptr;
-  void* view = ::mmap(nullptr, size_t(size), PROT_READ, MAP_SHARED, descriptor(file), 0);
-  return view == MAP_FAILED ? nullptr : view;
-}
-
-void file_unmap(const void* view, uint64_t size) {
-  if (view) ::munmap(const_cast<void*>(view), size_t(size));
 }
 
 int64_t file_size(FileHandle file) {

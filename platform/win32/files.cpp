@@ -131,9 +131,7 @@ int64_t file_seek(FileHandle file, int64_t offset, int whence) {
 
 // No mapping here: a file with a mapped view cannot be cut back, and library
 // writers cut files back (out-of-space retries, executable trailers).
-const void* file_map_read(FileHandle, uint64_t) { return nullptr; }
 
-void file_unmap(const void*, uint64_t) {}
 
 int64_t file_size(FileHandle file) {
   if (!valid(file)) return -1;
