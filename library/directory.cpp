@@ -168,11 +168,14 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
 }
 
 int32_t find_entry(LmiLibrary* lib, const KOCHAR* name, EntryRef* entry) {
+  const size_t units = u16len(name) + 1;
+  if (lib->names.find(name, units, lib->nodes.changes(), entry)) return 0;
   SearchResult r;
   int32_t rc = directory_search(lib, name, &r);
   if (rc) return rc;
   if (r.landing != Landing::kFound) return -12;
   *entry = {r.node, r.record};
+  lib->names.remember(name, units, lib->nodes.changes(), *entry);
   return 0;
 }
 

@@ -44,7 +44,8 @@ struct SearchResult {
 
 // 0, or -3 when a node on the way is unreadable or malformed.
 int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* result);
-// The record of a name: 0, -12 when absent, or -3.
+// The record of a name: 0, -12 when absent, or -3. Names found before over
+// an unchanged tree are answered from the handle's index (name_index.h).
 int32_t find_entry(LmiLibrary* lib, const KOCHAR* name, EntryRef* entry);
 // Adds a record with no data after a search for the name (`searched`, just
 // made) found it absent; the new record's node and offset come back in

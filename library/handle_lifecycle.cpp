@@ -92,6 +92,7 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
   }
   lib->bitmap.attach(pool, lib->file, lib->base, lib->header + kFirstBitmapOffset);
   lib->nodes.attach(pool, lib->file, lib->base, lib->geometry, lib->header + kRootOffset);
+  lib->names.attach(pool);
   // A read-only handle never writes: it gets no write buffer.
   bool ready = lib->nodes.root() && lib->reader.attach(pool, lib->file, lib->base) &&
                (mode == LMI_MODE_READ ||

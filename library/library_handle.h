@@ -20,6 +20,7 @@
 #include "library/data_reader.h"
 #include "library/data_writer.h"
 #include "library/header.h"
+#include "library/name_index.h"
 #include "library/node_cache.h"
 #include "library/pool_ref.h"
 
@@ -63,6 +64,7 @@ struct LmiLibrary {
   ko::NodeGeometry geometry{};
   ko::BitmapChain bitmap;
   ko::NodeCache nodes;
+  ko::NameIndex names;  // where searches by name ended
   ko::DataWriter writer;
   ko::DataReader reader;
   ko::ReleaseList releases;

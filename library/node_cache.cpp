@@ -97,6 +97,7 @@ CachedNode* NodeCache::create(uint32_t offset, uint32_t parent) {
 }
 
 void NodeCache::touch(CachedNode* node, bool append_only) {
+  ++changes_;
   if (!node->dirty_seq) {
     ++dirty_;
     node->dirty_seq = next_seq_++;
@@ -110,6 +111,7 @@ void NodeCache::forget(CachedNode* node) {
   uint32_t i = hash_offset(node->offset) & mask;
   while (table_[i] != node) i = (i + 1) & mask;
   if (node->dirty_seq) --dirty_;
+  ++changes_;
   table_[i] = nullptr;
   --count_;
   // Backward-shift the probe cluster so later lookups still find their nodes.

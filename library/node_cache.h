@@ -61,6 +61,9 @@ class NodeCache {
   int32_t write_dirty();
   uint32_t dirty_count() const { return dirty_; }
   void set_file_size(int64_t size) { file_size_ = size; }
+  // Counts every change to a cached node (touch) and every node forgotten;
+  // answers remembered from the nodes (name_index.h) hold while it stands.
+  uint64_t changes() const { return changes_; }
 
  private:
   CachedNode* insert(uint32_t offset, uint8_t* bytes);
@@ -78,6 +81,7 @@ class NodeCache {
   uint32_t count_ = 0;
   uint32_t dirty_ = 0;
   uint64_t next_seq_ = 1;
+  uint64_t changes_ = 1;
 };
 
 }  // namespace ko
