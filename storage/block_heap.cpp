@@ -73,7 +73,9 @@ void init_heap() {
   g_heap.limit_bytes.store(g_heap.settings.limit_bytes, std::memory_order_relaxed);
   g_heap.handler.store(&report_to_debug_output, std::memory_order_relaxed);
   g_page_mask = ~uintptr_t(g_heap.settings.page_size - 1);
-  g_process_pool.id.store(g_heap.next_pool_id.fetch_add(1), std::memory_order_relaxed);
+  uint64_t id = g_heap.next_pool_id.fetch_add(1);
+  g_process_pool.cache_offset = cache_offset_of(id, 0);
+  g_process_pool.id.store(id, std::memory_order_relaxed);
 }
 
 void ensure_heap() { std::call_once(g_init_once, init_heap); }
@@ -201,7 +203,8 @@ void* alloc_large(KoHeapPool* pool, uint64_t size) {
   run->magic = kPageMagic;
   run->size_class = kLargeClass;
   run->pool = pool;
-  run->pool_id = pool->id.load(std::memory_order_relaxed);
+  run->pool_id = kNoCachedPool;
+  run->cache_offset = cache_offset_of(0, 0);
   run->run_bytes = bytes;
   run->block_size = bytes - kPageHeaderBytes;
   {
@@ -242,7 +245,7 @@ void* alloc_any(KoHeapPool* pool, uint64_t size, const KoHeapSite* site) {
 
 }  // namespace
 
-uintptr_t g_page_mask = ~uintptr_t(0);
+KO_HIDDEN_DATA uintptr_t g_page_mask = ~uintptr_t(0);
 
 bool heap_thread_cache_enabled() { return g_heap.settings.thread_cache; }
 
@@ -257,6 +260,7 @@ bool add_page(KoHeapPool* pool, unsigned size_class) {
   page->size_class = size_class;
   page->pool = pool;
   page->pool_id = pool->id.load(std::memory_order_relaxed);
+  page->cache_offset = cache_offset_of(page->pool_id, size_class);
   page->prev = nullptr;
   page->run_bytes = page_size;
   page->block_size = size;
@@ -317,8 +321,9 @@ KoHeapPool* KoHeap_allocPool(void* user_data) {
     pool = new (memory) KoHeapPool;
   }
   pool->user_data = user_data;
-  pool->id.store(g_heap.next_pool_id.fetch_add(1, std::memory_order_relaxed),
-                 std::memory_order_release);
+  uint64_t id = g_heap.next_pool_id.fetch_add(1, std::memory_order_relaxed);
+  pool->cache_offset = cache_offset_of(id, 0);
+  pool->id.store(id, std::memory_order_release);
   return pool;
 }
 
@@ -327,7 +332,7 @@ void KoHeap_freePool(KoHeapPool* pool) {
   thread_cache_forget(pool);
   // Once the id is gone no thread cache hands blocks back to this pool; taking
   // each class lock once waits out a hand-back already under way.
-  pool->id.store(0, std::memory_order_release);
+  pool->id.store(kNoCachedPool, std::memory_order_release);
   PageHeader* chain = pool->runs;
   for (ClassState& state : pool->classes) {
     state.lock.lock();

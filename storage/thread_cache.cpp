@@ -1,12 +1,12 @@
 /*
  * thread_cache.cpp: the per-thread block caches.
  *
- * Each thread keeps, for up to four pools at once (chosen by pool id), a free
- * list and a short run of uncarved bytes per size class. Allocating and
- * freeing through a cached pool takes no lock at all; the class lock is taken
- * once per batch, to refill a cache from the pool's shared lists or to hand
- * back a free list grown past its bound (in one splice: the cache knows the
- * list's tail). So two threads working in one pool
+ * Each thread keeps, for up to four pools at once (chosen by pool id), a
+ * stack of freed blocks and a short run of uncarved bytes per size class.
+ * Allocating and freeing through a cached pool takes no lock at all; the
+ * class lock is taken once per batch, to refill a stack from the pool's
+ * shared lists or to hand back the older half of a full one. So two threads
+ * working in one pool
  * meet at a class lock only once every few dozen blocks, and a thread that
  * the scheduler suspends while holding one (the weakness of a bare spin lock)
  * stalls the others only if their own caches run dry in that very moment.
@@ -20,15 +20,20 @@
  */
 #include "storage/thread_cache.h"
 
+#include <cstring>
+
 #include "storage/alloc_sites.h"
 #include "storage/block_heap_internal.h"
 
 namespace ko {
 
+ThreadCache g_absent_cache;
+
 #if defined(__ELF__)
-__thread ThreadCache* t_thread_cache __attribute__((tls_model("initial-exec"))) = nullptr;
+__thread ThreadCache* t_thread_cache __attribute__((tls_model("initial-exec"), visibility("hidden"))) =
+    &g_absent_cache;
 #else
-__thread ThreadCache* t_thread_cache = nullptr;
+__thread ThreadCache* t_thread_cache = &g_absent_cache;
 #endif
 
 namespace {
@@ -39,38 +44,50 @@ constexpr uint32_t kRefillMaxBlocks = 2048;
 enum class CacheState : uint8_t { kNone, kCreating, kLive, kGone };
 thread_local CacheState t_state = CacheState::kNone;
 
-uint32_t refill_blocks(uint32_t size) {
+constexpr uint32_t refill_blocks(uint32_t size) {
   uint32_t blocks = kRefillBytes / size;
   return blocks < 4 ? 4 : blocks > kRefillMaxBlocks ? kRefillMaxBlocks : blocks;
 }
 
-// Hands a chain of blocks (head to tail) and a bump run back to the pool's
-// shared class, unless the pool is gone: a released pool's blocks are never
-// touched.
-void hand_back(KoHeapPool* pool, uint64_t id, unsigned size_class, const CachedClass& cached) {
+// A refill lands on an empty stack, which must take the whole batch.
+constexpr bool batches_fit_stacks() {
+  for (unsigned c = 0; c < kSmallClassCount; ++c)
+    if (refill_blocks(kClasses.size[c]) > kClasses.keep[c]) return false;
+  return true;
+}
+static_assert(batches_fit_stacks(), "a refill batch fits an empty stack");
+
+// Hands blocks and a bump run back to the pool's shared class, unless the
+// pool is gone: a released pool's blocks are never touched, which is why the
+// blocks are linked only under the lock, after the id is checked.
+void hand_back(KoHeapPool* pool, uint64_t id, unsigned size_class, void* const* blocks,
+               size_t count, char* bump, char* bump_end) {
   ClassState& state = pool->classes[size_class];
   uint32_t size = small_class_size(size_class);
   SpinGuard guard(state.lock);
   if (pool->id.load(std::memory_order_acquire) != id) return;
-  if (cached.free) {
-    *static_cast<void**>(cached.tail) = state.free;
-    state.free = cached.free;
+  void* chain = state.free;
+  for (size_t i = 0; i < count; ++i) {
+    *static_cast<void**>(blocks[i]) = chain;
+    chain = blocks[i];
   }
-  // Counted, not compared as pointers: with only a free list cached, the run
-  // is null and null plus an offset is undefined.
-  char* bump = cached.bump;
-  for (ptrdiff_t left = cached.bump_end - bump; left >= ptrdiff_t(size); left -= size) {
-    *reinterpret_cast<void**>(bump) = state.free;
-    state.free = bump;
+  // Counted, not compared as pointers: with no run cached, bump is null and
+  // null plus an offset is undefined.
+  for (ptrdiff_t left = bump_end - bump; left >= ptrdiff_t(size); left -= size) {
+    *reinterpret_cast<void**>(bump) = chain;
+    chain = bump;
     bump += size;
   }
+  state.free = chain;
 }
 
 void flush_slot(CacheSlot& slot) {
   if (slot.id != 0) {
     for (unsigned c = 0; c < kSmallClassCount; ++c) {
       CachedClass& cached = slot.classes[c];
-      if (cached.free || cached.bump != cached.bump_end) hand_back(slot.pool, slot.id, c, cached);
+      size_t count = size_t(cached.top - cached.base);
+      if (count || cached.bump != cached.bump_end)
+        hand_back(slot.pool, slot.id, c, cached.base, count, cached.bump, cached.bump_end);
       cached = CachedClass{};
     }
   }
@@ -80,9 +97,9 @@ void flush_slot(CacheSlot& slot) {
 
 void release_cache() {
   ThreadCache* cache = t_thread_cache;
-  t_thread_cache = nullptr;
+  t_thread_cache = &g_absent_cache;
   t_state = CacheState::kGone;
-  if (!cache) return;
+  if (cache == &g_absent_cache) return;
   for (CacheSlot& slot : cache->slots) flush_slot(slot);
   KoHeap_free(cache);
 }
@@ -103,6 +120,7 @@ ThreadCache* create_cache() {
     t_state = CacheState::kNone;
     return nullptr;
   }
+  // Default-initialised: the slots get their initialisers, the stacks stay untouched.
   t_thread_cache = new (memory) ThreadCache;
   t_state = CacheState::kLive;
   t_owner.armed = true;
@@ -110,39 +128,40 @@ ThreadCache* create_cache() {
 }
 
 CacheSlot& bind_slot(ThreadCache* cache, KoHeapPool* pool, uint64_t id) {
-  CacheSlot& slot = cache->slots[id % kCacheSlots];
+  unsigned index = unsigned(id % kCacheSlots);
+  CacheSlot& slot = cache->slots[index];
   if (slot.id != id) {
     flush_slot(slot);
     slot.pool = pool;
     slot.id = id;
     for (unsigned c = 0; c < kSmallClassCount; ++c) {
-      slot.classes[c].size = kClasses.size[c];
-      slot.classes[c].room = kClasses.keep[c];
+      CachedClass& cached = slot.classes[c];
+      cached.pool_id = id;
+      cached.size = kClasses.size[c];
+      cached.base = cached.top = &cache->stacks[index][kClasses.stack_start[c]];
+      cached.limit = cached.base + kClasses.keep[c];
     }
   }
   return slot;
 }
 
-// Takes a batch from the pool's shared class: freed blocks first, else a run
-// of the newest page's unused bytes. Returns one block; null when memory ran out.
+// Takes a batch from the pool's shared class into an empty cached class:
+// freed blocks first, else a run of the newest page's unused bytes. Returns
+// one block; null when memory ran out.
 void* refill(KoHeapPool* pool, unsigned size_class, CachedClass& cached) {
   uint32_t size = small_class_size(size_class);
   uint32_t batch = refill_blocks(size);
   ClassState& state = pool->classes[size_class];
   SpinGuard guard(state.lock);
-  if (void* head = state.free) {
-    void* tail = head;
-    uint32_t taken = 1;
-    while (taken < batch && *static_cast<void**>(tail)) {
-      tail = *static_cast<void**>(tail);
-      ++taken;
+  if (void* block = state.free) {
+    void** top = cached.base;
+    for (uint32_t taken = 0; block && taken < batch; ++taken) {
+      *top++ = block;
+      block = *static_cast<void**>(block);
     }
-    state.free = *static_cast<void**>(tail);
-    *static_cast<void**>(tail) = nullptr;
-    cached.free = *static_cast<void**>(head);
-    cached.tail = cached.free ? tail : nullptr;
-    cached.room = kClasses.keep[size_class] - (taken - 1);
-    return head;
+    state.free = block;
+    cached.top = top - 1;
+    return *cached.top;
   }
   if (state.bump_end - state.bump < ptrdiff_t(size) && !add_page(pool, size_class)) return nullptr;
   char* block = state.bump;
@@ -155,45 +174,45 @@ void* refill(KoHeapPool* pool, unsigned size_class, CachedClass& cached) {
   return block;
 }
 
-// Gives a long free list back to the pool, whole: with its tail known, that
-// takes no walk.
-void trim(KoHeapPool* pool, uint64_t id, unsigned size_class, CachedClass& cached) {
-  CachedClass excess{};
-  excess.free = cached.free;
-  excess.tail = cached.tail;
-  hand_back(pool, id, size_class, excess);
-  cached.free = cached.tail = nullptr;
-  cached.room = kClasses.keep[size_class];
+// Makes room on a full stack: its older half goes back to the pool, the
+// newer half (the blocks most likely still in the processor's cache) stays.
+void spill(KoHeapPool* pool, uint64_t id, unsigned size_class, CachedClass& cached) {
+  size_t half = kClasses.keep[size_class] / 2;
+  hand_back(pool, id, size_class, cached.base, half, nullptr, nullptr);
+  size_t kept = size_t(cached.top - cached.base) - half;
+  std::memmove(cached.base, cached.base + half, kept * sizeof(void*));
+  cached.top = cached.base + kept;
 }
 
 }  // namespace
 
 void* thread_cache_alloc(KoHeapPool* pool, unsigned size_class) {
   ThreadCache* cache = t_thread_cache;
-  if (!cache && !(cache = create_cache())) return shared_alloc(pool, size_class);
+  if (cache == &g_absent_cache && !(cache = create_cache())) return shared_alloc(pool, size_class);
   uint64_t id = pool->id.load(std::memory_order_relaxed);
   CacheSlot& slot = bind_slot(cache, pool, id);
   CachedClass& cached = slot.classes[size_class];
-  if (void* block = cached_take(cached)) return block;
+  if (cached.top != cached.base) return *--cached.top;
+  if (void* block = cached_carve(cached)) return block;
   return refill(pool, size_class, cached);
 }
 
 void thread_cache_free(KoHeapPool* pool, unsigned size_class, void* block) {
   ThreadCache* cache = t_thread_cache;
   uint64_t id = pool->id.load(std::memory_order_relaxed);
-  CacheSlot* slot = cache ? &cache->slots[id % kCacheSlots] : nullptr;
-  if (!slot || slot->id != id) {
+  CacheSlot& slot = cache->slots[id % kCacheSlots];
+  if (cache == &g_absent_cache || slot.id != id) {
     shared_free(pool, size_class, block);
     return;
   }
-  CachedClass& cached = slot->classes[size_class];
-  if (cached.room == 0) trim(pool, id, size_class, cached);
-  cached_put(cached, block);
+  CachedClass& cached = slot.classes[size_class];
+  if (cached.top == cached.limit) spill(pool, id, size_class, cached);
+  *cached.top++ = block;
 }
 
 void thread_cache_forget(KoHeapPool* pool) {
   ThreadCache* cache = t_thread_cache;
-  if (!cache) return;
+  if (cache == &g_absent_cache) return;
   uint64_t id = pool->id.load(std::memory_order_relaxed);
   CacheSlot& slot = cache->slots[id % kCacheSlots];
   if (slot.id == id) slot = CacheSlot{};
