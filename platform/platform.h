@@ -258,6 +258,13 @@ size_t global_size(void* handle);
 void* pages_map(size_t size, size_t alignment);
 // Returns a mapping made by pages_map, whole (same base, same size).
 void pages_unmap(void* base, size_t size);
+// Maps a region of at least `size` bytes of zero-filled read-write memory, in
+// one system call, and returns an address in it that is a multiple of
+// `alignment` with `size` bytes from there; null on failure. The region is
+// never returned whole: its parts go back with pages_discard.
+void* pages_reserve(size_t size, size_t alignment);
+// Returns whole pages of a region made by pages_reserve; they are not used again.
+void pages_discard(void* base, size_t size);
 // The usable size of a block of the C runtime heap (_msize, malloc_usable_size).
 size_t runtime_block_size(void* block);
 

@@ -96,6 +96,10 @@ static_assert(kClasses.size[kSmallClassCount - 1] == kMaxSmallBlock, "class tabl
 inline unsigned small_class_of(uint64_t size) { return kClasses.index_by_units[(size + 7) >> 3]; }
 inline uint32_t small_class_size(unsigned size_class) { return kClasses.size[size_class]; }
 bool heap_thread_cache_enabled();
+// Fresh zero-filled memory outside every pool and every cache (the thread
+// caches), aligned to the page size; null when the heap may map no more.
+void* heap_map_zeroed(uint64_t bytes);
+void heap_unmap_zeroed(void* base, uint64_t bytes);
 
 // The shared per-class state, each call under the class lock.
 void* shared_alloc(KoHeapPool* pool, unsigned size_class);
@@ -134,8 +138,8 @@ struct CacheSlot {
 };
 static_assert(sizeof(CacheSlot) == 4096, "slot stride is a power of two");
 
-// Allocated from the process pool, whose blocks of this size start 64 bytes
-// into a page-aligned run: aligned enough for the cache lines above.
+// Made in fresh zero-filled memory (heap_map_zeroed), which is every slot's
+// unbound state: a thread touches only the slots and stacks it uses.
 struct ThreadCache {
   CacheSlot slots[kCacheSlots];
   // Each slot's stacks, one after another (kClasses.stack_start). Left

@@ -22,7 +22,6 @@
 
 #include <cstring>
 
-#include "storage/alloc_sites.h"
 #include "storage/block_heap_internal.h"
 
 namespace ko {
@@ -101,7 +100,7 @@ void release_cache() {
   t_state = CacheState::kGone;
   if (cache == &g_absent_cache) return;
   for (CacheSlot& slot : cache->slots) flush_slot(slot);
-  KoHeap_free(cache);
+  heap_unmap_zeroed(cache, sizeof(ThreadCache));
 }
 
 struct CacheOwner {
@@ -115,13 +114,14 @@ thread_local CacheOwner t_owner;
 ThreadCache* create_cache() {
   if (t_state != CacheState::kNone || !heap_thread_cache_enabled()) return nullptr;
   t_state = CacheState::kCreating;
-  void* memory = KoHeap_alloc(sizeof(ThreadCache), &kSiteCalloc);
+  void* memory = heap_map_zeroed(sizeof(ThreadCache));
   if (!memory) {
     t_state = CacheState::kNone;
     return nullptr;
   }
-  // Default-initialised: the slots get their initialisers, the stacks stay untouched.
-  t_thread_cache = new (memory) ThreadCache;
+  // An aggregate whose every member starts at zero: the zero-filled mapping
+  // already holds it, and constructing it would touch every slot's page.
+  t_thread_cache = static_cast<ThreadCache*>(memory);
   t_state = CacheState::kLive;
   t_owner.armed = true;
   return t_thread_cache;
