@@ -183,6 +183,15 @@ size_t clipboard_get_text(KOCHAR* out, size_t capacity);
 bool named_event_exists(const KOCHAR* name);
 uint32_t process_id();
 uint32_t thread_id();
+// A thread-exit hook: when a thread that gave the hook a non-null value ends,
+// `on_exit` gets that value. The value travels with the call, so `on_exit`
+// needs no thread-local state (on Windows that is gone by then). Returns 0
+// when the system has no hook left; hooks last for the process.
+uintptr_t thread_exit_hook_create(void (*on_exit)(void* value));
+void thread_exit_hook_set(uintptr_t hook, void* value);
+// Retires a hook before the library goes: on POSIX the values are dropped, on
+// Windows `on_exit` gets every thread's value at once.
+void thread_exit_hook_delete(uintptr_t hook);
 void yield_thread();
 void debug_output(const char* text);
 // The OS version as major, minor, build.

@@ -51,7 +51,8 @@ struct ClassState {
 };
 
 struct KoHeapPool {
-  std::atomic<uint64_t> id{kNoCachedPool};  // unique for the pool's life; kNoCachedPool when released
+  // Unique for the pool's life; kNoCachedPool once released.
+  std::atomic<uint64_t> id{kNoCachedPool};
   uint32_t cache_offset = 0;    // cache_offset_of(id, 0), set with the id
   void* user_data = nullptr;
   std::atomic<uint64_t> held_bytes{0};

@@ -63,7 +63,9 @@ struct ContextRecords {
   FixedPath fixed;
 };
 
-ContextRecords* records_of(KostgContext* context) { return reinterpret_cast<ContextRecords*>(context); }
+ContextRecords* records_of(KostgContext* context) {
+  return reinterpret_cast<ContextRecords*>(context);
+}
 
 KostgContext* begin_context(uint16_t page_size, bool fast) {
   ko::install_out_of_memory_handler();

@@ -21,7 +21,10 @@
 #include "storage/thread_cache.h"
 
 #include <cstring>
+#include <mutex>
 
+#include "platform/lifecycle.h"
+#include "platform/platform.h"
 #include "storage/block_heap_internal.h"
 
 namespace ko {
@@ -40,7 +43,7 @@ namespace {
 constexpr uint32_t kRefillBytes = 16384;  // bytes taken from a pool per refill
 constexpr uint32_t kRefillMaxBlocks = 2048;
 
-enum class CacheState : uint8_t { kNone, kCreating, kLive, kGone };
+enum class CacheState : uint8_t { kNone, kLive, kGone };
 thread_local CacheState t_state = CacheState::kNone;
 
 constexpr uint32_t refill_blocks(uint32_t size) {
@@ -94,37 +97,47 @@ void flush_slot(CacheSlot& slot) {
   slot.id = 0;
 }
 
-void release_cache() {
-  ThreadCache* cache = t_thread_cache;
-  t_thread_cache = &g_absent_cache;
-  t_state = CacheState::kGone;
-  if (cache == &g_absent_cache) return;
+// Hands a thread's cache back when the thread ends. It may run once the
+// thread's other thread-local state is gone (Windows), so it works from the
+// pointer it is given; the thread's cache becomes the absent one, and a block
+// freed later in the thread's exit goes to its pool's shared lists.
+void release_cache(void* memory) {
+  auto* cache = static_cast<ThreadCache*>(memory);
+  if (t_thread_cache == cache) {
+    t_thread_cache = &g_absent_cache;
+    t_state = CacheState::kGone;
+  }
   for (CacheSlot& slot : cache->slots) flush_slot(slot);
   heap_unmap_zeroed(cache, sizeof(ThreadCache));
 }
 
-struct CacheOwner {
-  bool armed = false;
-  ~CacheOwner() {
-    if (armed) release_cache();
-  }
-};
-thread_local CacheOwner t_owner;
+uintptr_t g_exit_hook = 0;
+std::once_flag g_exit_hook_once;
+
+uintptr_t exit_hook() {
+  std::call_once(g_exit_hook_once, [] { g_exit_hook = os::thread_exit_hook_create(&release_cache); });
+  return g_exit_hook;
+}
+
+// At unload the hook goes with the library's code (on Windows handing back
+// every thread's cache first).
+void retire_exit_hook() {
+  if (g_exit_hook != 0) os::thread_exit_hook_delete(g_exit_hook);
+  g_exit_hook = 0;
+}
 
 ThreadCache* create_cache() {
   if (t_state != CacheState::kNone || !heap_thread_cache_enabled()) return nullptr;
-  t_state = CacheState::kCreating;
-  void* memory = heap_map_zeroed(sizeof(ThreadCache));
-  if (!memory) {
-    t_state = CacheState::kNone;
-    return nullptr;
-  }
+  uintptr_t hook = exit_hook();
+  void* memory = hook ? heap_map_zeroed(sizeof(ThreadCache)) : nullptr;
+  if (!memory) return nullptr;
   // An aggregate whose every member starts at zero: the zero-filled mapping
   // already holds it, and constructing it would touch every slot's page.
-  t_thread_cache = static_cast<ThreadCache*>(memory);
+  auto* cache = static_cast<ThreadCache*>(memory);
+  t_thread_cache = cache;
   t_state = CacheState::kLive;
-  t_owner.armed = true;
-  return t_thread_cache;
+  os::thread_exit_hook_set(hook, cache);
+  return cache;
 }
 
 CacheSlot& bind_slot(ThreadCache* cache, KoHeapPool* pool, uint64_t id) {
@@ -219,3 +232,5 @@ void thread_cache_forget(KoHeapPool* pool) {
 }
 
 }  // namespace ko
+
+KO_SUBSYSTEM(thread_caches, 10, nullptr, &ko::retire_exit_hook);
