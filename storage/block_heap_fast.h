@@ -23,7 +23,7 @@ inline void* heap_alloc_fast(KoHeapPool* pool, uint64_t size, const KoHeapSite* 
                                           small_class_of(size) * uint32_t(sizeof(CachedClass)));
     if (cached.pool_id == pool->id.load(std::memory_order_relaxed)) [[likely]] {
       if (cached.top != cached.base) [[likely]] return *--cached.top;
-      if (void* block = cached_carve(cached)) return block;
+      if (cached_run_left(cached)) return cached_carve(cached);
     }
   }
   return KoHeap_allocFromPool(pool, size, site);

@@ -157,9 +157,13 @@ inline uint32_t cache_offset_of(uint64_t pool_id, unsigned size_class) {
                   offsetof(CacheSlot, classes) + size_class * sizeof(CachedClass));
 }
 
-// Carves a block from a thread's cached run, or null when the run is used up.
+// True when a thread's cached run still holds a block of its class.
+inline bool cached_run_left(const CachedClass& cached) {
+  return cached.bump_end - cached.bump >= ptrdiff_t(cached.size);
+}
+
+// Carves a block from a thread's cached run that holds one.
 inline void* cached_carve(CachedClass& cached) {
-  if (cached.bump_end - cached.bump < ptrdiff_t(cached.size)) return nullptr;
   void* block = cached.bump;
   cached.bump += cached.size;
   return block;

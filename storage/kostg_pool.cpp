@@ -252,7 +252,10 @@ KOSHR_EXTERN_C KOSHR_API void* kostg_alc(KostgContext* context, uint64_t size, K
   // Laid out for the two hot cases, a sub-pool block and the 8-byte fixed
   // path: each runs straight through. A zero size gives null either way.
   if (pool) [[likely]] {
-    if (size == 0) [[unlikely]] return nullptr;
+    // One test for both ends: the small sizes the cache serves, or else zero
+    // (null) and the large sizes.
+    if (size - 1 >= ko::kMaxSmallBlock) [[unlikely]]
+      return size == 0 ? nullptr : ko::MemAllocPtr(pool->pool, size, 0);
     return ko::MemAllocPtr(pool->pool, size, 0);
   }
   if (size - 1 < 8) [[likely]] {

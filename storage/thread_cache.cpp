@@ -206,7 +206,7 @@ void* thread_cache_alloc(KoHeapPool* pool, unsigned size_class) {
   CacheSlot& slot = bind_slot(cache, pool, id);
   CachedClass& cached = slot.classes[size_class];
   if (cached.top != cached.base) return *--cached.top;
-  if (void* block = cached_carve(cached)) return block;
+  if (cached_run_left(cached)) return cached_carve(cached);
   return refill(pool, size_class, cached);
 }
 
