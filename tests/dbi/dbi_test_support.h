@@ -1,9 +1,7 @@
-/*
- * dbi_test_support.h: what the database-interface tests share: a storage
- * context, a bare connection context for the parts that need no driver, the
- * test driver's recording interface and a runtime whose transaction-server
- * answers a test sets.
- */
+// dbi_test_support.h: what the database-interface tests share: a storage
+// context, a bare connection context for the parts that need no driver, the
+// test driver's recording interface and a runtime whose transaction-server
+// answers a test sets.
 #ifndef KOSHR_TESTS_DBI_SUPPORT_H
 #define KOSHR_TESTS_DBI_SUPPORT_H
 

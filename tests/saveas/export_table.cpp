@@ -1,6 +1,4 @@
-/*
- * export_table.cpp: the shared save-as test helpers (see export_table.h).
- */
+// export_table.cpp: the shared save-as test helpers (see export_table.h).
 #include "saveas/export_table.h"
 
 #include <array>
@@ -143,32 +141,6 @@ bool have_program(const char* name) {
   run_command(std::string("command -v ") + name + " >/dev/null 2>&1", &status);
   return status == 0;
 #endif
-}
-
-std::string utf8(const std::u16string& text) {
-  std::string out;
-  for (size_t i = 0; i < text.size(); ++i) {
-    uint32_t c = text[i];
-    if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size()) {
-      c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00u);
-    }
-    if (c < 0x80) {
-      out += char(c);
-    } else if (c < 0x800) {
-      out += char(0xC0 | (c >> 6));
-      out += char(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += char(0xE0 | (c >> 12));
-      out += char(0x80 | ((c >> 6) & 0x3F));
-      out += char(0x80 | (c & 0x3F));
-    } else {
-      out += char(0xF0 | (c >> 18));
-      out += char(0x80 | ((c >> 12) & 0x3F));
-      out += char(0x80 | ((c >> 6) & 0x3F));
-      out += char(0x80 | (c & 0x3F));
-    }
-  }
-  return out;
 }
 
 std::filesystem::path golden(const std::string& name) {

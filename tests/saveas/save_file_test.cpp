@@ -1,7 +1,5 @@
-/*
- * save_file_test.cpp: the framework under the exporters: the encodings of the
- * text file, buffer boundaries, the base name, and Begin's refusals.
- */
+// save_file_test.cpp: the framework under the exporters: the encodings of the
+// text file, buffer boundaries, the base name, and Begin's refusals.
 #include "platform/platform.h"
 #include "saveas/export_table.h"
 #include "saveas/save_context.h"

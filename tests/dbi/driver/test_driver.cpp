@@ -1,13 +1,11 @@
-/*
- * test_driver.cpp: a database driver for the tests, built as a shared
- * library (koTST; koTRA with the tracing entry name; koNOE with no entry).
- *
- * It records each operation it receives and answers it: log-in, connect and
- * disconnect with the return code the test set, the transaction-server probe
- * and the native handle through the result word, closed statements and
- * assertions by what they carry, and the catalog tables by feeding the rows
- * the test set through the front end's row reader (context->services).
- */
+// test_driver.cpp: a database driver for the tests, built as a shared
+// library (koTST; koTRA with the tracing entry name; koNOE with no entry).
+//
+// It records each operation it receives and answers it: log-in, connect and
+// disconnect with the return code the test set, the transaction-server probe
+// and the native handle through the result word, closed statements and
+// assertions by what they carry, and the catalog tables by feeding the rows
+// the test set through the front end's row reader (context->services).
 #include <string>
 #include <vector>
 
@@ -100,7 +98,6 @@ ShHashTable* catalog_table(DbiContext* context, int32_t catalog) {
   TestDriverCall call{};
   call.operation = context->operation;
   call.sub_operation = context->sub_operation;
-  call.result_in = context->result;
   call.edit_record = context->edit_record;
   for (const Answer& answer : g_answers) {
     if (answer.operation != context->operation) continue;
