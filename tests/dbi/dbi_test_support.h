@@ -27,8 +27,6 @@ inline std::string narrow(const KOCHAR* text) {
   return out;
 }
 
-inline std::u16string wide(const std::string& text) { return std::u16string(text.begin(), text.end()); }
-
 // The test driver of a loaded module, read through its exported functions.
 class Driver {
  public:

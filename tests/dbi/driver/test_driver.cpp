@@ -51,12 +51,6 @@ void append(KOCHAR* out, const KOCHAR* text) {
   out[at] = 0;
 }
 
-void append_number(KOCHAR* out, long long number) {
-  const std::string digits = std::to_string(number);
-  std::u16string wide(digits.begin(), digits.end());
-  append(out, wide.c_str());
-}
-
 void describe_parameters(DbiContext* context, TestDriverCall& call) {
   auto* list = reinterpret_cast<shlistx*>(context->result);
   for (void* item = context->services->list_first(list); item != nullptr;
@@ -65,8 +59,8 @@ void describe_parameters(DbiContext* context, TestDriverCall& call) {
     append(call.text, parm->name);
     append(call.text, u"=");
     append(call.text, parm->text != nullptr ? parm->text : u"(null)");
-    append(call.text, u"#");
-    append_number(call.text, parm->number);
+    const std::string number = "#" + std::to_string(parm->number);
+    append(call.text, std::u16string(number.begin(), number.end()).c_str());
     append(call.text, u";");
   }
 }
