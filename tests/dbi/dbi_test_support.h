@@ -44,14 +44,9 @@ class Driver {
                                                       static_cast<uint32_t>(values.size() / per_row));
   }
   std::vector<TestDriverCall> calls() const {
-    std::vector<TestDriverCall> out;
-    const int32_t count = function<TestDriverCallCount>("TestDriver_CallCount")();
-    for (int32_t i = 0; i < count; ++i) {
-      TestDriverCall call{};
-      function<TestDriverGetCall>("TestDriver_GetCall")(i, &call);
-      out.push_back(call);
-    }
-    return out;
+    int32_t count = 0;
+    const TestDriverCall* first = function<TestDriverCalls>("TestDriver_Calls")(&count);
+    return std::vector<TestDriverCall>(first, first + count);
   }
   std::vector<int32_t> operations() const {
     std::vector<int32_t> out;

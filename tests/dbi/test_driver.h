@@ -23,8 +23,8 @@ typedef struct TestDriverCall {
 } TestDriverCall;
 
 typedef void (*TestDriverReset)(void);
-typedef int32_t (*TestDriverCallCount)(void);
-typedef int32_t (*TestDriverGetCall)(int32_t index, TestDriverCall* call);
+// The operations recorded since the last reset, oldest first.
+typedef const TestDriverCall* (*TestDriverCalls)(int32_t* count);
 // The answer to an operation: return code, SQL code and result word.
 typedef void (*TestDriverSetAnswer)(int32_t operation, int32_t return_code, int32_t sql_code,
                                     intptr_t result);

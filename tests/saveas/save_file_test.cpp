@@ -76,7 +76,6 @@ TEST_F(SaveFileTest, DerivesTheBaseName) {
     const char16_t* file;
     const char16_t* base;
   } cases[] = {
-      {u"t.sql", u"t"},
       {u"C:\\data\\orders.2024.csv", u"orders"},
       {u"/tmp/my data.xml", u"my data"},
       {u"d:name.txt", u"name"},

@@ -156,12 +156,9 @@ TEST_DRIVER_EXPORT void TestDriver_Reset(void) {
   g_rows.clear();
 }
 
-TEST_DRIVER_EXPORT int32_t TestDriver_CallCount(void) { return static_cast<int32_t>(g_calls.size()); }
-
-TEST_DRIVER_EXPORT int32_t TestDriver_GetCall(int32_t index, TestDriverCall* call) {
-  if (index < 0 || static_cast<size_t>(index) >= g_calls.size()) return 0;
-  *call = g_calls[static_cast<size_t>(index)];
-  return 1;
+TEST_DRIVER_EXPORT const TestDriverCall* TestDriver_Calls(int32_t* count) {
+  *count = static_cast<int32_t>(g_calls.size());
+  return g_calls.data();
 }
 
 TEST_DRIVER_EXPORT void TestDriver_SetAnswer(int32_t operation, int32_t return_code, int32_t sql_code,
