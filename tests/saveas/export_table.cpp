@@ -7,7 +7,6 @@
 #include <fstream>
 #include <iterator>
 #include <random>
-#include <sstream>
 
 #include "platform/platform.h"
 
@@ -15,23 +14,13 @@ namespace saveas_test {
 
 KODATETIME date_time(int year, int month, int day, int hour, int minute, int second,
                      uint32_t microsecond) {
-  KODATETIME value{};
-  value.subsecond = microsecond;
-  value.year = uint16_t(year - 1900);
-  value.month = uint8_t(month - 1);
-  value.day = uint8_t(day);
-  value.hour = uint8_t(hour);
-  value.minute = uint8_t(minute);
-  value.second = uint8_t(second);
-  return value;
+  return KODATETIME{microsecond, uint16_t(year - 1900), uint8_t(month - 1), uint8_t(day),
+                    uint8_t(hour),  uint8_t(minute),      uint8_t(second),    0};
 }
 
 KODECIMAL decimal(int64_t units, uint8_t scale) {
-  KODECIMAL value{};
-  value.scale = scale;
-  value.sign = units < 0 ? KODECIMAL_NEGATIVE : 0;
-  value.lo64 = units < 0 ? uint64_t(-units) : uint64_t(units);
-  return value;
+  return KODECIMAL{0, scale, uint8_t(units < 0 ? KODECIMAL_NEGATIVE : 0), 0,
+                   units < 0 ? uint64_t(-units) : uint64_t(units)};
 }
 
 void SaveTest::SetUp() {
