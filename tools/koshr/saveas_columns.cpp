@@ -213,7 +213,10 @@ bool convert_field(const ColumnSpec& column, const std::string& field, CellValue
   if (field.empty()) return true;
   out.missing = false;
   if (column.type >= KOSAVE_DATETIME && column.type <= KOSAVE_TIME) {
-    out.text = u"'" + utf8_to_utf16(field) + u"'";
+    out.text.reserve(field.size() + 2);
+    out.text.push_back(u'\'');
+    out.text += utf8_to_utf16(field);
+    out.text.push_back(u'\'');
   }
   switch (column.type) {
     case KOSAVE_DOUBLE:
