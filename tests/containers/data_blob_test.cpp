@@ -123,7 +123,8 @@ TEST_F(BlobTest, CapacityGrowsInStepsOf8192OnceAWriteReachesIt) {
 }
 
 TEST_F(BlobTest, ReservationsBlockWritesSetSizeAndReset) {
-  EXPECT_EQ(hex(blob->GetBuffer(), shmi_DataBlob_GetSize(blob)), "00 0A 4D 49 42 4C 4F 42 00 01") << "the header alone";
+  EXPECT_EQ(hex(blob->GetBuffer(), shmi_DataBlob_GetSize(blob)), "00 0A 4D 49 42 4C 4F 42 00 01")
+      << "the header alone";
   EXPECT_EQ(shmi_DataBlob_Reserve(blob, 2), 12u);
   EXPECT_EQ(shmi_DataBlob_Reserve(blob, 1), 12u) << "already reserved";
   uint8_t* at = shmi_DataBlob_DoingBlockWrite(blob, 3);

@@ -62,8 +62,8 @@ TEST_F(ConnectionTest, LogInLoadsTheDriverAndCallsIt) {
   EXPECT_NE(context->sql_cache, nullptr);
   // The switches' defaults: with no parameters at all, commit on disconnect is off.
   EXPECT_EQ(log_in(nullptr)->commit_on_disconnect, 0);
-  EXPECT_EQ(std::tuple(log_in(u"Other=1")->commit_on_disconnect, log_in(u"Other=1")->use_context_object),
-            std::tuple(1, 0));
+  const DbiContext* other = log_in(u"Other=1");
+  EXPECT_EQ(std::tuple(other->commit_on_disconnect, other->use_context_object), std::tuple(1, 0));
   log_in(u"ThreadSafe='no'");
   log_in(u"ThreadSafe=1");
   int32_t flag = 0;

@@ -12,7 +12,7 @@ class DbParmTest : public dbi_test::StorageTest {
   // "name=text#number;" per record, "(no list)" when the parse gives none.
   std::string parse(const char16_t* text) { return parse(bare_context(text)); }
   std::string parse(DbiContext* context) {
-    shlistx* list = reinterpret_cast<shlistx*>(this);  // the parse writes it even when it gives none
+    shlistx* list = reinterpret_cast<shlistx*>(this);  // written even when there is no list
     DBI_ParseParms(context, &list);
     EXPECT_EQ(context->parms, list);
     if (list == nullptr) return "(no list)";

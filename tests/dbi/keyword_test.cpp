@@ -29,8 +29,9 @@ TEST(KeywordCompare, PrefixComparisonRestoresTheText) {
   } cases[] = {{u"  Select a", 0, 1}, {u"selecta", 0, 0}, {u"sel", 0, 0}, {u"select", 1, 1}};
   for (const auto& c : cases) {
     std::u16string text = c.text;
-    EXPECT_EQ(DBI_DoCompareFirst(text.data(), u"select"), c.first) << narrow(c.text.c_str());
-    EXPECT_EQ(DBI_DoCompareFirstWithSkip(text.data(), u"SELECT"), c.with_skip) << narrow(c.text.c_str());
+    SCOPED_TRACE(narrow(c.text.c_str()));
+    EXPECT_EQ(DBI_DoCompareFirst(text.data(), u"select"), c.first);
+    EXPECT_EQ(DBI_DoCompareFirstWithSkip(text.data(), u"SELECT"), c.with_skip);
     EXPECT_EQ(text, c.text);
   }
 }

@@ -39,7 +39,9 @@ TEST_F(BinaryTest, Dbase3MatchesGoldenFile) {
 // What the golden table does not reach: a field name cut at ten characters
 // and widths of 0 or over 255 (strings and decimals) held at 255.
 TEST_F(BinaryTest, Dbase3FieldNamesAndWidthsAreCut) {
-  Table table{{{u"twelve_chars", 0, KOSAVE_STRING}, {u"b", 300, KOSAVE_STRING}, {u"d", 300, KOSAVE_DECIMAL}},
+  Table table{{{u"twelve_chars", 0, KOSAVE_STRING},
+               {u"b", 300, KOSAVE_STRING},
+               {u"d", 300, KOSAVE_DECIMAL}},
               {{Cell(u"x"), Cell(u"y"), Cell()}}};
   CKO_SaveDbase3 dbase;
   std::string bytes = export_bytes(dbase, "l.dbf", table, 0);
@@ -48,7 +50,7 @@ TEST_F(BinaryTest, Dbase3FieldNamesAndWidthsAreCut) {
   EXPECT_EQ(bytes.substr(32, 11), std::string("TWELVE_CHA\0", 11));
   EXPECT_EQ(uint8_t(bytes[32 + 16]), 255);  // width 0
   EXPECT_EQ(uint8_t(bytes[64 + 16]), 255);  // width 300
-  EXPECT_EQ(bytes.substr(96 + 11, 7), std::string("N\0\0\0\0\x11\xFF", 7)) << "length 17, 255 places";
+  EXPECT_EQ(bytes.substr(96 + 11, 7), std::string("N\0\0\0\0\x11\xFF", 7)) << "17 long, 255 places";
 }
 
 TEST_F(BinaryTest, Dbase3Limits) {
@@ -88,7 +90,8 @@ TEST_F(BinaryTest, WorksheetMatchesGoldenFile) {
 // The golden file has a header row; without one the data starts in row 0.
 TEST_F(BinaryTest, WorksheetDataStartsInRowZeroWithoutHeader) {
   CKO_SaveWk wk;
-  std::string bytes = export_bytes(wk, "n.wk1", Table{{{u"n", 0, KOSAVE_DOUBLE}}, {{Cell(2.5)}}}, 0);
+  Table numbers{{{u"n", 0, KOSAVE_DOUBLE}}, {{Cell(2.5)}}};
+  std::string bytes = export_bytes(wk, "n.wk1", numbers, 0);
   double value = 2.5;
   std::string body("\x0E\x00\x0D\x00\x71\x00\x00\x00\x00", 9);
   body.append(reinterpret_cast<const char*>(&value), 8);

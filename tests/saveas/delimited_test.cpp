@@ -163,7 +163,8 @@ TEST_F(DelimitedTest, PythonCsvReadsBothFilesBack) {
   }
   CKO_SaveCsv csv;
   CKO_SaveText text;
-  for (auto [kind, chosen] : {std::pair<const char*, IKO_SaveFileType*>{"comma", &csv}, {"tab", &text}}) {
+  using Writer = std::pair<const char*, IKO_SaveFileType*>;
+  for (auto [kind, chosen] : {Writer{"comma", &csv}, Writer{"tab", &text}}) {
     std::filesystem::path file = path(std::string("read.") + kind);
     ASSERT_EQ(run(*chosen, file, table, KOSAVE_COLUMN_NAMES).end_result, 1);
     int status = 0;

@@ -106,8 +106,8 @@ TEST(ToolDecimalTest, ReadsSignDigitsAndScale) {
     EXPECT_EQ(value.hi32, c.hi32);
   }
   // 29 significant digits, 29 after the point, no digits, odd characters.
-  for (const char* text : {"99999999999999999999999999999", "0.00000000000000000000000000001", "", "-",
-                           ".", "1.2.3", "1e5", " 1"}) {
+  for (const char* text : {"99999999999999999999999999999", "0.00000000000000000000000000001",
+                           "", "-", ".", "1.2.3", "1e5", " 1"}) {
     KODECIMAL value;
     EXPECT_FALSE(koshr_tool::read_decimal(text, value)) << text;
   }
