@@ -16,6 +16,10 @@ namespace {
 
 constexpr uint32_t kDefaultWriteBuffer = 16384;
 
+// The handle, its header buffer and its first tables come in one allocation
+// of the block heap's small sizes (up to 8 KB).
+static_assert(sizeof(LmiLibrary) <= 8192, "a handle stays one small block");
+
 // "RepairEmptyBlock" in the ko section of ko.ini, read once per process.
 int repair_empty_block() {
   static const int value = os::private_profile_int(u"ko", u"RepairEmptyBlock", 1);

@@ -24,11 +24,11 @@ void NodeCache::attach(const PoolRef& pool, os::FileHandle file, uint32_t base, 
   file_ = file;
   base_ = base;
   geometry_ = g;
-  table_size_ = 64;
-  table_ = pool_.alloc_array<CachedNode*>(table_size_);
-  if (table_) std::memset(table_, 0, sizeof(CachedNode*) * table_size_);
+  table_size_ = kFirstTableSize;
+  table_ = first_table_;
+  std::memset(table_, 0, sizeof first_table_);
   root_node_.bytes = root;
-  root_ = table_ ? insert(&root_node_, base + kRootOffset) : nullptr;
+  root_ = insert(&root_node_, base + kRootOffset);
 }
 
 CachedNode* NodeCache::new_node() {
@@ -58,7 +58,7 @@ bool NodeCache::grow() {
   for (uint32_t i = 0; i < old_size; ++i) {
     if (old[i]) *slot(old[i]->offset) = old[i];
   }
-  pool_.free(old);
+  if (old != first_table_) pool_.free(old);
   return true;
 }
 
@@ -75,7 +75,6 @@ CachedNode* NodeCache::insert(CachedNode* node, uint32_t offset) {
 
 CachedNode* NodeCache::get(uint32_t offset, int32_t* rc) {
   *rc = -3;
-  if (!table_) return nullptr;
   CachedNode* found = *slot(offset);
   if (found) {
     *rc = 0;

@@ -80,7 +80,11 @@ class NodeCache {
   int64_t file_size_ = 0;
   CachedNode root_node_{};  // its bytes are the handle's header buffer's
   CachedNode* root_ = nullptr;
-  CachedNode** table_ = nullptr;  // open addressing by offset
+  // Open addressing by offset; the first table lives here, so that a handle
+  // reading a few entries allocates nothing for it.
+  static constexpr uint32_t kFirstTableSize = 64;
+  CachedNode* first_table_[kFirstTableSize];
+  CachedNode** table_ = nullptr;
   uint32_t table_size_ = 0;
   uint32_t count_ = 0;
   uint32_t dirty_ = 0;
