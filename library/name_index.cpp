@@ -34,7 +34,7 @@ bool NameIndex::find(const KOCHAR* name, size_t units, uint64_t changes, EntryRe
 }
 
 bool NameIndex::grow(uint64_t changes) {
-  uint32_t bigger = size_ ? size_ * 2 : 256;
+  uint32_t bigger = size_ ? size_ * 2 : 32;
   Slot* fresh = pool_.alloc_array<Slot>(bigger);
   if (!fresh) return false;
   std::memset(fresh, 0, sizeof(Slot) * bigger);
