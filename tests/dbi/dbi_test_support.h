@@ -49,8 +49,9 @@ class Driver {
     return std::vector<TestDriverCall>(first, first + count);
   }
   std::vector<int32_t> operations() const {
-    std::vector<int32_t> out;
-    for (const auto& call : calls()) out.push_back(call.operation);
+    const std::vector<TestDriverCall> all = calls();
+    std::vector<int32_t> out(all.size());
+    for (size_t i = 0; i < all.size(); ++i) out[i] = all[i].operation;
     return out;
   }
 

@@ -59,7 +59,8 @@ void describe_parameters(DbiContext* context, TestDriverCall& call) {
     append(call.text, parm->name);
     append(call.text, u"=");
     append(call.text, parm->text != nullptr ? parm->text : u"(null)");
-    const std::string number = "#" + std::to_string(parm->number);
+    const std::string number = std::to_string(parm->number);
+    append(call.text, u"#");
     append(call.text, std::u16string(number.begin(), number.end()).c_str());
     append(call.text, u";");
   }
