@@ -30,12 +30,22 @@ void BitmapChain::attach(const PoolRef& pool, os::FileHandle file, uint32_t base
   count_ = capacity_ = 0;
   search_from_ = 1;
   loaded_ = false;
-  capacity_ = 8;
-  blocks_ = pool_.alloc_array<Block>(capacity_);
-  if (blocks_) {
-    blocks_[0] = {base + 1024, first_block, false, false};
-    count_ = 1;
-  }
+  // The first blocks' entries live in the chain itself: a library under
+  // 16 MB never allocates for them.
+  capacity_ = kFirstBlocks;
+  blocks_ = first_blocks_;
+  blocks_[0] = {base + 1024, first_block, false, false};
+  count_ = 1;
+}
+
+bool BitmapChain::grow_blocks() {
+  auto* grown = pool_.alloc_array<Block>(size_t(capacity_) * 2);
+  if (!grown) return false;
+  std::memcpy(grown, blocks_, sizeof(Block) * count_);
+  if (blocks_ != first_blocks_) pool_.free(blocks_);
+  blocks_ = grown;
+  capacity_ *= 2;
+  return true;
 }
 
 uint32_t BitmapChain::limit() const { return (0xFFFFFFFFu - base_) / 512; }
@@ -51,12 +61,7 @@ int32_t BitmapChain::load() {
     bool sane = next > base_ && (next - base_) % 512 == 0 && int64_t(next) + 512 <= size &&
                 uint64_t(count_) * kBitmapRangeBytes < uint64_t(size) + kBitmapRangeBytes;
     if (!sane) return -3;
-    if (count_ == capacity_) {
-      void* grown = pool_.grow(blocks_, sizeof(Block) * capacity_ * 2);
-      if (!grown) return -3;
-      blocks_ = static_cast<Block*>(grown);
-      capacity_ *= 2;
-    }
+    if (count_ == capacity_ && !grow_blocks()) return -3;
     uint8_t* bytes = pool_.alloc_array<uint8_t>(512);
     if (!bytes || library_read_exact(file_, bytes, 512, next) != 0 || !has_magic(bytes, "FRE*")) return -3;
     blocks_[count_++] = {next, bytes, false, false};
@@ -95,12 +100,7 @@ bool BitmapChain::free_for_data(uint32_t number) const {
 
 int32_t BitmapChain::cover(uint32_t number) {
   while (uint64_t(count_) * kBitsPerBitmap < number) {
-    if (count_ == capacity_) {
-      void* grown = pool_.grow(blocks_, sizeof(Block) * capacity_ * 2);
-      if (!grown) return -17;
-      blocks_ = static_cast<Block*>(grown);
-      capacity_ *= 2;
-    }
+    if (count_ == capacity_ && !grow_blocks()) return -17;
     uint8_t* bytes = pool_.alloc_array<uint8_t>(512);
     if (!bytes) return -17;
     init_bitmap_block(bytes);

@@ -67,10 +67,13 @@ class BitmapChain {
   uint32_t to_number(uint32_t offset) const { return (offset - base_) / 512 + 1; }
   uint32_t to_offset(uint32_t number) const { return base_ + (number - 1) * 512; }
   uint32_t limit() const;
+  bool grow_blocks();
 
   PoolRef pool_;
   os::FileHandle file_ = os::kInvalidFile;
   uint32_t base_ = 0;
+  static constexpr uint32_t kFirstBlocks = 8;
+  Block first_blocks_[kFirstBlocks];
   Block* blocks_ = nullptr;
   uint32_t count_ = 0;
   uint32_t capacity_ = 0;

@@ -4,6 +4,7 @@
 #include "library/commit.h"
 
 #include "library/block_io.h"
+#include "library/handle_lifecycle.h"
 
 namespace ko {
 namespace {
@@ -39,6 +40,15 @@ int32_t release_later(LmiLibrary* lib, uint32_t offset, uint32_t count) {
 }
 
 int32_t release_chain_later(LmiLibrary* lib, uint32_t first_block, uint32_t length) {
+  // The walk reads the chain from the file, but the chain may still sit,
+  // whole or in part, in the write buffer; at those places the file may hold
+  // what a freed chain left there, whose links lead into live entries. What
+  // is pending goes out first.
+  if (lib->writer.holds_finished_blocks()) {
+    int32_t rc = lib->writer.flush();
+    if (rc) return rc;
+    refresh_file_size(lib);
+  }
   return lib->reader.each_block(first_block, length, &release_block, lib);
 }
 

@@ -70,8 +70,10 @@ int32_t DataWriter::write(const uint8_t* data, uint32_t size, BitmapChain& bitma
         int32_t rc = flush_until(used_);
         if (rc) return rc;
       }
+      // Only the header is cleared here; a block left partly filled gets its
+      // unused tail cleared when its stream finishes (finish_stream).
       block = blocks_ + size_t(used_) * 512;
-      std::memset(block, 0, 512);
+      std::memset(block, 0, kDataHeaderSize);
       put_magic(block, "DAT*");
       offsets_[used_++] = preplaced;
       filled = 0;
@@ -90,6 +92,9 @@ int32_t DataWriter::finish_stream(BitmapChain& bitmap, uint32_t* first_block) {
   stream_open_ = false;
   *first_block = stream_first_block_;
   if (used_ == stream_first_) return 0;
+  uint8_t* last = blocks_ + size_t(used_ - 1) * 512;
+  uint32_t filled = load_u16(last + kDataUsed);
+  std::memset(last + kDataHeaderSize + filled, 0, kPayloadPerBlock - filled);
   uint32_t unused = 0;
   int32_t rc = assign_offsets(stream_first_, 0, bitmap, &unused);
   if (rc) return rc;

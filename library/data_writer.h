@@ -33,6 +33,7 @@ class DataWriter {
   void abandon_stream(BitmapChain& bitmap);
   // Writes every finished block in the buffer.
   int32_t flush();
+  bool holds_finished_blocks() const { return (stream_open_ ? stream_first_ : used_) > 0; }
   uint32_t stream_bytes() const { return stream_bytes_; }
 
  private:

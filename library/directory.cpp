@@ -29,12 +29,16 @@ void set_link(LmiLibrary* lib, CachedNode* node, uint32_t field, uint32_t value)
   lib->nodes.touch(node, false);
 }
 
+// The path starts in the handle's own array and moves to the pool when a
+// search goes deeper (a library whose names came in order is a long chain).
 bool push_path(LmiLibrary* lib, CachedNode* node) {
   if (lib->path_depth == lib->path_capacity) {
-    uint32_t capacity = lib->path_capacity ? lib->path_capacity * 2 : 32;
-    void* grown = lib->pool.grow(lib->path, sizeof(CachedNode*) * capacity);
+    uint32_t capacity = lib->path_capacity * 2;
+    auto* grown = lib->pool.alloc_array<CachedNode*>(capacity);
     if (!grown) return false;
-    lib->path = static_cast<CachedNode**>(grown);
+    std::memcpy(grown, lib->path, sizeof(CachedNode*) * lib->path_depth);
+    if (lib->path != lib->short_path) lib->pool.free(lib->path);
+    lib->path = grown;
     lib->path_capacity = capacity;
   }
   lib->path[lib->path_depth++] = node;

@@ -13,16 +13,31 @@ namespace {
 
 constexpr uint32_t kSecurityDirectory = 4;
 
+// The file's first bytes already read.
+struct FileStart {
+  const uint8_t* bytes;
+  size_t size;
+};
+
+// Reads like library_read, taking what `start` covers from there.
+int64_t read_at(os::FileHandle file, const FileStart& start, uint8_t* out, size_t size, uint64_t offset) {
+  if (offset + size <= start.size) {
+    std::memcpy(out, start.bytes + offset, size);
+    return int64_t(size);
+  }
+  return library_read(file, out, size, offset);
+}
+
 // The certificate table's size, 0 when the file is no PE image.
-uint32_t certificate_size(os::FileHandle file, int64_t file_size, bool* executable) {
+uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t file_size, bool* executable) {
   uint8_t dos[64];
   *executable = false;
-  if (library_read(file, dos, 64, 0) != 64 || dos[0] != 'M' || dos[1] != 'Z') return 0;
+  if (read_at(file, start, dos, 64, 0) != 64 || dos[0] != 'M' || dos[1] != 'Z') return 0;
   *executable = true;
   uint32_t pe = load_u32(dos + 0x3C);
   uint8_t nt[24 + 240];
   if (int64_t(pe) + 24 > file_size) return 0;
-  int64_t got = library_read(file, nt, sizeof nt, pe);
+  int64_t got = read_at(file, start, nt, sizeof nt, pe);
   if (got < 24 || std::memcmp(nt, "PE\0\0", 4) != 0) return 0;
   const uint8_t* optional = nt + 24;
   uint32_t optional_size = load_u16(nt + 20);
@@ -45,14 +60,15 @@ void build_trailer(uint8_t* block, uint32_t base) {
   store_u32(block + 4, base);
 }
 
-LibraryPlace locate_library(os::FileHandle file) {
+LibraryPlace locate_library(os::FileHandle file, const uint8_t* start, size_t start_size) {
   LibraryPlace place;
   int64_t size = os::file_size(file);
   place.file_size = size;
-  uint32_t certificates = certificate_size(file, size, &place.executable);
+  FileStart first{start, start ? start_size : 0};
+  uint32_t certificates = certificate_size(file, first, size, &place.executable);
   int64_t at = size - 512 - int64_t(certificates);
   uint8_t trailer[8];
-  if (at >= 0 && library_read(file, trailer, 8, uint64_t(at)) == 8 && has_magic(trailer, "TRL*")) {
+  if (at >= 0 && read_at(file, first, trailer, 8, uint64_t(at)) == 8 && has_magic(trailer, "TRL*")) {
     place.has_trailer = true;
     place.trailer_offset = uint32_t(at);
     place.base = load_u32(trailer + 4);

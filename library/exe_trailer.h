@@ -17,6 +17,7 @@
 
 #include "platform/platform.h"
 
+#include <cstddef>
 #include <cstdint>
 
 namespace ko {
@@ -29,7 +30,9 @@ struct LibraryPlace {
   int64_t file_size = 0;
 };
 
-LibraryPlace locate_library(os::FileHandle file);
+// `start` may hold the file's first `start_size` bytes, already read: what
+// they cover is not read again.
+LibraryPlace locate_library(os::FileHandle file, const uint8_t* start = nullptr, size_t start_size = 0);
 // The base used for an executable without a trailer (0 unless set).
 uint32_t default_base_offset();
 void build_trailer(uint8_t* block, uint32_t base);

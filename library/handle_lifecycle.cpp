@@ -16,6 +16,10 @@ namespace {
 
 constexpr uint32_t kDefaultWriteBuffer = 16384;
 
+// The handle, its header buffer and its first tables come in one allocation
+// of the block heap's small sizes (up to 8 KB).
+static_assert(sizeof(LmiLibrary) <= 8192, "a handle stays one small block");
+
 // "RepairEmptyBlock" in the ko section of ko.ini, read once per process.
 int repair_empty_block() {
   static const int value = os::private_profile_int(u"ko", u"RepairEmptyBlock", 1);
@@ -60,12 +64,14 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
   KOCHAR resolved[1024];
   resolve_path(path, resolved, 1024);
   lib->file = os::file_open(resolved, mode == 1 ? os::kFileRead : os::kFileRead | os::kFileWrite);
-  lib->header = pool.alloc_array<uint8_t>(kHeaderBufferSize);
-  if (lib->file == os::kInvalidFile || !lib->header) {
+  if (lib->file == os::kInvalidFile) {
     destroy(lib);
     return nullptr;
   }
-  LibraryPlace place = locate_library(lib->file);
+  // The file's first bytes serve both the search for an executable's trailer
+  // and, for a library standing alone, as the header buffer itself.
+  int64_t got = library_read(lib->file, lib->header, kHeaderBufferSize, 0);
+  LibraryPlace place = locate_library(lib->file, lib->header, got < 0 ? 0 : size_t(got));
   lib->base = place.base;
   lib->in_executable = place.executable && place.has_trailer;
   int64_t file_size = place.file_size;
@@ -76,7 +82,7 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
 
   // One read covers the header, the first bitmap block and either size of
   // root node; a file with 1024-byte nodes may end before the whole buffer.
-  int64_t got = library_read(lib->file, lib->header, kHeaderBufferSize, lib->base);
+  if (lib->base != 0 || lib->in_executable) got = library_read(lib->file, lib->header, kHeaderBufferSize, lib->base);
   if (got < int64_t(kFirstReadSize) || !header_names_product(lib->header)) {
     destroy(lib);
     return nullptr;

@@ -2,7 +2,8 @@
  * library_handle.h: what an open library is made of (the LMI_HANDLE).
  *
  * A handle owns the file, a 4608-byte buffer holding the header, the first
- * bitmap block and the root node, the bitmap chain, the nodes it has read, the
+ * bitmap block and the root node (inside the handle's own block, so opening
+ * allocates once for both), the bitmap chain, the nodes it has read, the
  * data write buffer and reader, and the state of the one entry that may be
  * open. All of it lives in one sub-pool of the caller's context.
  *
@@ -60,7 +61,7 @@ struct LmiLibrary {
   uint32_t base = 0;
   int mode = 0;
   bool in_executable = false;
-  uint8_t* header = nullptr;  // kHeaderBufferSize bytes
+  alignas(8) uint8_t header[ko::kHeaderBufferSize];  // in the handle's own block
   ko::NodeGeometry geometry{};
   ko::BitmapChain bitmap;
   ko::NodeCache nodes;
@@ -69,9 +70,10 @@ struct LmiLibrary {
   ko::DataReader reader;
   ko::ReleaseList releases;
   ko::OpenEntry entry;
-  ko::CachedNode** path = nullptr;  // the nodes of the last search, root first
+  ko::CachedNode* short_path[32];
+  ko::CachedNode** path = short_path;  // the nodes of the last search, root first
   uint32_t path_depth = 0;
-  uint32_t path_capacity = 0;
+  uint32_t path_capacity = 32;
   KOCHAR comment[LMI_MAX_COMMENT + 1];
   LmiLibrary* next_open = nullptr;  // the process's open handles
   KOCHAR* file_name = nullptr;

@@ -34,8 +34,8 @@ bool NameIndex::find(const KOCHAR* name, size_t units, uint64_t changes, EntryRe
 }
 
 bool NameIndex::grow(uint64_t changes) {
-  uint32_t bigger = size_ ? size_ * 2 : 256;
-  Slot* fresh = pool_.alloc_array<Slot>(bigger);
+  uint32_t bigger = size_ ? size_ * 2 : kFirstSize;
+  Slot* fresh = size_ ? pool_.alloc_array<Slot>(bigger) : first_slots_;
   if (!fresh) return false;
   std::memset(fresh, 0, sizeof(Slot) * bigger);
   Slot* old = slots_;
@@ -48,7 +48,7 @@ bool NameIndex::grow(uint64_t changes) {
     while (slots_[j].changes == changes) j = (j + 1) & (size_ - 1);
     slots_[j] = old[i];
   }
-  pool_.free(old);
+  if (old != first_slots_) pool_.free(old);
   return true;
 }
 

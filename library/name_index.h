@@ -43,6 +43,10 @@ class NameIndex {
   bool grow(uint64_t changes);
 
   PoolRef pool_;
+  // The first slots live here: a handle that finds a few names allocates
+  // nothing for them.
+  static constexpr uint32_t kFirstSize = 32;
+  Slot first_slots_[kFirstSize];
   Slot* slots_ = nullptr;
   uint32_t size_ = 0;     // a power of two, or 0
   uint32_t count_ = 0;    // live slots under `count_changes_`

@@ -24,10 +24,20 @@ void NodeCache::attach(const PoolRef& pool, os::FileHandle file, uint32_t base, 
   file_ = file;
   base_ = base;
   geometry_ = g;
-  table_size_ = 64;
-  table_ = pool_.alloc_array<CachedNode*>(table_size_);
-  if (table_) std::memset(table_, 0, sizeof(CachedNode*) * table_size_);
-  root_ = table_ ? insert(base + kRootOffset, root) : nullptr;
+  table_size_ = kFirstTableSize;
+  table_ = first_table_;
+  std::memset(table_, 0, sizeof first_table_);
+  root_node_.bytes = root;
+  root_ = insert(&root_node_, base + kRootOffset);
+}
+
+CachedNode* NodeCache::new_node() {
+  // The node's bytes follow its bookkeeping in the same block.
+  void* block = pool_.alloc(sizeof(CachedNode) + geometry_.node_size);
+  if (!block) return nullptr;
+  CachedNode* node = static_cast<CachedNode*>(block);
+  node->bytes = reinterpret_cast<uint8_t*>(node + 1);
+  return node;
 }
 
 CachedNode** NodeCache::slot(uint32_t offset) {
@@ -48,15 +58,16 @@ bool NodeCache::grow() {
   for (uint32_t i = 0; i < old_size; ++i) {
     if (old[i]) *slot(old[i]->offset) = old[i];
   }
-  pool_.free(old);
+  if (old != first_table_) pool_.free(old);
   return true;
 }
 
-CachedNode* NodeCache::insert(uint32_t offset, uint8_t* bytes) {
-  if ((count_ + 1) * 2 > table_size_ && !grow()) return nullptr;
-  CachedNode* node = pool_.alloc_array<CachedNode>(1);
-  if (!node) return nullptr;
-  *node = {offset, bytes, node_used(bytes, geometry_), 0, true, false, nullptr, nullptr, 0, false};
+CachedNode* NodeCache::insert(CachedNode* node, uint32_t offset) {
+  if ((count_ + 1) * 2 > table_size_ && !grow()) {
+    if (node != &root_node_) pool_.free(node);
+    return nullptr;
+  }
+  *node = {offset, node->bytes, node_used(node->bytes, geometry_), 0, true, false, nullptr, nullptr, 0, false};
   *slot(offset) = node;
   ++count_;
   return node;
@@ -64,7 +75,6 @@ CachedNode* NodeCache::insert(uint32_t offset, uint8_t* bytes) {
 
 CachedNode* NodeCache::get(uint32_t offset, int32_t* rc) {
   *rc = -3;
-  if (!table_) return nullptr;
   CachedNode* found = *slot(offset);
   if (found) {
     *rc = 0;
@@ -73,22 +83,23 @@ CachedNode* NodeCache::get(uint32_t offset, int32_t* rc) {
   if (offset < base_ + kHeaderBufferSize - 3072 || (offset - base_) % 512 ||
       int64_t(offset) + geometry_.node_size > file_size_)
     return nullptr;
-  uint8_t* bytes = pool_.alloc_array<uint8_t>(geometry_.node_size);
-  if (!bytes) return nullptr;
-  if (library_read_exact(file_, bytes, geometry_.node_size, offset) != 0 || !node_is_sound(bytes, geometry_)) {
-    pool_.free(bytes);
+  CachedNode* node = new_node();
+  if (!node) return nullptr;
+  if (library_read_exact(file_, node->bytes, geometry_.node_size, offset) != 0 ||
+      !node_is_sound(node->bytes, geometry_)) {
+    pool_.free(node);
     return nullptr;
   }
-  CachedNode* node = insert(offset, bytes);
+  node = insert(node, offset);
   if (node) *rc = 0;
   return node;
 }
 
 CachedNode* NodeCache::create(uint32_t offset, uint32_t parent) {
-  uint8_t* bytes = pool_.alloc_array<uint8_t>(geometry_.node_size);
-  if (!bytes) return nullptr;
-  init_node(bytes, geometry_, parent);
-  CachedNode* node = insert(offset, bytes);
+  CachedNode* node = new_node();
+  if (!node) return nullptr;
+  init_node(node->bytes, geometry_, parent);
+  node = insert(node, offset);
   if (!node) return nullptr;
   node->fresh = true;
   node->clean_used = 0;
@@ -121,23 +132,20 @@ void NodeCache::forget(CachedNode* node) {
     *slot(moving->offset) = moving;
   }
   pool_.free(node->keys);
-  pool_.free(node->key_records);
   node->keys = nullptr;
   node->key_records = nullptr;
   node->keys_valid = false;
-  if (node != root_) {
-    pool_.free(node->bytes);
-    pool_.free(node);
-  }
+  if (node != root_) pool_.free(node);
 }
 
 bool NodeCache::ready_keys(CachedNode* node) {
   if (node->keys_valid) return true;
   constexpr uint32_t kMost = 3040 / 30 + 1;  // the smallest record is 30 bytes
   if (!node->keys) {
-    node->keys = pool_.alloc_array<uint32_t>(kMost);
-    node->key_records = pool_.alloc_array<uint16_t>(kMost);
-    if (!node->keys || !node->key_records) return false;
+    // Keys and record offsets share one block.
+    node->keys = static_cast<uint32_t*>(pool_.alloc(kMost * (sizeof(uint32_t) + sizeof(uint16_t))));
+    if (!node->keys) return false;
+    node->key_records = reinterpret_cast<uint16_t*>(node->keys + kMost);
   }
   node->key_count = 0;
   uint32_t pos = 0;

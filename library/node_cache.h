@@ -66,7 +66,10 @@ class NodeCache {
   uint64_t changes() const { return changes_; }
 
  private:
-  CachedNode* insert(uint32_t offset, uint8_t* bytes);
+  // A node block with room for the node's bytes; insert fills the rest.
+  CachedNode* new_node();
+  // Enters a node whose bytes are set; frees it and gives null without memory.
+  CachedNode* insert(CachedNode* node, uint32_t offset);
   CachedNode** slot(uint32_t offset);
   bool grow();
 
@@ -75,8 +78,13 @@ class NodeCache {
   uint32_t base_ = 0;
   NodeGeometry geometry_{};
   int64_t file_size_ = 0;
+  CachedNode root_node_{};  // its bytes are the handle's header buffer's
   CachedNode* root_ = nullptr;
-  CachedNode** table_ = nullptr;  // open addressing by offset
+  // Open addressing by offset; the first table lives here, so that a handle
+  // reading a few entries allocates nothing for it.
+  static constexpr uint32_t kFirstTableSize = 64;
+  CachedNode* first_table_[kFirstTableSize];
+  CachedNode** table_ = nullptr;
   uint32_t table_size_ = 0;
   uint32_t count_ = 0;
   uint32_t dirty_ = 0;

@@ -3,8 +3,8 @@
  *
  * Load: the process-wide critical section, the OS version, then every
  * registered subsystem's initialiser in ascending order (registration order
- * among equals). Unload: the teardowns in the reverse order, then the
- * critical section goes. A constructor/destructor pair here (this file is in
+ * among equals). Unload: the teardowns in the reverse order, the image
+ * browser's window class, then the critical section. A constructor/destructor pair here (this file is in
  * every program that links the platform folder) runs the sequence; the
  * Windows DLL's DllMain calls it as well, which is harmless: both steps run
  * once.
@@ -53,6 +53,7 @@ void library_load() {
 void library_unload() {
   if (!g_loaded.exchange(false)) return;
   run_teardowns_from(g_subsystems);
+  os::unregister_window_class(u"SHIMAGEBROWSER80");
   os::process_lock_destroy();
 }
 

@@ -170,6 +170,9 @@ int ask_user(const KOCHAR* text, const KOCHAR* caption, unsigned style);
 // The handler the host installed with koshr_set_prompt_handler; null when none.
 KOSHR_PROMPT_HANDLER prompt_handler();
 void beep(unsigned type);
+// Unregisters a window class of the library's own module (UnregisterClassW).
+// POSIX has no window classes, so nothing happens there.
+void unregister_window_class(const KOCHAR* name);
 [[noreturn]] void fatal_exit(const KOCHAR* message);
 
 // ---------------------------------------------------------------- clipboard

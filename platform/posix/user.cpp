@@ -19,6 +19,8 @@ int ask_user(const KOCHAR* text, const KOCHAR* caption, unsigned style) {
 
 void beep(unsigned type) {}
 
+void unregister_window_class(const KOCHAR* name) {}
+
 void fatal_exit(const KOCHAR* message) {
   std::string text;
   try {

@@ -41,14 +41,16 @@ void module_free(ModuleHandle module) {
 
 const KOCHAR* module_suffix() { return u".dll"; }
 
-size_t own_module_path(KOCHAR* out, size_t capacity) {
+HMODULE own_module() {
   HMODULE self = nullptr;
-  if (!GetModuleHandleExW(
-          GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
-          reinterpret_cast<LPCWSTR>(&own_module_path), &self)) {
-    return 0;
-  }
-  return module_path(self, out, capacity);
+  GetModuleHandleExW(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT,
+                     reinterpret_cast<LPCWSTR>(&own_module), &self);
+  return self;
+}
+
+size_t own_module_path(KOCHAR* out, size_t capacity) {
+  HMODULE self = own_module();
+  return self != nullptr ? module_path(self, out, capacity) : 0;
 }
 
 size_t executable_path(KOCHAR* out, size_t capacity) { return module_path(nullptr, out, capacity); }

@@ -23,6 +23,10 @@ int ask_user(const KOCHAR* text, const KOCHAR* caption, unsigned style) {
 
 void beep(unsigned type) { MessageBeep(type); }
 
+void unregister_window_class(const KOCHAR* name) {
+  if (HMODULE self = own_module()) UnregisterClassW(wide(name), self);
+}
+
 // The message also goes to stderr, where a console host (or a test) reads it.
 void fatal_exit(const KOCHAR* message) {
   const KOCHAR* text = message != nullptr ? message : u"";

@@ -60,17 +60,14 @@ TEST_F(ConnectionTest, LogInLoadsTheDriverAndCallsIt) {
   EXPECT_EQ(std::tuple(calls[0].operation, narrow(calls[0].text)),
             std::tuple(DBI_OP_LOGIN, "user|server|secret"));
   EXPECT_NE(context->sql_cache, nullptr);
-}
-
-TEST_F(ConnectionTest, SwitchDefaultsAndTheThreadSafeFlag) {
-  EXPECT_EQ(log_in(nullptr)->commit_on_disconnect, 0) << "without parameters";
-  EXPECT_EQ(log_in(u"Other=1")->commit_on_disconnect, 1);
-  EXPECT_EQ(log_in(u"Other=1")->use_context_object, 0);
+  // The switches' defaults: with no parameters at all, commit on disconnect is off.
+  EXPECT_EQ(log_in(nullptr)->commit_on_disconnect, 0);
+  const DbiContext* other = log_in(u"Other=1");
+  EXPECT_EQ(std::tuple(other->commit_on_disconnect, other->use_context_object), std::tuple(1, 0));
   log_in(u"ThreadSafe='no'");
   log_in(u"ThreadSafe=1");
   int32_t flag = 0;
-  EXPECT_EQ(DBI_ThreadSafeEnabled(&flag), 1);
-  EXPECT_EQ(flag, 1);
+  EXPECT_EQ(std::tuple(DBI_ThreadSafeEnabled(&flag), flag), std::tuple(1, 1));
 }
 
 TEST_F(ConnectionTest, MissingDriversGiveTheWrongVendorMessage) {
@@ -202,7 +199,7 @@ TEST_F(ConnectionTest, TransactionServerProbeDecidesTheLogIn) {
   driver.reset();
 }
 
-TEST(DriverLoading, OwnFolderFlagLoadsAndFreesOnRequest) {
+TEST(DriverLoading, OwnFolderFlagLoadsAndFreesOnRequestUnlessUnderTheTransactionServer) {
   uint32_t flags = DBI_LOAD_OWN_FOLDER;
   const std::u16string file = u"koTST" + std::u16string(ko::os::module_suffix());
   void* module = DBI_LoadDBInterface(file.c_str(), &flags);
@@ -214,16 +211,12 @@ TEST(DriverLoading, OwnFolderFlagLoadsAndFreesOnRequest) {
   EXPECT_NE(DBI_LoadDBInterface(file.c_str(), &none), nullptr);
   EXPECT_EQ(DBI_LoadDBInterface(u"koMissing.dll", &none), nullptr);
   EXPECT_EQ(DBI_LoadDBInterface(nullptr, &none), nullptr);
-}
-
-TEST(DriverLoading, TransactionServerClearsTheOwnFolderFlag) {
   const ko::dbi::RuntimeServices runtime = dbi_test::ServerRuntime::services();
   ko::dbi::set_runtime_services(&runtime);
-  uint32_t flags = DBI_LOAD_OWN_FOLDER | 1u;
-  const std::u16string file = u"koTST" + std::u16string(ko::os::module_suffix());
+  flags = DBI_LOAD_OWN_FOLDER | 1u;
   EXPECT_NE(DBI_LoadDBInterface(file.c_str(), &flags), nullptr);
   ko::dbi::set_runtime_services(nullptr);
-  EXPECT_EQ(flags, 1u);
+  EXPECT_EQ(flags, 1u) << "the transaction server clears the own-folder flag";
 }
 
 TEST(VendorRegistry, RegistersAndRemovesVendors) {
@@ -244,10 +237,6 @@ TEST(VendorRegistry, RegistersAndRemovesVendors) {
   EXPECT_FALSE(ko::os::registry_get_string(ko::os::Hive::kLocalMachine, key, u"KoshrTestVendor",
                                            value, 64));
 }
-
-}  // namespace
-
-namespace {
 
 TEST(NullArguments, EveryEntryPointReturnsZeroWithoutTouchingMemory) {
   DbiContext* context = reinterpret_cast<DbiContext*>(&context);

@@ -1,9 +1,7 @@
-/*
- * dbi_test_support.h: what the database-interface tests share: a storage
- * context, a bare connection context for the parts that need no driver, the
- * test driver's recording interface and a runtime whose transaction-server
- * answers a test sets.
- */
+// dbi_test_support.h: what the database-interface tests share: a storage
+// context, a bare connection context for the parts that need no driver, the
+// test driver's recording interface and a runtime whose transaction-server
+// answers a test sets.
 #ifndef KOSHR_TESTS_DBI_SUPPORT_H
 #define KOSHR_TESTS_DBI_SUPPORT_H
 
@@ -29,8 +27,6 @@ inline std::string narrow(const KOCHAR* text) {
   return out;
 }
 
-inline std::u16string wide(const std::string& text) { return std::u16string(text.begin(), text.end()); }
-
 // The test driver of a loaded module, read through its exported functions.
 class Driver {
  public:
@@ -48,18 +44,14 @@ class Driver {
                                                       static_cast<uint32_t>(values.size() / per_row));
   }
   std::vector<TestDriverCall> calls() const {
-    std::vector<TestDriverCall> out;
-    const int32_t count = function<TestDriverCallCount>("TestDriver_CallCount")();
-    for (int32_t i = 0; i < count; ++i) {
-      TestDriverCall call{};
-      function<TestDriverGetCall>("TestDriver_GetCall")(i, &call);
-      out.push_back(call);
-    }
-    return out;
+    int32_t count = 0;
+    const TestDriverCall* first = function<TestDriverCalls>("TestDriver_Calls")(&count);
+    return std::vector<TestDriverCall>(first, first + count);
   }
   std::vector<int32_t> operations() const {
-    std::vector<int32_t> out;
-    for (const auto& call : calls()) out.push_back(call.operation);
+    const std::vector<TestDriverCall> all = calls();
+    std::vector<int32_t> out(all.size());
+    for (size_t i = 0; i < all.size(); ++i) out[i] = all[i].operation;
     return out;
   }
 

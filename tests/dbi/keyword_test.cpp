@@ -23,16 +23,17 @@ TEST(KeywordCompare, WordRuleAtAPosition) {
 }
 
 TEST(KeywordCompare, PrefixComparisonRestoresTheText) {
-  KOCHAR text[] = u"  Select a";
-  EXPECT_EQ(DBI_DoCompareFirst(text, u"select"), 0);
-  EXPECT_EQ(DBI_DoCompareFirstWithSkip(text, u"SELECT"), 1);
-  EXPECT_EQ(narrow(text), "  Select a");
-  KOCHAR glued[] = u"selecta";
-  EXPECT_EQ(DBI_DoCompareFirst(glued, u"select"), 0);
-  KOCHAR shorter[] = u"sel";
-  EXPECT_EQ(DBI_DoCompareFirst(shorter, u"select"), 0);
-  KOCHAR exact[] = u"select";
-  EXPECT_EQ(DBI_DoCompareFirst(exact, u"select"), 1);
+  const struct {
+    std::u16string text;
+    int32_t first, with_skip;
+  } cases[] = {{u"  Select a", 0, 1}, {u"selecta", 0, 0}, {u"sel", 0, 0}, {u"select", 1, 1}};
+  for (const auto& c : cases) {
+    std::u16string text = c.text;
+    SCOPED_TRACE(narrow(c.text.c_str()));
+    EXPECT_EQ(DBI_DoCompareFirst(text.data(), u"select"), c.first);
+    EXPECT_EQ(DBI_DoCompareFirstWithSkip(text.data(), u"SELECT"), c.with_skip);
+    EXPECT_EQ(text, c.text);
+  }
 }
 
 class ScanTest : public dbi_test::StorageTest {};

@@ -68,7 +68,7 @@ TEST_F(StatementCacheTest, ReturningEntriesEvictsTheLeastRecentlyReturned) {
   for (const auto& c : cases) {
     DbiContext* context = connected(c.parameters);
     for (intptr_t statement : {1, 2, 3}) {
-      const std::u16string sql = u"select " + dbi_test::wide(std::to_string(statement));
+      const std::u16string sql = u"select " + std::u16string(1, char16_t(u'0' + statement));
       DBI_SQLCacheMakeSQLStatementAvailable(context, entry(context, sql.c_str(), statement), context->sql_cache);
     }
     EXPECT_EQ(waiting(context->sql_cache), c.waiting) << narrow(c.parameters);

@@ -65,7 +65,9 @@ TEST_F(CorruptTest, DamageGivesCodesAndFindings) {
     if (h) {
       int32_t rc;
       get(h, "a.srd", &rc);
-      if (c.read_rc) EXPECT_EQ(rc, c.read_rc) << c.what;
+      if (c.read_rc) {
+        EXPECT_EQ(rc, c.read_rc) << c.what;
+      }
       LMI_LIST_ITEM* items = nullptr;
       int32_t count = LMI_ListEntriesExtended(h, pool_, &items);
       kostg_fee(pool_, items);

@@ -14,7 +14,9 @@ class EntryOpsTest : public LibraryTest {
     ASSERT_NE(lib_, nullptr);
   }
   void TearDown() override {
-    if (lib_) EXPECT_EQ(LMI_CloseLibrary(lib_), 0);
+    if (lib_) {
+      EXPECT_EQ(LMI_CloseLibrary(lib_), 0);
+    }
     expect_sound(lib_path_);
     LibraryTest::TearDown();
   }

@@ -117,7 +117,9 @@ TEST_F(ExportTest, ChunkQuirksAreKept) {
     ASSERT_EQ(got.size() % 1996, 0u) << c.size;
     ASSERT_GE(got.size(), c.carried);
     EXPECT_TRUE(std::equal(data.begin(), data.begin() + long(c.carried), got.begin())) << c.size;
-    if (c.carried < c.size) EXPECT_EQ(got[c.carried], 0) << "the dropped byte comes back as zero";
+    if (c.carried < c.size) {
+      EXPECT_EQ(got[c.carried], 0) << "the dropped byte comes back as zero";
+    }
   }
   LMI_CloseLibrary(lib);
   expect_sound(p);

@@ -59,7 +59,9 @@ TEST_F(FormatTest, EntryRecordAndDataBlocks) {
     EXPECT_EQ(u16_at(b, 1536 + 18), 32 + 28);
     EXPECT_EQ(u16_at(b, 1536 + 16), 3040 - 28 - 22);
     uint32_t next = u32_at(b, rec + 12);
-    if (c.size == 0) EXPECT_EQ(next, 0u);
+    if (c.size == 0) {
+      EXPECT_EQ(next, 0u);
+    }
     uint32_t blocks = 0;
     uint16_t used = 0;
     while (next) {

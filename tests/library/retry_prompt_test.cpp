@@ -70,7 +70,9 @@ TEST_F(RetryPromptTest, QuestionsAndAnswers) {
     int32_t got;
     Bytes back = get(h, "a.srd", &got);
     EXPECT_EQ(got, c.rc == 0 ? 0 : -12);
-    if (c.rc == 0) EXPECT_EQ(back, pattern(100, 1));
+    if (c.rc == 0) {
+      EXPECT_EQ(back, pattern(100, 1));
+    }
     LMI_CloseLibrary(h);
     for (auto& f : check(p)) EXPECT_EQ(f.first, LMI_CHECK_LEAKED) << f.second;
   }

@@ -1,6 +1,4 @@
-/*
- * export_table.cpp: the shared save-as test helpers (see export_table.h).
- */
+// export_table.cpp: the shared save-as test helpers (see export_table.h).
 #include "saveas/export_table.h"
 
 #include <array>
@@ -9,7 +7,6 @@
 #include <fstream>
 #include <iterator>
 #include <random>
-#include <sstream>
 
 #include "platform/platform.h"
 
@@ -17,23 +14,13 @@ namespace saveas_test {
 
 KODATETIME date_time(int year, int month, int day, int hour, int minute, int second,
                      uint32_t microsecond) {
-  KODATETIME value{};
-  value.subsecond = microsecond;
-  value.year = uint16_t(year - 1900);
-  value.month = uint8_t(month - 1);
-  value.day = uint8_t(day);
-  value.hour = uint8_t(hour);
-  value.minute = uint8_t(minute);
-  value.second = uint8_t(second);
-  return value;
+  return KODATETIME{microsecond, uint16_t(year - 1900), uint8_t(month - 1), uint8_t(day),
+                    uint8_t(hour),  uint8_t(minute),      uint8_t(second),    0};
 }
 
 KODECIMAL decimal(int64_t units, uint8_t scale) {
-  KODECIMAL value{};
-  value.scale = scale;
-  value.sign = units < 0 ? KODECIMAL_NEGATIVE : 0;
-  value.lo64 = units < 0 ? uint64_t(-units) : uint64_t(units);
-  return value;
+  return KODECIMAL{0, scale, uint8_t(units < 0 ? KODECIMAL_NEGATIVE : 0), 0,
+                   units < 0 ? uint64_t(-units) : uint64_t(units)};
 }
 
 void SaveTest::SetUp() {
@@ -143,32 +130,6 @@ bool have_program(const char* name) {
   run_command(std::string("command -v ") + name + " >/dev/null 2>&1", &status);
   return status == 0;
 #endif
-}
-
-std::string utf8(const std::u16string& text) {
-  std::string out;
-  for (size_t i = 0; i < text.size(); ++i) {
-    uint32_t c = text[i];
-    if (c >= 0xD800 && c < 0xDC00 && i + 1 < text.size()) {
-      c = 0x10000 + ((c - 0xD800) << 10) + (text[++i] - 0xDC00u);
-    }
-    if (c < 0x80) {
-      out += char(c);
-    } else if (c < 0x800) {
-      out += char(0xC0 | (c >> 6));
-      out += char(0x80 | (c & 0x3F));
-    } else if (c < 0x10000) {
-      out += char(0xE0 | (c >> 12));
-      out += char(0x80 | ((c >> 6) & 0x3F));
-      out += char(0x80 | (c & 0x3F));
-    } else {
-      out += char(0xF0 | (c >> 18));
-      out += char(0x80 | ((c >> 12) & 0x3F));
-      out += char(0x80 | ((c >> 6) & 0x3F));
-      out += char(0x80 | (c & 0x3F));
-    }
-  }
-  return out;
 }
 
 std::filesystem::path golden(const std::string& name) {

@@ -1,8 +1,6 @@
-/*
- * export_table.h: what the save-as tests share: a pool for each test, a
- * scratch folder, a table of typed values driven through any exporter, and
- * the helpers that hand output files to the programs that read them.
- */
+// export_table.h: what the save-as tests share: a pool for each test, a
+// scratch folder, a table of typed values driven through any exporter, and
+// the helpers that hand output files to the programs that read them.
 #ifndef KOSHR_TESTS_SAVEAS_EXPORT_TABLE_H
 #define KOSHR_TESTS_SAVEAS_EXPORT_TABLE_H
 
@@ -14,6 +12,8 @@
 #include <string>
 #include <variant>
 #include <vector>
+
+#include "utf.h"
 
 namespace saveas_test {
 
@@ -68,7 +68,8 @@ void write_bytes(const std::filesystem::path& file, const std::string& bytes);
 // Runs a shell command; its standard output, and its exit status in *status.
 std::string run_command(const std::string& command, int* status);
 bool have_program(const char* name);
-std::string utf8(const std::u16string& text);
+// UTF-8 through the tool's conversion, itself checked in tool_plumbing_test.
+inline std::string utf8(std::u16string_view text) { return koshr_tool::utf16_to_utf8(text); }
 // The file of a golden output in tests/data/saveas/.
 std::filesystem::path golden(const std::string& name);
 // Compares with a golden file; KOSHR_UPDATE_GOLDEN=1 rewrites it instead.

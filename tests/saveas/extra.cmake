@@ -3,6 +3,7 @@
 # and run the tool itself when it is built.
 target_sources(${test_target} PRIVATE
   ${PROJECT_SOURCE_DIR}/tools/koshr/csv_reader.cpp
+  ${PROJECT_SOURCE_DIR}/tools/koshr/decimal_text.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/saveas_columns.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/utf.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/cli.cpp)

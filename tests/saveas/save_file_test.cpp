@@ -1,7 +1,5 @@
-/*
- * save_file_test.cpp: the framework under the exporters: the encodings of the
- * text file, buffer boundaries, the base name, and Begin's refusals.
- */
+// save_file_test.cpp: the framework under the exporters: the encodings of the
+// text file, buffer boundaries, the base name, and Begin's refusals.
 #include "platform/platform.h"
 #include "saveas/export_table.h"
 #include "saveas/save_context.h"
@@ -78,7 +76,6 @@ TEST_F(SaveFileTest, DerivesTheBaseName) {
     const char16_t* file;
     const char16_t* base;
   } cases[] = {
-      {u"t.sql", u"t"},
       {u"C:\\data\\orders.2024.csv", u"orders"},
       {u"/tmp/my data.xml", u"my data"},
       {u"d:name.txt", u"name"},

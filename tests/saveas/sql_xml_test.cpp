@@ -1,8 +1,6 @@
-/*
- * sql_xml_test.cpp: the SQL and XML exporters, judged by sqlite3 (which runs
- * the script and gives the values back) and xmllint (which must accept the
- * document), and their exact text where the readers would not notice.
- */
+// sql_xml_test.cpp: the SQL and XML exporters, judged by sqlite3 (which runs
+// the script and gives the values back) and xmllint (which must accept the
+// document), and their exact text where the readers would not notice.
 #include "saveas/export_table.h"
 
 namespace saveas_test {

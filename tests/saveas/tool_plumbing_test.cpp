@@ -1,14 +1,14 @@
-/*
- * tool_plumbing_test.cpp: what every koshr subcommand shares: the one
- * UTF-8 <-> UTF-16 conversion (repair of malformed input, round trip of any
- * text) and the splitting of a command line into options and positionals.
- */
+// tool_plumbing_test.cpp: what every koshr subcommand shares: the one
+// UTF-8 <-> UTF-16 conversion (repair of malformed input, round trip of any
+// text), the splitting of a command line into options and positionals, and
+// the reading of typed decimals.
 #include <gtest/gtest.h>
 
 #include <string>
 #include <vector>
 
 #include "cli.h"
+#include "decimal_text.h"
 #include "utf.h"
 
 namespace {
@@ -78,6 +78,38 @@ TEST(ToolArgumentsTest, SplitsOptionsFromPositionals) {
     EXPECT_EQ(value, c.value);
     EXPECT_EQ(flag, c.flag);
     EXPECT_EQ(why, c.why);
+  }
+}
+
+TEST(ToolDecimalTest, ReadsSignDigitsAndScale) {
+  struct Case {
+    const char* text;
+    uint8_t sign, scale;
+    uint64_t lo64;
+    uint32_t hi32;
+  } cases[] = {
+      {"-1234.5600", KODECIMAL_NEGATIVE, 4, 12345600, 0},
+      {"+7", 0, 0, 7, 0},
+      {".5", 0, 1, 5, 0},
+      {"12.", 0, 0, 12, 0},
+      {"0000000000000000000000000000000001", 0, 0, 1, 0},  // leading zeros are not digits kept
+      {"9999999999999999999999999999", 0, 0, 0x3E2502610FFFFFFFull, 0x204FCE5E},
+      {"0.0000000000000000000000000001", 0, 28, 1, 0},
+  };
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.text);
+    KODECIMAL value;
+    ASSERT_TRUE(koshr_tool::read_decimal(c.text, value));
+    EXPECT_EQ(value.sign, c.sign);
+    EXPECT_EQ(value.scale, c.scale);
+    EXPECT_EQ(value.lo64, c.lo64);
+    EXPECT_EQ(value.hi32, c.hi32);
+  }
+  // 29 significant digits, 29 after the point, no digits, odd characters.
+  for (const char* text : {"99999999999999999999999999999", "0.00000000000000000000000000001",
+                           "", "-", ".", "1.2.3", "1e5", " 1"}) {
+    KODECIMAL value;
+    EXPECT_FALSE(koshr_tool::read_decimal(text, value)) << text;
   }
 }
 

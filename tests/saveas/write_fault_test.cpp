@@ -1,13 +1,8 @@
-/*
- * write_fault_test.cpp: every exporter under a failing disk. For each write
- * call of a clean run, the same export is repeated with the disk failing at
- * that call: the step that made the call must be the one refused (Begin
- * returning none, AddColumn or WriteValue returning 0, or End returning 0),
- * and the export must still release its file.
- */
-#include <functional>
-#include <memory>
-
+// write_fault_test.cpp: every exporter under a failing disk. For each write
+// call of a clean run, the same export is repeated with the disk failing at
+// that call: the step that made the call must be the one refused (Begin
+// returning none, AddColumn or WriteValue returning 0, or End returning 0),
+// and the export must still release its file.
 #include "platform/platform.h"
 #include "saveas/export_table.h"
 #include "saveas/save_context.h"
@@ -57,54 +52,46 @@ Table mixed_table() {
   return table;
 }
 
-struct Writer {
-  const char* name;
-  std::function<std::unique_ptr<IKO_SaveFileType, void (*)(IKO_SaveFileType*)>()> make;
-};
-
-template <class T>
-std::unique_ptr<IKO_SaveFileType, void (*)(IKO_SaveFileType*)> make_writer() {
-  return {new T, [](IKO_SaveFileType* w) { delete static_cast<T*>(w); }};
-}
-
 TEST_F(WriteFaultTest, EachWriterStopsAtTheFailingWriteAndReleasesItsFile) {
-  const Writer writers[] = {
-      {"csv", make_writer<CKO_SaveCsv>},   {"text", make_writer<CKO_SaveText>},
-      {"sylk", make_writer<CKO_SaveSylk>}, {"dif", make_writer<CKO_SaveDif>},
-      {"sql", make_writer<CKO_SaveSql>},   {"xml", make_writer<CKO_SaveXml>},
-      {"dbf", make_writer<CKO_SaveDbase3>}, {"wk1", make_writer<CKO_SaveWk>},
+  CKO_SaveCsv csv;
+  CKO_SaveText text;
+  CKO_SaveSylk sylk;
+  CKO_SaveDif dif;
+  CKO_SaveSql sql;
+  CKO_SaveXml xml;
+  CKO_SaveDbase3 dbf;
+  CKO_SaveWk wk1;
+  const std::pair<const char*, IKO_SaveFileType*> writers[] = {
+      {"csv", &csv}, {"text", &text}, {"sylk", &sylk}, {"dif", &dif},
+      {"sql", &sql}, {"xml", &xml},   {"dbf", &dbf},   {"wk1", &wk1},
   };
   const Table table = mixed_table();
   // A tiny buffer makes nearly every piece its own write call.
   ko::save_set_buffer_size(8);
-  for (const Writer& w : writers) {
+  for (auto [name, writer] : writers) {
     for (uint32_t flags : {0u, uint32_t(KOSAVE_COLUMN_NAMES)}) {
-      auto writer = w.make();
-      std::filesystem::path file = path(std::string("fault.") + w.name);
+      std::filesystem::path file = path(std::string("fault.") + name);
       ko::os::clear_write_fault();
       ExportResult clean = run(*writer, file, table, flags);
-      ASSERT_EQ(clean.failed_step, -1) << w.name;
-      ASSERT_EQ(clean.end_result, 1) << w.name;
+      ASSERT_EQ(clean.failed_step, -1) << name;
+      ASSERT_EQ(clean.end_result, 1) << name;
       uint64_t calls = clean.writes_after_step.back();
-      ASSERT_GT(calls, 10u) << w.name;
+      ASSERT_GT(calls, 10u) << name;
       size_t descriptors = open_descriptors();
       for (auto kind : {ko::os::WriteFaultKind::kFail, ko::os::WriteFaultKind::kShort}) {
         for (uint64_t k = 0; k < calls; ++k) {
-          ko::os::WriteFault fault;
-          fault.kind = kind;
-          fault.after_calls = k;
-          ko::os::set_write_fault(fault);
+          ko::os::set_write_fault({kind, k});
           ExportResult faulty = run(*writer, file, table, flags);
           ko::os::clear_write_fault();
           // The step whose write calls took the count past k is the one refused.
           size_t step = 0;
           while (clean.writes_after_step[step] <= k) ++step;
           int expected_step = step + 1 == clean.writes_after_step.size() ? -1 : int(step);
-          EXPECT_EQ(faulty.failed_step, expected_step) << w.name << " failing call " << k;
+          EXPECT_EQ(faulty.failed_step, expected_step) << name << " failing call " << k;
           if (expected_step == -1) {
-            EXPECT_EQ(faulty.end_result, 0) << w.name << " call " << k;
+            EXPECT_EQ(faulty.end_result, 0) << name << " call " << k;
           }
-          EXPECT_EQ(open_descriptors(), descriptors) << w.name << " call " << k;
+          EXPECT_EQ(open_descriptors(), descriptors) << name << " call " << k;
         }
       }
     }

@@ -13,6 +13,7 @@
 
 #include "cli.h"
 #include "command.h"
+#include "decimal_text.h"
 #include "utf.h"
 
 namespace {
@@ -54,35 +55,6 @@ std::string message_of(int code) {
   return koshr_tool::utf16_to_utf8(text);
 }
 
-// "-1234.5600" as a decimal: up to 28 digits, scale from the fraction.
-bool parse_decimal(const std::string& text, KODECIMAL* out) {
-  *out = KODECIMAL{};
-  size_t i = 0;
-  if (i < text.size() && (text[i] == '-' || text[i] == '+')) {
-    if (text[i] == '-') out->sign = KODECIMAL_NEGATIVE;
-    ++i;
-  }
-  unsigned __int128 magnitude = 0;
-  int digits = 0, scale = 0;
-  bool point = false;
-  for (; i < text.size(); ++i) {
-    char c = text[i];
-    if (c == '.' && !point) {
-      point = true;
-      continue;
-    }
-    if (c < '0' || c > '9' || digits == 28) return false;
-    magnitude = magnitude * 10 + unsigned(c - '0');
-    if (magnitude) ++digits;
-    if (point) ++scale;
-  }
-  if (scale > 28 || (i == 0) || text == "-" || text == "+" || text == ".") return false;
-  out->scale = uint8_t(scale);
-  out->hi32 = uint32_t(magnitude >> 64);
-  out->lo64 = uint64_t(magnitude);
-  return true;
-}
-
 int render(const KOFMTCODE* compiled, ValueType type, const std::string& value,
            const char16_t* culture, std::string* rendered) {
   KOCHAR out[kOutputUnits];
@@ -97,7 +69,7 @@ int render(const KOFMTCODE* compiled, ValueType type, const std::string& value,
     }
     case ValueType::kDecimal: {
       KODECIMAL decimal;
-      if (!parse_decimal(value, &decimal)) {
+      if (!koshr_tool::read_decimal(value, decimal)) {
         return koshr_tool::fail("reading \"" + value + "\"", "not a decimal of at most 28 digits");
       }
       shformatDecimalWeb(compiled, &decimal, out, kOutputUnits, culture);

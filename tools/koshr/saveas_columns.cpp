@@ -4,6 +4,7 @@
  */
 #include "saveas_columns.h"
 
+#include "decimal_text.h"
 #include "utf.h"
 
 #include <cerrno>
@@ -12,7 +13,6 @@
 namespace koshr_tool {
 namespace {
 
-constexpr int kMaxDecimalDigits = 28;
 
 bool digits(const std::string& text, size_t at, size_t count) {
   if (at + count > text.size()) return false;
@@ -88,34 +88,6 @@ bool read_time_only(const std::string& text, KODATETIME& out) {
   return read_time(text, 0, out);
 }
 
-// A plain decimal number ("-12", "3.50"); its scale in *scale.
-bool read_fixed(const std::string& text, KODECIMAL& out, int* scale) {
-  size_t i = 0;
-  bool negative = false;
-  if (i < text.size() && (text[i] == '-' || text[i] == '+')) negative = text[i++] == '-';
-  unsigned __int128 magnitude = 0;
-  int count = 0, decimals = -1;
-  for (; i < text.size(); ++i) {
-    char c = text[i];
-    if (c == '.' && decimals < 0) {
-      decimals = 0;
-      continue;
-    }
-    if (c < '0' || c > '9') return false;
-    if (++count > kMaxDecimalDigits) return false;
-    magnitude = magnitude * 10 + unsigned(c - '0');
-    if (decimals >= 0) ++decimals;
-  }
-  if (count == 0 || decimals == 0) return false;
-  *scale = decimals < 0 ? 0 : decimals;
-  out = KODECIMAL{};
-  out.scale = uint8_t(*scale);
-  out.sign = negative ? KODECIMAL_NEGATIVE : 0;
-  out.lo64 = uint64_t(magnitude);
-  out.hi32 = uint32_t(magnitude >> 64);
-  return true;
-}
-
 bool read_double(const std::string& text, double& out) {
   if (text.empty() || text[0] == ' ' || text.find_first_of("xXnNiI") != std::string::npos) return false;
   char* end = nullptr;
@@ -166,12 +138,11 @@ std::vector<ColumnSpec> infer_columns(const std::vector<std::string>& names,
       KODATETIME when{};
       KODECIMAL decimal{};
       double number;
-      int field_scale = 0;
       datetimes = datetimes && read_datetime(field, when);
       dates = dates && read_date_only(field, when);
       times = times && read_time_only(field, when);
-      if (fixed && read_fixed(field, decimal, &field_scale) && (scale < 0 || scale == field_scale)) {
-        scale = field_scale;
+      if (fixed && read_decimal(field, decimal) && (scale < 0 || scale == decimal.scale)) {
+        scale = decimal.scale;
       } else {
         fixed = false;
       }
@@ -242,16 +213,18 @@ bool convert_field(const ColumnSpec& column, const std::string& field, CellValue
   if (field.empty()) return true;
   out.missing = false;
   if (column.type >= KOSAVE_DATETIME && column.type <= KOSAVE_TIME) {
-    out.text = u"'" + utf8_to_utf16(field) + u"'";
+    out.text.reserve(field.size() + 2);
+    out.text.push_back(u'\'');
+    out.text += utf8_to_utf16(field);
+    out.text.push_back(u'\'');
   }
-  int scale = 0;
   switch (column.type) {
     case KOSAVE_DOUBLE:
       if (read_double(field, out.number)) return true;
       why = "'" + field + "' is not a number";
       return false;
     case KOSAVE_DECIMAL:
-      if (read_fixed(field, out.decimal, &scale)) return true;
+      if (read_decimal(field, out.decimal)) return true;
       why = "'" + field + "' is not a decimal number";
       return false;
     case KOSAVE_DATETIME:

@@ -1,13 +1,11 @@
-/*
- * test_driver.cpp: a database driver for the tests, built as a shared
- * library (koTST; koTRA with the tracing entry name; koNOE with no entry).
- *
- * It records each operation it receives and answers it: log-in, connect and
- * disconnect with the return code the test set, the transaction-server probe
- * and the native handle through the result word, closed statements and
- * assertions by what they carry, and the catalog tables by feeding the rows
- * the test set through the front end's row reader (context->services).
- */
+// test_driver.cpp: a database driver for the tests, built as a shared
+// library (koTST; koTRA with the tracing entry name; koNOE with no entry).
+//
+// It records each operation it receives and answers it: log-in, connect and
+// disconnect with the return code the test set, the transaction-server probe
+// and the native handle through the result word, closed statements and
+// assertions by what they carry, and the catalog tables by feeding the rows
+// the test set through the front end's row reader (context->services).
 #include <string>
 #include <vector>
 
@@ -53,12 +51,6 @@ void append(KOCHAR* out, const KOCHAR* text) {
   out[at] = 0;
 }
 
-void append_number(KOCHAR* out, long long number) {
-  const std::string digits = std::to_string(number);
-  std::u16string wide(digits.begin(), digits.end());
-  append(out, wide.c_str());
-}
-
 void describe_parameters(DbiContext* context, TestDriverCall& call) {
   auto* list = reinterpret_cast<shlistx*>(context->result);
   for (void* item = context->services->list_first(list); item != nullptr;
@@ -67,8 +59,9 @@ void describe_parameters(DbiContext* context, TestDriverCall& call) {
     append(call.text, parm->name);
     append(call.text, u"=");
     append(call.text, parm->text != nullptr ? parm->text : u"(null)");
+    const std::string number = std::to_string(parm->number);
     append(call.text, u"#");
-    append_number(call.text, parm->number);
+    append(call.text, std::u16string(number.begin(), number.end()).c_str());
     append(call.text, u";");
   }
 }
@@ -100,7 +93,6 @@ ShHashTable* catalog_table(DbiContext* context, int32_t catalog) {
   TestDriverCall call{};
   call.operation = context->operation;
   call.sub_operation = context->sub_operation;
-  call.result_in = context->result;
   call.edit_record = context->edit_record;
   for (const Answer& answer : g_answers) {
     if (answer.operation != context->operation) continue;
@@ -165,12 +157,9 @@ TEST_DRIVER_EXPORT void TestDriver_Reset(void) {
   g_rows.clear();
 }
 
-TEST_DRIVER_EXPORT int32_t TestDriver_CallCount(void) { return static_cast<int32_t>(g_calls.size()); }
-
-TEST_DRIVER_EXPORT int32_t TestDriver_GetCall(int32_t index, TestDriverCall* call) {
-  if (index < 0 || static_cast<size_t>(index) >= g_calls.size()) return 0;
-  *call = g_calls[static_cast<size_t>(index)];
-  return 1;
+TEST_DRIVER_EXPORT const TestDriverCall* TestDriver_Calls(int32_t* count) {
+  *count = static_cast<int32_t>(g_calls.size());
+  return g_calls.data();
 }
 
 TEST_DRIVER_EXPORT void TestDriver_SetAnswer(int32_t operation, int32_t return_code, int32_t sql_code,
