@@ -142,12 +142,18 @@ static_assert(sizeof(CacheSlot) == 4096, "slot stride is a power of two");
 // Made in fresh zero-filled memory (heap_map_zeroed), which is every slot's
 // unbound state: a thread touches only the slots and stacks it uses.
 struct ThreadCache {
+  // The system's id of the thread it serves; ahead of the slots, on the page
+  // of slot 0's used part (each slot's used part stays within one page).
+  uint32_t owner_thread;
   CacheSlot slots[kCacheSlots];
   // Each slot's stacks, one after another (kClasses.stack_start). Left
   // uninitialised: only the entries below a stack's top are ever read, so a
   // stack's memory is first touched when blocks are freed into it.
   void* stacks[kCacheSlots][kStackEntriesPerSlot];
 };
+
+static_assert(offsetof(ThreadCache, slots) + offsetof(CacheSlot, padding) <= 4096,
+              "binding a slot touches one page");
 
 // Where, from the start of a thread cache, a pool's class sits: what a page
 // header keeps so that the free path goes from a block to its cached class

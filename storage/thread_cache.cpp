@@ -100,9 +100,13 @@ void flush_slot(CacheSlot& slot) {
 // Hands a thread's cache back when the thread ends. It may run once the
 // thread's other thread-local state is gone (Windows), so it works from the
 // pointer it is given; the thread's cache becomes the absent one, and a block
-// freed later in the thread's exit goes to its pool's shared lists.
+// freed later in the thread's exit goes to its pool's shared lists. Retiring
+// the hook on Windows calls it for every thread's cache from the unloading
+// thread; another thread may have been stopped anywhere (at process exit,
+// inside a class lock), so only the calling thread's own cache is handed back.
 void release_cache(void* memory) {
   auto* cache = static_cast<ThreadCache*>(memory);
+  if (cache->owner_thread != os::thread_id()) return;
   if (t_thread_cache == cache) {
     t_thread_cache = &g_absent_cache;
     t_state = CacheState::kGone;
@@ -134,6 +138,7 @@ ThreadCache* create_cache() {
   // An aggregate whose every member starts at zero: the zero-filled mapping
   // already holds it, and constructing it would touch every slot's page.
   auto* cache = static_cast<ThreadCache*>(memory);
+  cache->owner_thread = os::thread_id();
   t_thread_cache = cache;
   t_state = CacheState::kLive;
   os::thread_exit_hook_set(hook, cache);
