@@ -55,26 +55,32 @@ Kostg& kostg() {
   return shared;
 }
 
+// Each allocator is an object made once before a timed loop, holding what a
+// caller would keep at hand (the context and sub-pool, the peer's entry
+// points), so that the loops time the allocators and not the look-up of
+// function-local statics.
 struct KostgSubpoolAlloc {
-  static void* alloc(size_t size) { return kostg_alc(kostg().context, size, kostg().pool); }
-  static void free(void* block) { kostg_fee(kostg().context, block); }
-  static void* realloc(void* block, size_t size) {
-    return kostg_realc(kostg().context, block, size, kostg().pool);
-  }
+  KostgContext* context = kostg().context;
+  KostgSubpool* pool = kostg().pool;
+  void* alloc(size_t size) const { return kostg_alc(context, size, pool); }
+  void free(void* block) const { kostg_fee(context, block); }
+  void* realloc(void* block, size_t size) const { return kostg_realc(context, block, size, pool); }
 };
 struct KostgDefaultPoolAlloc {
-  static void* alloc(size_t size) { return kostg_alc(kostg().context, size, nullptr); }
-  static void free(void* block) { kostg_fee(kostg().context, block); }
+  KostgContext* context = kostg().context;
+  void* alloc(size_t size) const { return kostg_alc(context, size, nullptr); }
+  void free(void* block) const { kostg_fee(context, block); }
 };
 struct GlibcAlloc {
-  static void* alloc(size_t size) { return std::malloc(size); }
-  static void free(void* block) { std::free(block); }
-  static void* realloc(void* block, size_t size) { return std::realloc(block, size); }
+  void* alloc(size_t size) const { return std::malloc(size); }
+  void free(void* block) const { std::free(block); }
+  void* realloc(void* block, size_t size) const { return std::realloc(block, size); }
 };
 struct MimallocAlloc {
-  static void* alloc(size_t size) { return mimalloc().malloc(size); }
-  static void free(void* block) { mimalloc().free(block); }
-  static void* realloc(void* block, size_t size) { return mimalloc().realloc(block, size); }
+  Mimalloc entry = mimalloc();
+  void* alloc(size_t size) const { return entry.malloc(size); }
+  void free(void* block) const { entry.free(block); }
+  void* realloc(void* block, size_t size) const { return entry.realloc(block, size); }
 };
 
 bool skip_without_mimalloc(benchmark::State& state) {
@@ -85,7 +91,12 @@ bool skip_without_mimalloc(benchmark::State& state) {
 
 constexpr int kBatch = 1024;
 
-size_t small_size(int i) { return 8 + size_t(i * 37) % 249; }  // 8..256
+struct SmallSize {
+  size_t operator()(int i) const { return 8 + size_t(i * 37) % 249; }  // 8..256
+};
+struct Eight {
+  size_t operator()(int) const { return 8; }
+};
 
 // ---------------------------------------------------------------- memory per live block
 // (registered first, so that the children start from a nearly untouched heap)
@@ -111,11 +122,12 @@ double overhead_per_block() {
   if (child == 0) {
     std::vector<void*> blocks(kLiveBlocks);
     uint64_t asked = 0;
-    Alloc::free(Alloc::alloc(8));  // the allocator's own start-up is not counted
+    const Alloc allocator;
+    allocator.free(allocator.alloc(8));  // the allocator's own start-up is not counted
     long before = resident_bytes();
     for (int i = 0; i < kLiveBlocks; ++i) {
-      size_t size = small_size(i);
-      blocks[i] = Alloc::alloc(size);
+      size_t size = SmallSize()(i);
+      blocks[i] = allocator.alloc(size);
       std::memset(blocks[i], 1, size);
       asked += size;
     }
@@ -144,13 +156,15 @@ BENCHMARK_TEMPLATE(BM_Memory, MimallocAlloc)->Name("LiveBlockOverhead/mimalloc")
 
 // ---------------------------------------------------------------- one by one, 8 to 256 bytes
 
-template <typename Alloc>
-void run_batches(benchmark::State& state, size_t (*size_of)(int)) {
+template <typename Alloc, typename SizeOf>
+void run_batches(benchmark::State& state) {
   std::vector<void*> blocks(kBatch);
+  const Alloc allocator;
+  const SizeOf size_of;
   auto batch = [&] {
-    for (int i = 0; i < kBatch; ++i) blocks[i] = Alloc::alloc(size_of(i));
+    for (int i = 0; i < kBatch; ++i) blocks[i] = allocator.alloc(size_of(i));
     benchmark::DoNotOptimize(blocks.data());
-    for (int i = 0; i < kBatch; ++i) Alloc::free(blocks[i]);
+    for (int i = 0; i < kBatch; ++i) allocator.free(blocks[i]);
   };
   for (int warm = 0; warm < 200; ++warm) batch();
   for (auto _ : state) batch();
@@ -160,17 +174,15 @@ void run_batches(benchmark::State& state, size_t (*size_of)(int)) {
 template <typename Alloc>
 void BM_SmallBlocks(benchmark::State& state) {
   if (std::is_same_v<Alloc, MimallocAlloc> && skip_without_mimalloc(state)) return;
-  run_batches<Alloc>(state, &small_size);
+  run_batches<Alloc, SmallSize>(state);
 }
 BENCHMARK_TEMPLATE(BM_SmallBlocks, KostgSubpoolAlloc)->Name("SmallBlocks/kostg_subpool");
 BENCHMARK_TEMPLATE(BM_SmallBlocks, GlibcAlloc)->Name("SmallBlocks/glibc");
 BENCHMARK_TEMPLATE(BM_SmallBlocks, MimallocAlloc)->Name("SmallBlocks/mimalloc");
 
-size_t eight(int) { return 8; }
-
 template <typename Alloc>
 void BM_Fixed8(benchmark::State& state) {
-  run_batches<Alloc>(state, &eight);
+  run_batches<Alloc, Eight>(state);
 }
 BENCHMARK_TEMPLATE(BM_Fixed8, KostgDefaultPoolAlloc)->Name("Fixed8/kostg_default_pool");
 BENCHMARK_TEMPLATE(BM_Fixed8, GlibcAlloc)->Name("Fixed8/glibc");
@@ -183,13 +195,14 @@ template <typename Alloc>
 void BM_Fixed8Nodes(benchmark::State& state) {
   if (std::is_same_v<Alloc, MimallocAlloc> && skip_without_mimalloc(state)) return;
   std::vector<uint64_t*> nodes(kLiveNodes);
-  auto round = [&nodes] {
+  const Alloc allocator;
+  auto round = [&nodes, &allocator] {
     for (int i = 0; i < kLiveNodes; ++i) {
-      nodes[i] = static_cast<uint64_t*>(Alloc::alloc(8));
+      nodes[i] = static_cast<uint64_t*>(allocator.alloc(8));
       *nodes[i] = uint64_t(i);
     }
     benchmark::DoNotOptimize(nodes.data());
-    for (int i = 0; i < kLiveNodes; ++i) Alloc::free(nodes[i]);
+    for (int i = 0; i < kLiveNodes; ++i) allocator.free(nodes[i]);
   };
   for (int warm = 0; warm < 3; ++warm) round();
   for (auto _ : state) round();
@@ -264,11 +277,12 @@ BENCHMARK(BM_PoolPattern_glibc)->Name("PoolPattern/glibc_free_each")->Unit(bench
 template <typename Alloc>
 void BM_Grow(benchmark::State& state) {
   if (std::is_same_v<Alloc, MimallocAlloc> && skip_without_mimalloc(state)) return;
-  auto grow = [] {
-    void* block = Alloc::alloc(16);
-    for (size_t size = 32; size <= 65536; size += 16) block = Alloc::realloc(block, size);
+  const Alloc allocator;
+  auto grow = [&allocator] {
+    void* block = allocator.alloc(16);
+    for (size_t size = 32; size <= 65536; size += 16) block = allocator.realloc(block, size);
     benchmark::DoNotOptimize(block);
-    Alloc::free(block);
+    allocator.free(block);
   };
   for (int warm = 0; warm < 20; ++warm) grow();
   for (auto _ : state) grow();
@@ -283,7 +297,7 @@ BENCHMARK_TEMPLATE(BM_Grow, MimallocAlloc)->Name("Grow16To64K/mimalloc");
 template <typename Alloc>
 void BM_Threads(benchmark::State& state) {
   kostg();  // the shared pool exists before the threads start
-  run_batches<Alloc>(state, &small_size);
+  run_batches<Alloc, SmallSize>(state);
 }
 BENCHMARK_TEMPLATE(BM_Threads, KostgSubpoolAlloc)
     ->Name("SamePool/kostg")->Threads(1)->Threads(2)->Threads(4)->UseRealTime();

@@ -186,6 +186,15 @@ size_t clipboard_get_text(KOCHAR* out, size_t capacity);
 bool named_event_exists(const KOCHAR* name);
 uint32_t process_id();
 uint32_t thread_id();
+// A thread-exit hook: when a thread that gave the hook a non-null value ends,
+// `on_exit` gets that value. The value travels with the call, so `on_exit`
+// needs no thread-local state (on Windows that is gone by then). Returns 0
+// when the system has no hook left; hooks last for the process.
+uintptr_t thread_exit_hook_create(void (*on_exit)(void* value));
+void thread_exit_hook_set(uintptr_t hook, void* value);
+// Retires a hook before the library goes: on POSIX the values are dropped, on
+// Windows `on_exit` gets every thread's value at once.
+void thread_exit_hook_delete(uintptr_t hook);
 void yield_thread();
 void debug_output(const char* text);
 // The OS version as major, minor, build.
@@ -261,6 +270,13 @@ size_t global_size(void* handle);
 void* pages_map(size_t size, size_t alignment);
 // Returns a mapping made by pages_map, whole (same base, same size).
 void pages_unmap(void* base, size_t size);
+// Maps a region of at least `size` bytes of zero-filled read-write memory, in
+// one system call, and returns an address in it that is a multiple of
+// `alignment` with `size` bytes from there; null on failure. The region is
+// never returned whole: its parts go back with pages_discard.
+void* pages_reserve(size_t size, size_t alignment);
+// Returns whole pages of a region made by pages_reserve; they are not used again.
+void pages_discard(void* base, size_t size);
 // The usable size of a block of the C runtime heap (_msize, malloc_usable_size).
 size_t runtime_block_size(void* block);
 

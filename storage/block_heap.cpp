@@ -2,7 +2,8 @@
  * block_heap.cpp: the block heap.
  *
  * Memory comes from the platform in pages of one size (KO_HEAP_PAGE_KB, 64 KB
- * by default), each aligned to that size, so that masking a block's address
+ * by default), carved from regions of 128 pages reserved in one call each,
+ * and each aligned to that size, so that masking a block's address
  * finds the header at the start of its page. Small blocks carry no header of
  * their own:
  *
@@ -52,6 +53,9 @@ struct HeapGlobals {
   uint64_t cached_bytes = 0;
   std::atomic<uint64_t> mapped_bytes{0};
   std::atomic<uint64_t> limit_bytes{0};
+  SpinLock region_lock;
+  char* region_next = nullptr;  // the uncarved rest of the newest region
+  char* region_end = nullptr;
   SpinLock structs_lock;
   KoHeapPool* spare_structs = nullptr;
   std::atomic<uint64_t> next_pool_id{1};
@@ -73,7 +77,9 @@ void init_heap() {
   g_heap.limit_bytes.store(g_heap.settings.limit_bytes, std::memory_order_relaxed);
   g_heap.handler.store(&report_to_debug_output, std::memory_order_relaxed);
   g_page_mask = ~uintptr_t(g_heap.settings.page_size - 1);
-  g_process_pool.id.store(g_heap.next_pool_id.fetch_add(1), std::memory_order_relaxed);
+  uint64_t id = g_heap.next_pool_id.fetch_add(1);
+  g_process_pool.cache_offset = cache_offset_of(id, 0);
+  g_process_pool.id.store(id, std::memory_order_relaxed);
 }
 
 void ensure_heap() { std::call_once(g_init_once, init_heap); }
@@ -82,6 +88,34 @@ uint64_t max_block() { return g_heap.settings.max_run - kPageHeaderBytes; }
 
 // ---------------------------------------------------------------- mappings
 
+// Pages and runs up to a quarter of a region are carved from regions of
+// kRegionPages pages, reserved one at a time: a fresh pool's pages then cost
+// no system call each. Larger runs get mappings of their own.
+constexpr uint64_t kRegionPages = 128;
+
+uint64_t region_bytes() { return kRegionPages * g_heap.settings.page_size; }
+
+// Carves `bytes` at the next page boundary of the newest region, reserving a
+// new region when the rest is too short (the old rest goes back unused).
+void* carve(uint64_t bytes) {
+  const uint64_t page = g_heap.settings.page_size;
+  SpinGuard guard(g_heap.region_lock);
+  uintptr_t next = reinterpret_cast<uintptr_t>(g_heap.region_next);
+  uintptr_t start = (next + page - 1) & ~uintptr_t(page - 1);
+  if (!next || start + bytes > reinterpret_cast<uintptr_t>(g_heap.region_end)) {
+    auto* fresh = static_cast<char*>(os::pages_reserve(region_bytes(), page));
+    if (!fresh) return nullptr;
+    if (next) os::pages_discard(g_heap.region_next, size_t(g_heap.region_end - g_heap.region_next));
+    g_heap.region_end = fresh + region_bytes();
+    start = reinterpret_cast<uintptr_t>(fresh);
+  }
+  g_heap.region_next = reinterpret_cast<char*>(start + bytes);
+  return reinterpret_cast<void*>(start);
+}
+
+bool is_carved(uint64_t bytes) { return bytes <= region_bytes() / 4; }
+
+// Fresh, zero-filled memory for a page or run.
 void* map_bytes(uint64_t bytes) {
   uint64_t limit = g_heap.limit_bytes.load(std::memory_order_relaxed);
   uint64_t before = g_heap.mapped_bytes.fetch_add(bytes, std::memory_order_relaxed);
@@ -89,13 +123,14 @@ void* map_bytes(uint64_t bytes) {
     g_heap.mapped_bytes.fetch_sub(bytes, std::memory_order_relaxed);
     return nullptr;
   }
-  void* base = os::pages_map(bytes, g_heap.settings.page_size);
+  void* base = is_carved(bytes) ? carve(bytes) : os::pages_map(bytes, g_heap.settings.page_size);
   if (!base) g_heap.mapped_bytes.fetch_sub(bytes, std::memory_order_relaxed);
   return base;
 }
 
 void unmap_bytes(void* base, uint64_t bytes) {
-  os::pages_unmap(base, bytes);
+  if (is_carved(bytes)) os::pages_discard(base, bytes);
+  else os::pages_unmap(base, bytes);
   g_heap.mapped_bytes.fetch_sub(bytes, std::memory_order_relaxed);
 }
 
@@ -201,7 +236,8 @@ void* alloc_large(KoHeapPool* pool, uint64_t size) {
   run->magic = kPageMagic;
   run->size_class = kLargeClass;
   run->pool = pool;
-  run->pool_id = pool->id.load(std::memory_order_relaxed);
+  run->pool_id = kNoCachedPool;
+  run->cache_offset = cache_offset_of(0, 0);
   run->run_bytes = bytes;
   run->block_size = bytes - kPageHeaderBytes;
   {
@@ -242,9 +278,15 @@ void* alloc_any(KoHeapPool* pool, uint64_t size, const KoHeapSite* site) {
 
 }  // namespace
 
-uintptr_t g_page_mask = ~uintptr_t(0);
+KO_HIDDEN_DATA uintptr_t g_page_mask = ~uintptr_t(0);
 
 bool heap_thread_cache_enabled() { return g_heap.settings.thread_cache; }
+
+void* heap_map_zeroed(uint64_t bytes) { return map_bytes((bytes + 4095) & ~uint64_t(4095)); }
+
+void heap_unmap_zeroed(void* base, uint64_t bytes) {
+  unmap_bytes(base, (bytes + 4095) & ~uint64_t(4095));
+}
 
 // Refills a class's shared state with a fresh page; called with the class lock held.
 bool add_page(KoHeapPool* pool, unsigned size_class) {
@@ -257,6 +299,7 @@ bool add_page(KoHeapPool* pool, unsigned size_class) {
   page->size_class = size_class;
   page->pool = pool;
   page->pool_id = pool->id.load(std::memory_order_relaxed);
+  page->cache_offset = cache_offset_of(page->pool_id, size_class);
   page->prev = nullptr;
   page->run_bytes = page_size;
   page->block_size = size;
@@ -317,8 +360,9 @@ KoHeapPool* KoHeap_allocPool(void* user_data) {
     pool = new (memory) KoHeapPool;
   }
   pool->user_data = user_data;
-  pool->id.store(g_heap.next_pool_id.fetch_add(1, std::memory_order_relaxed),
-                 std::memory_order_release);
+  uint64_t id = g_heap.next_pool_id.fetch_add(1, std::memory_order_relaxed);
+  pool->cache_offset = cache_offset_of(id, 0);
+  pool->id.store(id, std::memory_order_release);
   return pool;
 }
 
@@ -327,7 +371,7 @@ void KoHeap_freePool(KoHeapPool* pool) {
   thread_cache_forget(pool);
   // Once the id is gone no thread cache hands blocks back to this pool; taking
   // each class lock once waits out a hand-back already under way.
-  pool->id.store(0, std::memory_order_release);
+  pool->id.store(kNoCachedPool, std::memory_order_release);
   PageHeader* chain = pool->runs;
   for (ClassState& state : pool->classes) {
     state.lock.lock();

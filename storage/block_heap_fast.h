@@ -12,29 +12,37 @@
 
 namespace ko {
 
+// The thread's cached class at `cache_offset` (cache_offset_of).
+inline CachedClass& cached_class_at(uint32_t cache_offset) {
+  return *reinterpret_cast<CachedClass*>(reinterpret_cast<char*>(t_thread_cache) + cache_offset);
+}
+
 inline void* heap_alloc_fast(KoHeapPool* pool, uint64_t size, const KoHeapSite* site) {
-  ThreadCache* cache = t_thread_cache;
-  if (cache && size - 1 < kMaxSmallBlock) {
-    uint64_t id = pool->id.load(std::memory_order_relaxed);
-    CacheSlot& slot = cache->slots[id % kCacheSlots];
-    if (slot.id == id) {
-      if (void* block = cached_take(slot.classes[small_class_of(size)])) return block;
+  if (size - 1 < kMaxSmallBlock) [[likely]] {
+    CachedClass& cached = cached_class_at(pool->cache_offset +
+                                          small_class_of(size) * uint32_t(sizeof(CachedClass)));
+    if (cached.pool_id == pool->id.load(std::memory_order_relaxed)) [[likely]] {
+      if (cached.top != cached.base) [[likely]] return *--cached.top;
+      if (cached_run_left(cached)) return cached_carve(cached);
     }
   }
   return KoHeap_allocFromPool(pool, size, site);
 }
 
+// The page header names the thread cache's class for the block's pool and
+// size; the block goes on that class's stack when the stack is the pool's
+// and has room. A large run's header names no pool, so it never matches.
+// `block` is not null.
 inline void heap_free_fast(void* block) {
-  ThreadCache* cache = t_thread_cache;
-  if (cache && block) {
-    auto* header = reinterpret_cast<PageHeader*>(reinterpret_cast<uintptr_t>(block) & g_page_mask);
-    uint32_t size_class = header->size_class;
-    if (header->magic == kPageMagic && size_class != kLargeClass) {
-      uint64_t id = header->pool_id;
-      CacheSlot& slot = cache->slots[id % kCacheSlots];
-      CachedClass& cached = slot.classes[size_class];
-      if (slot.id == id && cached.room != 0) {
-        cached_put(cached, block);
+  auto* header = reinterpret_cast<PageHeader*>(reinterpret_cast<uintptr_t>(block) & g_page_mask);
+  if (header->magic == kPageMagic) [[likely]] {
+    auto& cached = *reinterpret_cast<CachedClass*>(reinterpret_cast<char*>(t_thread_cache) +
+                                                   header->cache_offset);
+    if (cached.pool_id == header->pool_id) [[likely]] {
+      void** top = cached.top;
+      if (top != cached.limit) [[likely]] {
+        *top = block;
+        cached.top = top + 1;
         return;
       }
     }

@@ -49,10 +49,23 @@ constexpr KOCHAR kNamePrefix[] = u"@SP@";
 
 uint32_t generation_counter = 2;
 
+// What the 8-byte fixed path needs of the default pool, kept beside the
+// context so that the path reads one record: the pool's id and where a thread
+// cache keeps its 8-byte class. Both hold for the context's life.
+struct FixedPath {
+  uint64_t pool_id;
+  uint32_t cache_offset;
+};
+
 struct ContextRecords {
   KostgContext context;
   KostgSubpool head;
+  FixedPath fixed;
 };
+
+ContextRecords* records_of(KostgContext* context) {
+  return reinterpret_cast<ContextRecords*>(context);
+}
 
 KostgContext* begin_context(uint16_t page_size, bool fast) {
   ko::install_out_of_memory_handler();
@@ -64,7 +77,7 @@ KostgContext* begin_context(uint16_t page_size, bool fast) {
   ko::MemPoolSetThreshold(pool, 0);
   if (!fast) ko::MemPoolSetFast(pool, 0);
   auto* name = static_cast<KOCHAR*>(ko::MemAllocPtr(pool, kNameBytes, ko::kMemZeroFill));
-  // The context and the ring head share one block: a fresh pool maps a page
+  // The context, the ring head and the fixed path share one block: a fresh pool maps a page
   // per size class it touches, and that is most of what creating a context costs.
   auto* records = static_cast<ContextRecords*>(
       ko::MemAllocPtr(pool, sizeof(ContextRecords), ko::kMemZeroFill));
@@ -77,6 +90,8 @@ KostgContext* begin_context(uint16_t page_size, bool fast) {
   ko::u16cpy(name, u"@SP@<default>");
   *head = KostgSubpool{head, head, pool, name};
   *context = KostgContext{pool, settled_page_size, ko::kMemSubpoolFlags, 0, head};
+  records->fixed = FixedPath{pool->heap_pool->id.load(std::memory_order_relaxed),
+                             pool->heap_pool->cache_offset};
   return context;
 }
 
@@ -210,8 +225,15 @@ KOSHR_EXTERN_C KOSHR_API int kostg_set_poolpagesize(KostgContext* context, uint3
 namespace {
 
 [[gnu::noinline]] void* alloc_unchecked(KostgContext* context, uint64_t size, KostgSubpool* pool) {
+  if (size == 0) return nullptr;
   if (ko::system_heap_mode()) return std::malloc(size);
   return kostg_alc(context, size, pool);
+}
+
+// The fixed path when the thread's cache has no 8-byte block of the default
+// pool at hand.
+[[gnu::noinline]] void* alloc_fixed_uncached(KostgContext* context) {
+  return ko::MemAllocFS(context->default_pool);
 }
 
 [[gnu::noinline]] void free_unchecked(KostgContext* context, void* block) {
@@ -226,17 +248,34 @@ bool system_heap_settled_off() {
 }  // namespace
 
 KOSHR_EXTERN_C KOSHR_API void* kostg_alc(KostgContext* context, uint64_t size, KostgSubpool* pool) {
-  if (size == 0) return nullptr;
-  if (!system_heap_settled_off()) return alloc_unchecked(context, size, pool);
-  if (pool) return ko::MemAllocPtr(pool->pool, size, 0);
-  if (!context) return nullptr;
-  if (size < 9) return ko::MemAllocFS(context->default_pool);
+  if (!system_heap_settled_off()) [[unlikely]] return alloc_unchecked(context, size, pool);
+  // Laid out for the two hot cases, a sub-pool block and the 8-byte fixed
+  // path: each runs straight through. A zero size gives null either way.
+  if (pool) [[likely]] {
+    // One test for both ends: the small sizes the cache serves, or else zero
+    // (null) and the large sizes.
+    if (size - 1 >= ko::kMaxSmallBlock) [[unlikely]]
+      return size == 0 ? nullptr : ko::MemAllocPtr(pool->pool, size, 0);
+    return ko::MemAllocPtr(pool->pool, size, 0);
+  }
+  if (size - 1 < 8) [[likely]] {
+    // The default pool's fixed block size is 8 from kostg_begin on (nothing
+    // changes it), so its fixed path is the 8-byte class of its thread cache.
+    if (!context) [[unlikely]] return nullptr;
+    const FixedPath& fixed = records_of(context)->fixed;
+    ko::CachedClass& cached = ko::cached_class_at(fixed.cache_offset);
+    if (cached.pool_id == fixed.pool_id) [[likely]] {
+      if (cached.top != cached.base) [[likely]] return *--cached.top;
+    }
+    return alloc_fixed_uncached(context);
+  }
+  if (size == 0 || !context) return nullptr;
   return ko::MemAllocPtr(context->default_pool, size, 0);
 }
 
 KOSHR_EXTERN_C KOSHR_API void kostg_fee(KostgContext* context, void* block) {
   if (!block) return;
-  if (!system_heap_settled_off()) return free_unchecked(context, block);
+  if (!system_heap_settled_off()) [[unlikely]] return free_unchecked(context, block);
   ko::MemFreePtr(block);
 }
 

@@ -16,7 +16,7 @@
 
 namespace ko {
 
-std::atomic<SystemHeap> g_system_heap{SystemHeap::kUnchecked};
+KO_HIDDEN_DATA std::atomic<SystemHeap> g_system_heap{SystemHeap::kUnchecked};
 
 bool check_outside_switch() {
   KOCHAR name[80];

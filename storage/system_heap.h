@@ -8,12 +8,14 @@
 #include <atomic>
 #include <cstdint>
 
+#include "storage/hidden_data.h"
+
 namespace ko {
 
 // The switch and the one-shot outside check in one word: it only ever moves
 // from unchecked to off (checked) or on.
 enum class SystemHeap : uint8_t { kUnchecked, kOff, kOn };
-extern std::atomic<SystemHeap> g_system_heap;
+extern KO_HIDDEN_DATA std::atomic<SystemHeap> g_system_heap;
 
 // Looks for the outside switch, a named event
 // "KOBuild_Use_NewCompilerHeap_EventName_<pid>"; made once per process.

@@ -37,6 +37,20 @@ void pages_unmap(void* base, size_t size) {
   if (base) VirtualFree(base, 0, MEM_RELEASE);
 }
 
+// Committed whole: the system backs a committed page only once it is touched.
+void* pages_reserve(size_t size, size_t alignment) {
+  void* raw = VirtualAlloc(nullptr, size + alignment, MEM_RESERVE | MEM_COMMIT, PAGE_READWRITE);
+  if (!raw) return nullptr;
+  uintptr_t start = reinterpret_cast<uintptr_t>(raw);
+  return reinterpret_cast<void*>((start + alignment - 1) & ~(uintptr_t(alignment) - 1));
+}
+
+// A part of a reservation cannot be released, only decommitted; its
+// addresses stay reserved and are not handed out again.
+void pages_discard(void* base, size_t size) {
+  if (base) VirtualFree(base, size, MEM_DECOMMIT);
+}
+
 size_t runtime_block_size(void* block) { return block ? _msize(block) : 0; }
 
 }  // namespace ko::os
