@@ -20,10 +20,11 @@ bool DataReader::attach(const PoolRef& pool, os::FileHandle file, uint32_t base)
   pool_ = pool;
   file_ = file;
   base_ = base;
-  run_capacity_ = 8;  // grows to the longest run read
-  run_ = pool_.alloc_array<uint8_t>(size_t(run_capacity_) * 512);
+  // One block lives in the reader; the buffer grows to the longest run read.
+  run_capacity_ = 1;
+  run_ = first_run_;
   run_blocks_ = 0;
-  return run_ != nullptr;
+  return true;
 }
 
 void DataReader::begin(uint32_t first_block, uint32_t length) {
@@ -41,9 +42,11 @@ const uint8_t* DataReader::block_at(uint32_t offset, uint32_t blocks_wanted) {
   }
   if (blocks_wanted > kMaxRunBlocks) blocks_wanted = kMaxRunBlocks;
   if (blocks_wanted > run_capacity_) {
-    void* grown = pool_.grow(run_, size_t(blocks_wanted) * 512);
-    if (grown) {
-      run_ = static_cast<uint8_t*>(grown);
+    // Nothing in the run is kept across a new read: a fresh buffer will do.
+    auto* bigger = pool_.alloc_array<uint8_t>(size_t(blocks_wanted) * 512);
+    if (bigger) {
+      if (run_ != first_run_) pool_.free(run_);
+      run_ = bigger;
       run_capacity_ = blocks_wanted;
     }
   }

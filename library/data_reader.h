@@ -43,6 +43,7 @@ class DataReader {
   os::FileHandle file_ = os::kInvalidFile;
   uint32_t base_ = 0;
   int64_t file_size_ = 0;
+  uint8_t first_run_[512];
   uint8_t* run_ = nullptr;
   uint32_t run_capacity_ = 0;  // blocks
   uint32_t run_first_ = 0;     // offset of run_[0]

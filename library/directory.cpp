@@ -151,9 +151,24 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
       node = lib->nodes.get(child, &rc);
       continue;
     }
-    // The first record in storage order whose name equals, case folded; only
-    // records with the same key are compared.
+    // The first record in storage order whose name equals, case folded. A
+    // node's first scan compares every record; from its second on, the node
+    // keeps its names' keys and only records with the same key are compared
+    // (a handle that looks up one name builds no keys at all).
     result->landing = Landing::kInNode;
+    if (!node->keys_valid && !node->scanned) {
+      node->scanned = true;
+      uint32_t pos = 0;
+      Record r;
+      while (next_record(node->bytes, lib->geometry, &pos, &r)) {
+        if (compare_names_nocase(name, units, r.name, r.name_units) == 0) {
+          result->landing = Landing::kFound;
+          result->record = pos;
+          break;
+        }
+      }
+      return 0;
+    }
     if (!lib->nodes.ready_keys(node)) return -3;
     if (!key) key = name_key(name, units);
     for (uint32_t i = 0; i < node->key_count; ++i) {

@@ -67,7 +67,7 @@ CachedNode* NodeCache::insert(CachedNode* node, uint32_t offset) {
     if (node != &root_node_) pool_.free(node);
     return nullptr;
   }
-  *node = {offset, node->bytes, node_used(node->bytes, geometry_), 0, true, false, nullptr, nullptr, 0, false};
+  *node = {offset, node->bytes, node_used(node->bytes, geometry_), 0, true, false, nullptr, nullptr, 0, false, false};
   *slot(offset) = node;
   ++count_;
   return node;

@@ -35,6 +35,7 @@ struct CachedNode {
   uint16_t* key_records;
   uint16_t key_count;
   bool keys_valid;
+  bool scanned;  // its records were scanned once (keys are built at the next scan)
 };
 
 class NodeCache {

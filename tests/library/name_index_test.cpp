@@ -103,4 +103,45 @@ TEST_F(NameIndexTest, AnswersAsTheWalkAfterOwnChanges) {
   }
 }
 
+// A node's first scan compares every record; later scans compare only the
+// records whose folded keys match. Both must answer alike: a fresh handle
+// looks each probe up twice (the first lookup scans the last node of its path
+// for the first time, the second scans it again unless the index answers,
+// which it does only for a name found under its own case).
+TEST_F(NameIndexTest, FirstAndLaterScansOfANodeAgree) {
+  // Upper-case accented names between plain ones, so that searches for their
+  // other case end inside a node's range and are decided by its scan.
+  std::vector<std::u16string> stored;
+  for (char c = 'a'; c <= 'z'; ++c) {
+    stored.push_back(u"m" + std::u16string(1, char16_t(c)) + u".srw");
+    stored.push_back(u"m\u00c9" + std::u16string(1, char16_t(c)) + u".srw");
+    stored.push_back(u"m\u00ff" + std::u16string(1, char16_t(c)) + u".srw");
+  }
+  stored.push_back(u"\u212a.srw");
+  for (int i = 0; i < 300; ++i) stored.push_back(numbered(i));
+  std::u16string p = create();
+  LMI_HANDLE lib = open(p);
+  uint32_t seed = 1;
+  for (const std::u16string& name : stored) apply(lib, {true, name}, seed++);
+  ASSERT_EQ(LMI_CloseLibrary(lib), 0);
+  std::vector<std::u16string> probes = {u"k.srw", u"\u212a.srw", u"K.SRW", u"zz.srw", numbered(7)};
+  for (char c = 'a'; c <= 'z'; c += 5) {
+    probes.push_back(u"m\u00e9" + std::u16string(1, char16_t(c)) + u".srw");
+    probes.push_back(u"m\u00c9" + std::u16string(1, char16_t(c)) + u".srw");
+    probes.push_back(u"m\u00e8" + std::u16string(1, char16_t(c)) + u".srw");
+  }
+  int found_by_folding = 0;
+  for (const std::u16string& probe : probes) {
+    SCOPED_TRACE(narrow(probe.c_str()));
+    LMI_HANDLE fresh = open(p, LMI_MODE_READ);
+    ASSERT_NE(fresh, nullptr);
+    int32_t first = lookup(fresh, probe);
+    EXPECT_EQ(lookup(fresh, probe), first);
+    EXPECT_EQ(lookup(fresh, probe), first);
+    found_by_folding += probe[1] == u'\u00e9' && first > 0;
+    LMI_CloseLibrary(fresh);
+  }
+  EXPECT_GT(found_by_folding, 0) << "some lower-case probe ends in a scan";
+}
+
 }  // namespace
