@@ -24,6 +24,7 @@
 
 #if defined(__x86_64__) && (defined(__GNUC__) || defined(__clang__))
 #define KO_UTF8_VECTOR 1
+#include <cpuid.h>
 #include <immintrin.h>
 #endif
 
@@ -148,10 +149,13 @@ constexpr uint8_t kSpreadBits[16] = {0x00, 0x01, 0x04, 0x05, 0x10, 0x11, 0x14, 0
 constexpr size_t kEncodeRoom = 32;         // the most one block writes
 constexpr size_t kDecodeInputMargin = 64;  // see decode_ssse3
 
+// Asked once, at the first conversion. One CPUID of our own rather than the
+// compiler's CPU model, whose initialiser would run (with its dozen CPUIDs,
+// each a trap to the hypervisor in a virtual machine) at every library load.
 bool has_ssse3() {
   static const bool available = [] {
-    __builtin_cpu_init();
-    return __builtin_cpu_supports("ssse3") != 0;
+    unsigned eax = 0, ebx = 0, ecx = 0, edx = 0;
+    return __get_cpuid(1, &eax, &ebx, &ecx, &edx) != 0 && (ecx & bit_SSSE3) != 0;
   }();
   return available;
 }
