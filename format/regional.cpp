@@ -103,6 +103,7 @@ RegionalSettings g_profile;
 std::atomic<bool> g_profile_loaded{false};
 
 void load_profile_record() {
+  os::ProfileSnapshot snapshot;  // one reading of the profile for all its keys
   fill_settings(SettingSource(nullptr), g_profile);
   g_profile_loaded.store(true, std::memory_order_release);
 }
@@ -143,6 +144,7 @@ size_t build_time_format(const KOCHAR* separator, KOCHAR* out, size_t capacity) 
 
 extern "C" KOSHR_API void koshr_intl(void) {
   using namespace ko;
+  os::ProfileSnapshot snapshot;
   KOCHAR text[kCurrencySymbolMax + 1];
   os::profile_string(kIntlSection, u"sDecimal", u".", text, 2);
   g_process.decimal = first_or(text, u'.');

@@ -136,6 +136,17 @@ size_t executable_path(KOCHAR* out, size_t capacity);
 size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fallback, KOCHAR* out,
                       size_t capacity);
 int profile_int(const KOCHAR* section, const KOCHAR* key, int fallback);
+// While one lives on a thread, that thread's profile reads share one reading
+// of the profile, taken at the first of them: a consistent set of settings
+// for one caller reading many keys. Otherwise every read sees the profile as
+// it is now.
+class ProfileSnapshot {
+ public:
+  ProfileSnapshot();
+  ~ProfileSnapshot();
+  ProfileSnapshot(const ProfileSnapshot&) = delete;
+  ProfileSnapshot& operator=(const ProfileSnapshot&) = delete;
+};
 // The private profile ko.ini beside the executable (or `file` when not null).
 int private_profile_int(const KOCHAR* section, const KOCHAR* key, int fallback,
                         const KOCHAR* file = nullptr);

@@ -8,7 +8,8 @@
  *
  * The profile is $KOSHR_PROFILE, else $XDG_CONFIG_HOME/korvane/win.ini (else
  * ~/.config/korvane/win.ini); a missing file reads as empty. Every call reads
- * the file afresh, so a change shows at once.
+ * the file afresh, so a change shows at once, except inside a ProfileSnapshot,
+ * where the thread's calls share the file as the first of them read it.
  */
 #include <cstdlib>
 #include <vector>
@@ -30,6 +31,16 @@ IniFile read_ini(const std::string& path) {
   std::string bytes;
   if (!read_file_bytes(path, &bytes)) return IniFile{};
   return IniFile::parse(bytes.data(), bytes.size());
+}
+
+thread_local unsigned t_snapshot_depth = 0;
+thread_local IniFile* t_snapshot = nullptr;  // read at the snapshot's first call
+
+// The profile as this call sees it: the thread's snapshot, or `fresh`, read now.
+const IniFile& profile_ini(IniFile& fresh) {
+  if (t_snapshot_depth == 0) return fresh = read_ini(profile_path());
+  if (t_snapshot == nullptr) t_snapshot = new IniFile(read_ini(profile_path()));
+  return *t_snapshot;
 }
 
 size_t copy_value(const std::u16string& value, KOCHAR* out, size_t capacity) {
@@ -98,7 +109,8 @@ size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fa
                       size_t capacity) {
   if (out == nullptr || capacity == 0) return 0;
   try {
-    return ini_string(read_ini(profile_path()), section, key, fallback, out, capacity);
+    IniFile fresh;
+    return ini_string(profile_ini(fresh), section, key, fallback, out, capacity);
   } catch (...) {
     out[0] = 0;
     return 0;
@@ -107,9 +119,19 @@ size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fa
 
 int profile_int(const KOCHAR* section, const KOCHAR* key, int fallback) {
   try {
-    return ini_int(read_ini(profile_path()), section, key, fallback);
+    IniFile fresh;
+    return ini_int(profile_ini(fresh), section, key, fallback);
   } catch (...) {
     return fallback;
+  }
+}
+
+ProfileSnapshot::ProfileSnapshot() { ++t_snapshot_depth; }
+
+ProfileSnapshot::~ProfileSnapshot() {
+  if (--t_snapshot_depth == 0) {
+    delete t_snapshot;
+    t_snapshot = nullptr;
   }
 }
 

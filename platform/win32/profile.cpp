@@ -15,6 +15,10 @@ size_t profile_string(const KOCHAR* section, const KOCHAR* key, const KOCHAR* fa
                            wide(out), api_size(capacity));
 }
 
+// Windows serves the profile from memory: a snapshot has nothing to share.
+ProfileSnapshot::ProfileSnapshot() {}
+ProfileSnapshot::~ProfileSnapshot() {}
+
 int profile_int(const KOCHAR* section, const KOCHAR* key, int fallback) {
   return static_cast<int>(GetProfileIntW(wide(section), wide(key), fallback));
 }

@@ -91,6 +91,25 @@ TEST_F(Profile, MissingProfileMeansDefaults) {
   EXPECT_EQ(profile_string(u"intl", u"sDecimal", u".", out, 0), 0u);
 }
 
+TEST_F(Profile, SnapshotReadsTheFileOnceUntilItEnds) {
+  const auto path = ko_test::scratch_folder() / "win.ini";
+  KOCHAR out[16];
+  {
+    ko::os::ProfileSnapshot outer;
+    EXPECT_EQ(profile_int(u"intl", u"iCurrDigits", 0), 2);
+    ko_test::write_text_file(path, "[intl]\niCurrDigits=5\nsDecimal=;\n");
+    {
+      ko::os::ProfileSnapshot inner;  // nested: still the outer one's reading
+    }
+    EXPECT_EQ(profile_int(u"intl", u"iCurrDigits", 0), 2);
+    profile_string(u"intl", u"sDecimal", u".", out, 16);
+    EXPECT_EQ(std::u16string(out), u",");
+  }
+  EXPECT_EQ(profile_int(u"intl", u"iCurrDigits", 0), 5);
+  profile_string(u"intl", u"sDecimal", u".", out, 16);
+  EXPECT_EQ(std::u16string(out), u";");
+}
+
 TEST(PrivateProfile, ReadsTheNamedFile) {
   const auto path = ko_test::scratch_folder() / "ko.ini";
   ko_test::write_text_file(path, "[Library]\nRepairEmptyBlock=1\n");
