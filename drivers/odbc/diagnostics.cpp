@@ -1,0 +1,75 @@
+// diagnostics.cpp: ODBC diagnostic records into the context's message buffer.
+#include "drivers/odbc/diagnostics.h"
+
+#include <koshr/dbi_sql.h>
+
+#include <cstring>
+#include <string>
+
+namespace ko::odbc {
+namespace {
+
+// SQLSTATE classes that mean the connection is no longer there: "08" is the
+// standard's connection exception, "57P0" the server shutting a session down.
+bool connection_gone(const KOCHAR* state) {
+  return (state[0] == u'0' && state[1] == u'8') ||
+         (state[0] == u'5' && state[1] == u'7' && state[2] == u'P' && state[3] == u'0');
+}
+
+void write_message(DbiContext* context, const std::u16string& text) {
+  const size_t length = text.size() < DBI_MESSAGE_LENGTH - 1 ? text.size() : DBI_MESSAGE_LENGTH - 1;
+  std::memcpy(context->message, text.data(), length * sizeof(KOCHAR));
+  context->message[length] = 0;
+}
+
+}  // namespace
+
+void clear_error(DbiContext* context) {
+  context->return_code = 0;
+  context->sql_code = 0;
+  context->message[0] = 0;
+}
+
+bool report_diagnostics(DbiContext* context, SQLSMALLINT handle_type, SQLHANDLE handle) {
+  SQLWCHAR state[6] = {0};
+  SQLINTEGER native = 0;
+  SQLWCHAR text[DBI_MESSAGE_LENGTH] = {0};
+  SQLSMALLINT length = 0;
+  const SQLRETURN rc =
+      SQLGetDiagRecW(handle_type, handle, 1, state, &native, text, DBI_MESSAGE_LENGTH, &length);
+  std::u16string message;
+  bool gone = false;
+  if (succeeded(rc)) {
+    const auto* code = reinterpret_cast<const KOCHAR*>(state);
+    gone = connection_gone(code);
+    message.assign(code, 5);
+    message += u": ";
+    if (gone) message += u"the connection to the database was lost: ";
+    message += reinterpret_cast<const KOCHAR*>(text);
+    while (!message.empty() && (message.back() == u'\n' || message.back() == u' ')) {
+      message.pop_back();
+    }
+  } else {
+    message = u"HY000: the ODBC driver reported an error without a diagnostic record";
+  }
+  write_message(context, message);
+  context->return_code = DBI_RC_DRIVER_ERROR;
+  context->sql_code = native != 0 ? native : -1;
+  return gone;
+}
+
+void report_error(DbiContext* context, const char* sqlstate, const KOCHAR* text) {
+  std::u16string message(sqlstate, sqlstate + std::strlen(sqlstate));
+  message += u": ";
+  message += text;
+  write_message(context, message);
+  context->return_code = DBI_RC_DRIVER_ERROR;
+  context->sql_code = -1;
+}
+
+void report_error(DbiContext* context, const char* sqlstate, const char* text) {
+  const std::u16string wide(text, text + std::strlen(text));
+  report_error(context, sqlstate, wide.c_str());
+}
+
+}  // namespace ko::odbc
