@@ -32,12 +32,14 @@ bool parse_arguments(int argc, char** argv, std::initializer_list<Option> option
       positional->push_back(arg);
       continue;
     }
-    if (known->value != nullptr) {
+    if (known->value != nullptr || known->values != nullptr) {
       if (i + 1 >= argc) {
         *why = arg + " needs a value";
         return false;
       }
-      *known->value = argv[++i];
+      ++i;
+      if (known->value != nullptr) *known->value = argv[i];
+      if (known->values != nullptr) known->values->push_back(argv[i]);
     }
     if (known->given != nullptr) *known->given = true;
   }

@@ -16,10 +16,12 @@ namespace koshr_tool {
 
 // One option a subcommand takes: a flag when `value` is null, else it takes
 // the next argument into *value. *given (when not null) is set when it appears.
+// An option that may come again collects its values in *values instead.
 struct Option {
   const char* name;
   std::string* value;
   bool* given;
+  std::vector<std::string>* values = nullptr;
 };
 
 // Splits argv[1..] into the options named and the positionals. With

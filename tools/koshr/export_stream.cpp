@@ -85,6 +85,18 @@ ExportOutcome write_rows(IKO_SaveFileType& writer, KoSaveContext* save,
   return outcome;
 }
 
+bool copy_to_stdout(const fs::path& file) {
+  std::FILE* in = std::fopen(file.string().c_str(), "rb");
+  if (!in) return false;
+  std::string block(1 << 16, '\0');
+  for (size_t got; (got = std::fread(block.data(), 1, block.size(), in)) > 0;) {
+    write_stdout(std::string_view(block.data(), got));
+  }
+  bool read = !std::ferror(in);
+  std::fclose(in);
+  return read && std::fflush(stdout) == 0 && !std::ferror(stdout);
+}
+
 }  // namespace
 
 const std::vector<SaveFormat>& save_formats() {
@@ -158,9 +170,13 @@ ExportOutcome stream_export(const ExportSettings& settings, std::vector<ColumnSp
     return outcome;
   }
 
+  // Standard output gets the finished file from a staging folder in the
+  // temporary folder, so a failure prints nothing.
   StagedOutput staged;
   std::string why;
-  if (!staged.open(settings.output, why)) return {false, false, why};
+  fs::path target = settings.to_stdout ? fs::temp_directory_path() / settings.output
+                                       : fs::path(settings.output);
+  if (!staged.open(target.string(), why)) return {false, false, why};
   // The exporters derive names from the file name they are given, so the
   // file is created under the target's own name from inside the folder.
   std::error_code error;
@@ -182,7 +198,14 @@ ExportOutcome stream_export(const ExportSettings& settings, std::vector<ColumnSp
   }
   ExportOutcome outcome =
       write_rows(*writer, save, columns, *source, row_count, settings.format->dates_as_text);
-  if (outcome.ok && !staged.commit(why)) return {false, false, why};
+  if (!outcome.ok) return outcome;
+  if (settings.to_stdout) {
+    if (!copy_to_stdout(staged.folder() / staged.file_name())) {
+      return {false, false, "cannot write to standard output"};
+    }
+  } else if (!staged.commit(why)) {
+    return {false, false, why};
+  }
   return outcome;
 }
 

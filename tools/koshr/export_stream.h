@@ -49,6 +49,7 @@ class RowSource {
 
 struct ExportSettings {
   std::string output;                  // the target; empty for the clipboard
+  bool to_stdout = false;              // the finished file goes to stdout, named `output`
   const SaveFormat* format = nullptr;  // null for the clipboard
   uint32_t flags = 0;
   int32_t encoding = KOSAVE_ENCODING_UTF8;
