@@ -3,6 +3,7 @@
  */
 #include "platform/ini_file.h"
 
+#include "platform/byte_order.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
 
@@ -55,10 +56,10 @@ std::u16string quote_if_needed(const std::u16string& value) {
 
 std::u16string decode(const char* bytes, size_t size) {
   const auto* data = reinterpret_cast<const unsigned char*>(bytes);
-  if (size >= 2 && data[0] == 0xFF && data[1] == 0xFE) {
+  if (size >= 2 && load_le16(data) == kByteOrderMark) {
     std::u16string text;
     text.reserve(size / 2);
-    for (size_t i = 2; i + 1 < size; i += 2) text.push_back(KOCHAR(data[i] | (data[i + 1] << 8)));
+    for (size_t i = 2; i + 1 < size; i += 2) text.push_back(KOCHAR(load_le16(data + i)));
     return text;
   }
   if (size >= 3 && data[0] == 0xEF && data[1] == 0xBB && data[2] == 0xBF) {

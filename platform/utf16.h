@@ -18,6 +18,9 @@
 
 namespace ko {
 
+// U+FEFF at the start of a file: its byte order tells the encoding.
+constexpr KOCHAR kByteOrderMark = 0xFEFF;
+
 size_t u16len(const KOCHAR* text);
 size_t u16nlen(const KOCHAR* text, size_t max);
 KOCHAR* u16cpy(KOCHAR* dst, const KOCHAR* src);
