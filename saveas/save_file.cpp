@@ -19,8 +19,6 @@ constexpr size_t kMaxBytesPerUnit = 4;
 
 std::atomic<size_t> g_buffer_units{kDefaultBufferUnits};
 
-bool is_high_surrogate(KOCHAR c) { return c >= 0xD800 && c <= 0xDBFF; }
-
 // Copies the leading ASCII units of `text` as bytes; returns their count.
 // Four units are checked at a time while all four are ASCII.
 size_t copy_ascii(const KOCHAR* text, size_t length, uint8_t* out) {

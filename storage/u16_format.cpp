@@ -59,7 +59,7 @@ void emit_integer(Sink& sink, const Spec& spec, char conv, uint64_t magnitude, b
   char digits[72];
   size_t n = 0;
   unsigned base = (conv == 'x' || conv == 'X' || conv == 'p') ? 16 : conv == 'o' ? 8 : 10;
-  const char* alphabet = conv == 'X' ? "0123456789ABCDEF" : "0123456789abcdef";
+  const char* alphabet = conv == 'X' ? kHexDigitsUpper : kHexDigitsLower;
   char reversed[72];
   size_t r = 0;
   while (magnitude) {
