@@ -10,11 +10,11 @@
 namespace ko {
 namespace {
 
-bool is_blank(KOCHAR c) { return c == u' ' || c == u'\t'; }
+bool is_space_or_tab(KOCHAR c) { return c == u' ' || c == u'\t'; }
 
 std::u16string trim(const KOCHAR* begin, const KOCHAR* end) {
-  while (begin < end && is_blank(*begin)) ++begin;
-  while (end > begin && is_blank(end[-1])) --end;
+  while (begin < end && is_space_or_tab(*begin)) ++begin;
+  while (end > begin && is_space_or_tab(end[-1])) --end;
   return std::u16string(begin, end);
 }
 
@@ -27,7 +27,7 @@ bool has_line_break(const KOCHAR* text) {
 
 bool has_outer_blank(const KOCHAR* text) {
   const size_t length = u16len(text);
-  return length > 0 && (is_blank(text[0]) || is_blank(text[length - 1]));
+  return length > 0 && (is_space_or_tab(text[0]) || is_space_or_tab(text[length - 1]));
 }
 
 bool valid_section_name(const KOCHAR* name) {
@@ -48,7 +48,7 @@ bool quoted(const std::u16string& text) {
 // The raw form that unquote() turns back into `value`.
 std::u16string quote_if_needed(const std::u16string& value) {
   if (value.empty()) return value;
-  if (is_blank(value.front()) || is_blank(value.back()) || quoted(value)) {
+  if (is_space_or_tab(value.front()) || is_space_or_tab(value.back()) || quoted(value)) {
     return u"\"" + value + u"\"";
   }
   return value;
