@@ -3,6 +3,11 @@
  *
  * Integers are rendered here digit by digit; floating-point conversions go
  * through the C library's snprintf (whose output is ASCII) and are widened.
+ *
+ * Sink keeps counting past the end of the buffer: the result is the length the
+ * whole text needs, as snprintf gives it. That is why it is not the format
+ * renderers' TextOutput (format/text_output.h), whose result is the count
+ * stored in an int-sized buffer.
  */
 #include "storage/u16_format.h"
 
