@@ -13,7 +13,8 @@
 
 #include <atomic>
 
-#include "dbi/context_support.h"
+#include "dbi/context_error.h"
+#include "dbi/text_blanks.h"
 #include "platform/resources.h"
 #include "platform/utf16.h"
 

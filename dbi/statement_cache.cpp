@@ -17,7 +17,9 @@
 #include <koshr/lists.h>
 
 #include "containers/string_hash.h"
-#include "dbi/context_support.h"
+#include "dbi/context_memory.h"
+#include "dbi/driver_call.h"
+#include "dbi/text_blanks.h"
 #include "platform/utf16.h"
 
 namespace ko::dbi {
