@@ -11,9 +11,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <initializer_list>
 
 #include "platform/platform.h"
-#include "platform/posix/posix_support.h"
+#include "platform/posix/last_error.h"
 #include "platform/utf16.h"
 
 namespace ko::os {
