@@ -121,7 +121,7 @@ class SectionPlayer {
           }
           break;
         case kCodePoint:
-          if (shown_fraction_ > 0 || layout_.fraction_total() == 0) out_.put(separators_.decimal);
+          out_.put(separators_.decimal);
           break;
         case kCodeLiteral:
           if (p + 1 < layout_.end()) out_.put(p[1]);
