@@ -25,7 +25,6 @@ constexpr int kPositiveSection = 0;
 constexpr int kNegativeSection = 1;
 constexpr int kZeroSection = 2;
 constexpr int kNullSection = 3;
-constexpr int kGeneralDigits = 15;
 
 struct Separators {
   KOCHAR decimal;
