@@ -30,8 +30,8 @@ int64_t read_at(os::FileHandle file, const FileStart& start, uint8_t* out, size_
 
 // The certificate table's size, 0 when the file is no PE image; `entry` gets
 // the file offset of the security directory entry that announces it.
-uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t file_size, bool* executable,
-                          uint64_t* entry) {
+uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t file_size,
+                          bool* executable, uint64_t* entry) {
   uint8_t dos[64];
   *executable = false;
   *entry = 0;
@@ -69,7 +69,8 @@ LibraryPlace locate_library(os::FileHandle file, const uint8_t* start, size_t st
   int64_t size = os::file_size(file);
   place.file_size = size;
   FileStart first{start, start ? start_size : 0};
-  uint32_t certificates = certificate_size(file, first, size, &place.executable, &place.certificate_entry);
+  uint32_t certificates =
+      certificate_size(file, first, size, &place.executable, &place.certificate_entry);
   place.certificates = certificates;
   int64_t at = size - 512 - int64_t(certificates);
   uint8_t trailer[8];

@@ -28,7 +28,7 @@ struct LibraryPlace {
   bool has_trailer = false;
   uint32_t trailer_offset = 0;  // where the trailer block starts
   int64_t file_size = 0;
-  uint32_t certificates = 0;      // bytes of the certificate table after the trailer
+  uint32_t certificates = 0;       // bytes of the certificate table after the trailer
   uint64_t certificate_entry = 0;  // file offset of the security directory entry, 0 when none
 };
 

@@ -41,7 +41,9 @@ void destroy(LmiLibrary* lib) {
 
 }  // namespace
 
-bool library_path_fits(const KOCHAR* path) { return u16nlen(path, kMaxLibraryPath) < kMaxLibraryPath; }
+bool library_path_fits(const KOCHAR* path) {
+  return u16nlen(path, kMaxLibraryPath) < kMaxLibraryPath;
+}
 
 void refresh_file_size(LmiLibrary* lib) {
   int64_t size = os::file_size(lib->file);
@@ -93,7 +95,8 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
 
   // One read covers the header, the first bitmap block and either size of
   // root node; a file with 1024-byte nodes may end before the whole buffer.
-  if (lib->base != 0 || lib->in_host) got = library_read(lib->file, lib->header, kHeaderBufferSize, lib->base);
+  if (lib->base != 0 || lib->in_host)
+    got = library_read(lib->file, lib->header, kHeaderBufferSize, lib->base);
   if (got < int64_t(kFirstReadSize) || !header_names_product(lib->header)) {
     destroy(lib);
     return nullptr;

@@ -144,7 +144,8 @@ TEST_F(ExecutableTest, EveryHostKeepsItsLibraryThroughWrites) {
     }
     Bytes image = file_bytes(name);
     size_t kept = c.is_signed ? security_entry : c.host.size();
-    EXPECT_TRUE(std::equal(c.host.begin(), c.host.begin() + long(kept), image.begin())) << "the host stays";
+    EXPECT_TRUE(std::equal(c.host.begin(), c.host.begin() + long(kept), image.begin()))
+        << "the host stays";
     if (c.is_signed) {
       for (size_t i = security_entry; i < security_entry + 8; ++i) EXPECT_EQ(image[i], 0) << i;
     }

@@ -64,8 +64,10 @@ TEST_F(NamesAndPathsTest, EmptyAndOverlongEntryNamesAreInvalid) {
     LMI_ENTRY_INFO_EX info_ex;
     KOCHAR version[5];
     const std::pair<const char*, std::function<int32_t(KOCHAR*)>> calls[] = {
-        {"open for writing", [&](KOCHAR* n) { return LMI_OpenEntry(h, n, LMI_ENTRY_WRITE, nullptr); }},
-        {"open for reading", [&](KOCHAR* n) { return LMI_OpenEntry(h, n, LMI_ENTRY_READ, nullptr); }},
+        {"open for writing",
+         [&](KOCHAR* n) { return LMI_OpenEntry(h, n, LMI_ENTRY_WRITE, nullptr); }},
+        {"open for reading",
+         [&](KOCHAR* n) { return LMI_OpenEntry(h, n, LMI_ENTRY_READ, nullptr); }},
         {"exists", [&](KOCHAR* n) { return LMI_EntryExists(h, n); }},
         {"information", [&](KOCHAR* n) { return LMI_EntryInformation(h, n, &info); }},
         {"extended information", [&](KOCHAR* n) { return LMI_EntryInfoExtended(h, n, &info_ex); }},

@@ -13,9 +13,9 @@
 #include <map>
 
 #ifndef _WIN32
-#include <csignal>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <csignal>
 #endif
 
 using namespace library_test;
@@ -86,7 +86,8 @@ class NothingLostTest : public LibraryTest {
   // call number `call`: that write fails, and the question the library then
   // asks kills the process, so nothing of it or after it runs. True when the
   // child finished without reaching that call.
-  static bool run_killed_at(const std::u16string& p, uint64_t call, const std::function<void(LMI_HANDLE)>& op) {
+  static bool run_killed_at(const std::u16string& p, uint64_t call,
+                            const std::function<void(LMI_HANDLE)>& op) {
     pid_t pid = fork();
     if (pid == 0) {
       KostgContext* pool = kostg_begin(0);
