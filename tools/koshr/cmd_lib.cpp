@@ -40,7 +40,9 @@ const char kUsage[] =
     "  rm LIB ENTRY                             remove an entry\n"
     "  export LIB [ENTRY...] -o DIR             one file an entry: export header, then text or hex section\n"
     "  import LIB FILE...                       the reverse of export\n"
-    "  check LIB                                verify the file; exit 1 with one line per finding\n";
+    "  check LIB                                verify the file; exit 1 with one line per finding\n"
+    "  optimize LIB                             rewrite compactly: balanced directory, each entry's\n"
+    "                                           data in one run, leaked blocks reclaimed\n";
 
 const char kStartMarker[] = "Start of Korvane Binary Data Section : Do NOT Edit";
 
@@ -323,6 +325,16 @@ int cmd_check(const Args& a) {
   return rc == 0 ? 0 : 1;
 }
 
+int cmd_optimize(const Args& a) {
+  if (a.positional.size() != 1) return fail("lib optimize", "expects LIB");
+  Session s;
+  std::u16string path = utf8_to_utf16(a.positional[0]);
+  int32_t rc = LMI_OptimizeLibrary(s.pool(), path.c_str());
+  if (rc == LMI_E_IO)
+    return fail("lib optimize " + a.positional[0], "damaged or unreadable (see 'koshr lib check')");
+  return rc ? fail("lib optimize " + a.positional[0], lmi_error(rc)) : 0;
+}
+
 int run_lib(int argc, char** argv) {
   if (argc < 2) return koshr_tool::misuse(kUsage);
   std::string sub = argv[1];
@@ -338,6 +350,7 @@ int run_lib(int argc, char** argv) {
   if (a.positional.empty()) return fail("lib " + sub, "expects LIB");
   if (sub == "new") return cmd_new(a);
   if (sub == "check") return cmd_check(a);
+  if (sub == "optimize") return cmd_optimize(a);
   struct Sub {
     const char* name;
     int mode;
