@@ -55,8 +55,8 @@ const OptionSpec* find_option(const std::vector<OptionSpec>& options, std::strin
 
 }  // namespace
 
-bool parse_command_line(const Syntax& syntax, const std::vector<std::string>& args,
-                        Arguments* out, std::string* why) {
+bool parse_command_line(const Syntax& syntax, const std::vector<std::string>& args, Arguments* out,
+                        std::string* why) {
   // Options are looked up once the subcommand is known: a subcommand's own
   // options may come before it, so they are checked after the split.
   struct Pending {

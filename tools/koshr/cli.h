@@ -41,11 +41,11 @@ struct Syntax {
 // A parsed command line.
 class Arguments {
  public:
-  std::string command;      // the command's words, e.g. "lib new", for messages
-  const char* usage = "";   // the command's usage text
-  std::string subcommand;   // empty for a command without subcommands
+  std::string command;     // the command's words, e.g. "lib new", for messages
+  const char* usage = "";  // the command's usage text
+  std::string subcommand;  // empty for a command without subcommands
   std::vector<std::string> operands;
-  bool help = false;        // -h or --help was given
+  bool help = false;  // -h or --help was given
 
   bool has(std::string_view option) const;
   // The option's value, or "" when it was not given.
@@ -60,8 +60,8 @@ class Arguments {
 // options; "-" and negative numbers ("-5", "-.5") are operands; a value comes
 // in the next argument or after '='. False with `why` ("unknown option -x",
 // "--as needs a value", "unknown subcommand 'x'") on a mistake.
-bool parse_command_line(const Syntax& syntax, const std::vector<std::string>& args,
-                        Arguments* out, std::string* why);
+bool parse_command_line(const Syntax& syntax, const std::vector<std::string>& args, Arguments* out,
+                        std::string* why);
 
 // The usage lines that open a usage text (up to its first empty line).
 std::string usage_head(const char* usage);

@@ -39,18 +39,14 @@ void print_records(DbiContext* context) {
 int run_dbparm(const koshr_tool::Arguments& args) {
   const auto& operands = args.operands;
   if (args.has("--replace")) {
-    if (operands.size() != 2) {
-      return koshr_tool::usage_error(
-          args, operands.size() < 2 ? "--replace expects KEYWORD VALUE TEXT" : "unexpected argument " + operands[2]);
-    }
+    if (int status = koshr_tool::check_operands(args, 2, 2, "--replace KEYWORD VALUE TEXT")) return status;
     koshr_tool::ScratchConnection context(koshr_tool::utf8_to_utf16(operands[1]));
     DBI_ReplaceDbParm(context.get(), koshr_tool::utf8_to_utf16(args.value("--replace")).c_str(),
                       koshr_tool::utf8_to_utf16(operands[0]).c_str());
     std::printf("%s\n", koshr_tool::utf16_to_utf8(context->dbparm).c_str());
     return 0;
   }
-  if (operands.empty()) return koshr_tool::usage_error(args, "expects TEXT");
-  if (operands.size() > 1) return koshr_tool::usage_error(args, "unexpected argument " + operands[1]);
+  if (int status = koshr_tool::check_operands(args, 1, 1, "TEXT")) return status;
   // A name or value over 1024 characters stops the process, as the parser does
   // in every program that uses it.
   koshr_tool::ScratchConnection context(koshr_tool::utf8_to_utf16(operands[0]));

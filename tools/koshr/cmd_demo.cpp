@@ -44,7 +44,7 @@ bool make_fresh_folder(std::filesystem::path* folder, std::string* why) {
 }
 
 int run_demo(const Arguments& args) {
-  if (!args.operands.empty()) return usage_error(args, "unexpected argument " + args.operands[0]);
+  if (int status = check_operands(args, 0, 0, "")) return status;
   std::filesystem::path folder;
   std::string why;
   if (!make_fresh_folder(&folder, &why)) return fail("demo: cannot create its folder", why);

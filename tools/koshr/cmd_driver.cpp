@@ -20,10 +20,10 @@ const char kUsage[] =
 
 int run_driver(const koshr_tool::Arguments& args) {
   const auto& operands = args.operands;
-  if (operands.empty()) return koshr_tool::usage_error(args, "expects DBMS");
-  if (operands.size() > 2) return koshr_tool::usage_error(args, "unexpected argument " + operands[2]);
+  if (int status = koshr_tool::check_operands(args, 1, 2, "DBMS")) return status;
   bool with_parameters = operands.size() == 2;
-  std::u16string parameters = with_parameters ? koshr_tool::utf8_to_utf16(operands[1]) : std::u16string();
+  std::u16string parameters =
+      with_parameters ? koshr_tool::utf8_to_utf16(operands[1]) : std::u16string();
   KOCHAR name[DBI_NAME_LENGTH + 16];
   DBI_LibraryName(nullptr, nullptr, name, koshr_tool::utf8_to_utf16(operands[0]).c_str(),
                   with_parameters ? parameters.data() : nullptr);

@@ -5,6 +5,7 @@
  */
 #include <koshr/format.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -115,10 +116,9 @@ int run_fmt(const koshr_tool::Arguments& args) {
     return koshr_tool::usage_error(args, "unknown type \"" + type_name + "\"");
   }
   std::u16string culture = koshr_tool::utf8_to_utf16(args.value("--culture"));
-  if (positional.empty()) return koshr_tool::usage_error(args, "expects FORMAT");
-  if (!check && positional.size() < 2) return koshr_tool::usage_error(args, "expects at least one VALUE");
-  if (check && positional.size() > 1) {
-    return koshr_tool::usage_error(args, "unexpected argument " + positional[1]);
+  if (int status = check ? koshr_tool::check_operands(args, 1, 1, "FORMAT")
+                         : koshr_tool::check_operands(args, 2, SIZE_MAX, "FORMAT VALUE...")) {
+    return status;
   }
   const char16_t* culture_text = have_culture ? culture.c_str() : nullptr;
   std::vector<KOFMTCODE> compiled(kCompiledCodes);

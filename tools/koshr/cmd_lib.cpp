@@ -179,7 +179,9 @@ int cmd_new(const Args& a) {
   int32_t rc = LMI_CreateLibrary(s.pool(), path.data(), comment.c_str());
   if (rc == 0) return 0;
   std::string why = rc == LMI_E_EXISTS ? std::strerror(EEXIST) : "";
-  if (rc == LMI_E_CREATE_FAILED) why = koshr_tool::open_problem(a.positional[0], koshr_tool::Access::kCreate);
+  if (rc == LMI_E_CREATE_FAILED) {
+    why = koshr_tool::open_problem(a.positional[0], koshr_tool::Access::kCreate);
+  }
   return fail("lib new " + a.positional[0], why.empty() ? lmi_error(rc) : why);
 }
 
@@ -377,13 +379,12 @@ int run_lib(const koshr_tool::Arguments& arguments) {
   };
   for (const Sub& s : subs) {
     if (sub != s.name) continue;
-    if (a.positional.size() < s.least) {
-      return koshr_tool::usage_error(arguments, std::string("expects ") + s.operands);
+    if (int status = koshr_tool::check_operands(arguments, s.least, s.most, s.operands)) {
+      return status;
     }
-    if (a.positional.size() > s.most) {
-      return koshr_tool::usage_error(arguments, "unexpected argument " + a.positional[s.most]);
+    if (sub == "export" && !arguments.has("-o")) {
+      return koshr_tool::usage_error(arguments, "needs -o DIR");
     }
-    if (sub == "export" && !arguments.has("-o")) return koshr_tool::usage_error(arguments, "needs -o DIR");
     if (sub == "new") return cmd_new(a);
     if (sub == "check") return cmd_check(a);
     Session session;
@@ -421,7 +422,8 @@ int demo_library(const std::string& folder) {
   const std::vector<std::vector<std::string>> steps = {
       {"lib", "new", lib, "--comment", "a demonstration library"},
       {"lib", "put", lib, "main_window.kos", source, "--text", "--comment", "main window"},
-      {"lib", "put", lib, "orders.kos", (dir / "orders.txt").string(), "--text", "--comment", "orders"},
+      {"lib", "put", lib, "orders.kos", (dir / "orders.txt").string(), "--text", "--comment",
+       "orders"},
       {"lib", "put", lib, "app.bin", (dir / "app.bin").string()},
       {"lib", "ls", lib},
       {"lib", "export", lib, "main_window.kos", "-o", (dir / "export").string()},

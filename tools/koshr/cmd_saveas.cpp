@@ -100,10 +100,8 @@ int parse_options(const Arguments& args, Options& options) {
   options.header = args.has("--header");
   options.clipboard = args.has("--clipboard");
   size_t wanted = options.clipboard ? 1 : 2;
-  if (args.operands.size() < wanted) {
-    return usage_error(args, options.clipboard ? "expects IN.csv" : "expects IN.csv OUT");
-  }
-  if (args.operands.size() > wanted) return usage_error(args, "unexpected argument " + args.operands[wanted]);
+  const char* expects = options.clipboard ? "IN.csv" : "IN.csv OUT";
+  if (int status = check_operands(args, wanted, wanted, expects)) return status;
   options.input = args.operands[0];
   if (!options.clipboard) options.output = args.operands[1];
   return 0;

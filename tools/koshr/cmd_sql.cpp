@@ -61,9 +61,8 @@ int classify(std::u16string select) {
 int run_sql(const koshr_tool::Arguments& args) {
   const auto& operands = args.operands;
   size_t wanted = args.subcommand == "find" ? 2 : 1;
-  if (operands.size() < wanted)
-    return koshr_tool::usage_error(args, wanted == 2 ? "expects KEYWORD TEXT" : "expects TEXT");
-  if (operands.size() > wanted) return koshr_tool::usage_error(args, "unexpected argument " + operands[wanted]);
+  const char* expects = wanted == 2 ? "KEYWORD TEXT" : "TEXT";
+  if (int status = koshr_tool::check_operands(args, wanted, wanted, expects)) return status;
   if (args.subcommand == "tail") return tail(koshr_tool::utf8_to_utf16(operands[0]));
   if (args.subcommand == "find") {
     return find(koshr_tool::utf8_to_utf16(operands[0]), koshr_tool::utf8_to_utf16(operands[1]));

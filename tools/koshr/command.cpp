@@ -118,7 +118,8 @@ int dispatch(const Invocation& invocation) {
       break;
   }
   if (invocation.command != nullptr) return usage_error(invocation.args, invocation.why);
-  std::fprintf(stderr, "koshr: %s\n%s", invocation.why.c_str(), usage_head(tool_usage().c_str()).c_str());
+  std::fprintf(stderr, "koshr: %s\n%s", invocation.why.c_str(),
+               usage_head(tool_usage().c_str()).c_str());
   return 2;
 }
 
@@ -137,6 +138,13 @@ int usage_error(const Arguments& args, const std::string& why) {
   return 2;
 }
 
+int check_operands(const Arguments& args, size_t least, size_t most, const std::string& expects) {
+  if (args.operands.size() < least) return usage_error(args, "expects " + expects);
+  if (args.operands.size() > most)
+    return usage_error(args, "unexpected argument " + args.operands[most]);
+  return 0;
+}
+
 std::string open_problem(const std::string& path, Access access) {
   std::error_code error;
   std::filesystem::path file(utf8_to_utf16(path));
@@ -147,8 +155,8 @@ std::string open_problem(const std::string& path, Access access) {
               : access == Access::kWrite ? O_RDWR
                                          : O_RDWR | O_CREAT | O_EXCL;
 #ifdef _WIN32
-  int fd = _wopen(reinterpret_cast<const wchar_t*>(file.u16string().c_str()), flags | O_BINARY,
-                  0666);
+  int fd =
+      _wopen(reinterpret_cast<const wchar_t*>(file.u16string().c_str()), flags | O_BINARY, 0666);
 #else
   int fd = open(path.c_str(), flags, 0666);
 #endif

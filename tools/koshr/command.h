@@ -85,6 +85,10 @@ int fail(const std::string& what, const std::string& why);
 // Reports a misuse ("koshr: <command>: <why>" and the usage lines) and returns 2.
 int usage_error(const Arguments& args, const std::string& why);
 
+// Checks the number of operands: a usage error ("expects <expects>" when
+// fewer than `least`, "unexpected argument X" when more than `most`), else 0.
+int check_operands(const Arguments& args, size_t least, size_t most, const std::string& expects);
+
 // The tool's own usage text (its commands and global options).
 std::string tool_usage();
 
@@ -102,10 +106,10 @@ int run_command_line(const std::vector<std::string>& args);
 #define KOSHR_TOOL_CONCAT(a, b) KOSHR_TOOL_CONCAT2(a, b)
 #define KOSHR_COMMAND(command) \
   static ::koshr_tool::CommandRegistrar KOSHR_TOOL_CONCAT(command_registrar_, __LINE__)(command)
-#define KOSHR_DEMO_STOP(order, title, function)                                              \
+#define KOSHR_DEMO_STOP(order, title, function)                                             \
   static const ::koshr_tool::DemoStop KOSHR_TOOL_CONCAT(demo_stop_, __LINE__){order, title, \
                                                                               function};    \
-  static ::koshr_tool::DemoStopRegistrar KOSHR_TOOL_CONCAT(demo_stop_registrar_, __LINE__)( \
-      KOSHR_TOOL_CONCAT(demo_stop_, __LINE__))
+  static ::koshr_tool::DemoStopRegistrar KOSHR_TOOL_CONCAT(                                 \
+      demo_stop_registrar_, __LINE__)(KOSHR_TOOL_CONCAT(demo_stop_, __LINE__))
 
 #endif
