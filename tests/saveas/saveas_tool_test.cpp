@@ -109,7 +109,9 @@ TEST_F(SaveasToolTest, MalformedInputNamesTheLineAndLeavesNoFile) {
     const char* message;
   } cases[] = {{"bad.csv", "a,b\n1,2\n3,\"4\n", "line 3: a quoted field is never closed"},
                {"short.csv", "a,b\n1,2\n3\n", "line 3: 1 fields where the first line names 2"},
-               {"wide.csv", wide + "\n" + std::string(129, ',') + "\n", ""}};
+               {"wide.csv", wide + "\n" + std::string(129, ',') + "\n", ""},
+               {"huge.csv", "id,amount\n1,5.25\n2,123456789012345678901234.25\n3,9876543210987654321098.5\n",
+                "row 2, column amount: the number does not fit its field (2 values in all)"}};
   for (const auto& c : cases) {
     write_bytes(path(c.file), c.text);
     std::string output;
@@ -117,7 +119,7 @@ TEST_F(SaveasToolTest, MalformedInputNamesTheLineAndLeavesNoFile) {
     EXPECT_NE(output.find(c.message), std::string::npos) << output;
   }
   using Entries = std::filesystem::directory_iterator;
-  EXPECT_EQ(std::distance(Entries(folder_), Entries()), 3) << "the three inputs only";
+  EXPECT_EQ(std::distance(Entries(folder_), Entries()), 4) << "the four inputs only";
 }
 
 TEST_F(SaveasToolTest, SavesWithInferredOrGivenTypes) {

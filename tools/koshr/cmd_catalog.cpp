@@ -78,27 +78,18 @@ std::string show(DbiContext* context) {
   return out + style_table.render();
 }
 
-int run_catalog(int argc, char** argv) {
+int run_catalog(const Arguments& args) {
   ConnectOptions connect;
-  bool connect_given = false;
-  std::vector<std::string> positional;
+  connect.connect = args.value("--connect");
+  if (args.has("--dbms")) connect.dbms = args.value("--dbms");
+  connect.dbparm = args.value("--dbparm");
+  if (int status = check_operands(args, 0, 0, "")) return status;
+  if (!args.has("--connect")) return usage_error(args, "--connect is missing");
   std::string why;
-  if (!parse_arguments(argc, argv,
-                       {{"--connect", &connect.connect, &connect_given},
-                        {"--dbms", &connect.dbms, nullptr},
-                        {"--dbparm", &connect.dbparm, nullptr}},
-                       true, &positional, &why)) {
-    std::fprintf(stderr, "koshr: catalog: %s\n", why.c_str());
-    return misuse(kUsage);
-  }
-  if (positional.size() != 1 || !connect_given ||
-      (positional[0] != "init" && positional[0] != "show")) {
-    return misuse(kUsage);
-  }
-  std::string what = "catalog " + positional[0];
+  std::string what = "catalog " + args.subcommand;
   DbSession session;
   if (!session.open(connect, why)) return fail(what, why);
-  if (positional[0] == "init") {
+  if (args.subcommand == "init") {
     DBI_CreateCatalogTables(session.context());
     if (session.failed()) return fail(what, session.error());
     std::printf("the catalog tables are ready\n");
@@ -110,8 +101,13 @@ int run_catalog(int argc, char** argv) {
   return 0;
 }
 
-const Command kCatalog{"catalog", "create or show the catalog tables of a database", kUsage,
-                       &run_catalog};
+const Command kCatalog{
+    "catalog",
+    "create or show the catalog tables of a database",
+    kUsage,
+    &run_catalog,
+    {{{"--connect", "CONNECTION-STRING"}, {"--dbms", "NAME"}, {"--dbparm", "TEXT"}},
+     {{"init", {}}, {"show", {}}}}};
 KOSHR_COMMAND(kCatalog);
 
 }  // namespace

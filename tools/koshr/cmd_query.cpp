@@ -56,26 +56,21 @@ struct Options {
   ConnectOptions connect;
   std::vector<std::string> params;
   std::string format, output, sql;
-  bool connect_given = false, output_given = false, formats = false;
+  bool output_given = false, formats = false;
 };
 
-int parse_options(int argc, char** argv, Options& options) {
-  std::vector<std::string> positional;
-  std::string why;
-  if (!parse_arguments(argc, argv,
-                       {{"--connect", &options.connect.connect, &options.connect_given},
-                        {"--dbms", &options.connect.dbms, nullptr},
-                        {"--dbparm", &options.connect.dbparm, nullptr},
-                        {"--param", nullptr, nullptr, &options.params},
-                        {"--as", &options.format, nullptr},
-                        {"-o", &options.output, &options.output_given},
-                        {"--formats", nullptr, &options.formats}},
-                       true, &positional, &why)) {
-    std::fprintf(stderr, "koshr: query: %s\n", why.c_str());
-    return misuse(kUsage);
-  }
-  if (positional.size() != 1 || !options.connect_given) return misuse(kUsage);
-  options.sql = positional[0];
+int parse_options(const Arguments& args, Options& options) {
+  options.connect.connect = args.value("--connect");
+  if (args.has("--dbms")) options.connect.dbms = args.value("--dbms");
+  options.connect.dbparm = args.value("--dbparm");
+  options.params = args.values("--param");
+  options.format = args.value("--as");
+  options.output = args.value("-o");
+  options.output_given = args.has("-o");
+  options.formats = args.has("--formats");
+  if (int status = check_operands(args, 1, 1, "SQL")) return status;
+  if (!args.has("--connect")) return usage_error(args, "--connect is missing");
+  options.sql = args.operands[0];
   return 0;
 }
 
@@ -113,11 +108,11 @@ class QueryRows final : public RowSource {
     ++row_number_;
     row.resize(columns_.size());
     for (size_t c = 0; c < columns_.size(); ++c) {
-      bool converted = formats_ && formats_->has(c)
-                           ? (row[c].missing = values[c].type == DBI_TYPE_NULL,
-                              row[c].text = utf8_to_utf16(formats_->render(c, values[c])), true)
-                           : export_cell(values[c], columns_[c], row[c], why);
-      if (!converted) {
+      if (formats_ && formats_->has(c)) {
+        // A formatted column exports the text as shown.
+        row[c].missing = values[c].type == DBI_TYPE_NULL;
+        row[c].text = utf8_to_utf16(formats_->render(c, values[c]));
+      } else if (!export_cell(values[c], columns_[c], row[c], why)) {
         why = "row " + std::to_string(row_number_) + ", column " + columns_[c].name + ": " + why;
         return false;
       }
@@ -179,20 +174,17 @@ bool write_text(const Options& options, const std::string& text, std::string& wh
   return staged.commit(why);
 }
 
-int run_query(int argc, char** argv) {
+int run_query(const Arguments& args) {
   Options options;
-  if (int status = parse_options(argc, argv, options)) return status;
+  if (int status = parse_options(args, options)) return status;
   const SaveFormat* format = nullptr;
   bool table = options.format == "table" || (options.format.empty() && !options.output_given);
   if (!table) {
     format = find_save_format(options.format, options.output);
-    if (!format && options.format.empty() && fs::path(options.output).extension() == ".txt") {
-      table = true;
-    } else if (!format) {
-      std::fprintf(stderr, "koshr: query: %s\n",
-                   options.format.empty() ? "no format for this extension (give --as)"
-                                          : ("unknown format '" + options.format + "'").c_str());
-      return misuse(kUsage);
+    if (!format) {
+      return usage_error(args, options.format.empty() ? "no format for the extension of " +
+                                                            options.output + " (give --as)"
+                                                      : "unknown format '" + options.format + "'");
     }
   }
 
@@ -252,8 +244,60 @@ int run_query(int argc, char** argv) {
   return 0;
 }
 
-const Command kQuery{"query", "run SQL on a database; show or save the result", kUsage, &run_query};
+const Command kQuery{"query",
+                     "run SQL on a database; show or save the result",
+                     kUsage,
+                     &run_query,
+                     {{{"--connect", "CONNECTION-STRING"},
+                       {"--dbms", "NAME"},
+                       {"--dbparm", "TEXT"},
+                       {"--param", "VALUE"},
+                       {"--as", "FORMAT"},
+                       {"-o", "OUT"},
+                       {"--formats", nullptr}},
+                      {}}};
 KOSHR_COMMAND(kQuery);
+
+// The tour's stop: a SQLite file made, filled and read back with the very
+// commands shown, left in the demo's folder to try more on.
+int demo_query(const std::string& folder) {
+  std::string connect = "Driver=SQLite3;Database=" + (fs::path(folder) / "shop.db").string();
+  DbSession probe;
+  std::string why;
+  if (!probe.open({connect, "ODBC", ""}, why)) {
+    std::printf("(no SQLite ODBC driver here: %s)\n", why.c_str());
+    return 0;
+  }
+  std::string out = (fs::path(folder) / "orders.xml").string();
+  const std::vector<std::vector<std::string>> steps = {
+      {"query", "--connect", connect,
+       "CREATE TABLE orders (id integer PRIMARY KEY, item varchar(20), price numeric(12,2), "
+       "placed timestamp)"},
+      {"query", "--connect", connect,
+       "INSERT INTO orders VALUES (1, 'Widget', 19.99, '2024-03-05 10:15:00'), "
+       "(2, 'Gadget', 4.50, NULL), (3, 'Sprocket', 0.35, '2024-04-01 08:00:00')"},
+      {"query", "--connect", connect, "--param", "1", "SELECT * FROM orders WHERE price > ?"},
+      {"query", "--connect", connect, "--as", "csv", "SELECT item, price FROM orders"},
+      {"query", "--connect", connect, "-o", out, "SELECT * FROM orders"},
+  };
+  for (const auto& step : steps) {
+    std::string line = "$ koshr";
+    for (const std::string& word : step) {
+      bool plain = word.find_first_of(" ;*>'") == std::string::npos;
+      char quote = word.find('\'') == std::string::npos ? '\'' : '"';
+      line += " " + (plain ? word : quote + word + quote);
+    }
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+    if (run_command_line(step) != 0) return 1;
+  }
+  std::error_code error;
+  std::printf("  (%s: %llu bytes)\n", out.c_str(),
+              static_cast<unsigned long long>(fs::file_size(out, error)));
+  return 0;
+}
+
+KOSHR_DEMO_STOP(65, "Databases: a SQLite file queried, its rows shown and saved", demo_query);
 
 }  // namespace
 }  // namespace koshr_tool

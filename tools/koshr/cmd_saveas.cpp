@@ -56,24 +56,20 @@ struct Options {
   bool header = false, clipboard = false, columns_given = false, culture_given = false;
 };
 
-int parse_options(int argc, char** argv, Options& options) {
-  std::vector<std::string> positional;
-  std::string why;
-  if (!parse_arguments(argc, argv,
-                       {{"--as", &options.format, nullptr},
-                        {"--columns", &options.columns, &options.columns_given},
-                        {"--culture", &options.culture, &options.culture_given},
-                        {"--encoding", &options.encoding, nullptr},
-                        {"--header", nullptr, &options.header},
-                        {"--clipboard", nullptr, &options.clipboard}},
-                       true, &positional, &why)) {
-    if (why.rfind("unknown option", 0) == 0) why += " (see 'koshr saveas --help')";
-    return fail("saveas", why);
-  }
+int parse_options(const Arguments& args, Options& options) {
+  options.format = args.value("--as");
+  options.columns = args.value("--columns");
+  options.columns_given = args.has("--columns");
+  options.culture = args.value("--culture");
+  options.culture_given = args.has("--culture");
+  if (args.has("--encoding")) options.encoding = args.value("--encoding");
+  options.header = args.has("--header");
+  options.clipboard = args.has("--clipboard");
   size_t wanted = options.clipboard ? 1 : 2;
-  if (positional.size() != wanted) return misuse(kUsage);
-  options.input = positional[0];
-  if (!options.clipboard) options.output = positional[1];
+  const char* expects = options.clipboard ? "IN.csv" : "IN.csv OUT";
+  if (int status = check_operands(args, wanted, wanted, expects)) return status;
+  options.input = args.operands[0];
+  if (!options.clipboard) options.output = args.operands[1];
   return 0;
 }
 
@@ -136,7 +132,8 @@ int survey_input(const Options& options, std::FILE* file, Survey& survey) {
     return 0;
   }
   std::string why;
-  if (!parse_column_list(options.columns, survey.columns, why)) return fail("saveas: --columns", why);
+  if (!parse_column_list(options.columns, survey.columns, why))
+    return fail("saveas: --columns", why);
   if (survey.columns.size() != width) {
     return fail("saveas: --columns", std::to_string(survey.columns.size()) +
                                          " columns given, the file has " + std::to_string(width));
@@ -166,7 +163,8 @@ class CsvRows final : public RowSource {
     row.resize(columns_.size());
     for (size_t c = 0; c < columns_.size(); ++c) {
       if (!convert_field(columns_[c], fields_[c], row[c], why)) {
-        why = "line " + std::to_string(reader_.line()) + ", column " + columns_[c].name + ": " + why;
+        why =
+            "line " + std::to_string(reader_.line()) + ", column " + columns_[c].name + ": " + why;
         return false;
       }
     }
@@ -179,11 +177,16 @@ class CsvRows final : public RowSource {
   std::vector<std::string> fields_;
 };
 
-int run_saveas(int argc, char** argv) {
+int run_saveas(const Arguments& args) {
   Options options;
-  if (int status = parse_options(argc, argv, options)) return status;
+  if (int status = parse_options(args, options)) return status;
   InputFile input;
-  if (!input.open(options.input)) return fail("saveas: " + options.input, "cannot open the file");
+  if (!input.open(options.input)) {
+    std::string why = options.input.empty() || options.input == "-"
+                          ? "cannot copy standard input to a temporary file"
+                          : open_problem(options.input, Access::kRead);
+    return fail("saveas: " + options.input, why.empty() ? "cannot open the file" : why);
+  }
   Survey survey;
   if (int status = survey_input(options, input.get(), survey)) return status;
 
@@ -212,44 +215,52 @@ int run_saveas(int argc, char** argv) {
   if (!input.rewind()) return fail("saveas: " + options.input, "cannot read the file again");
   CsvRows rows(input.get(), survey.columns);
   ExportOutcome outcome = stream_export(settings, survey.columns, rows, survey.rows);
-  if (!outcome.ok) return fail(outcome.source_failed ? "saveas: " + options.input : where, outcome.why);
+  if (!outcome.ok)
+    return fail(outcome.source_failed ? "saveas: " + options.input : where, outcome.why);
   return 0;
 }
 
-const Command kSaveas{"saveas", "save a CSV file as text, SYLK, DIF, SQL, XML, dBase III or worksheet",
-                      kUsage, &run_saveas};
+const Command kSaveas{"saveas",
+                      "save a CSV file as text, SYLK, DIF, SQL, XML, dBase III or worksheet",
+                      kUsage,
+                      &run_saveas,
+                      {{{"--as", "FORMAT"},
+                        {"--columns", "LIST"},
+                        {"--culture", "TEXT"},
+                        {"--encoding", "NAME"},
+                        {"--header", nullptr},
+                        {"--clipboard", nullptr}},
+                       {}}};
 KOSHR_COMMAND(kSaveas);
 
 // ---------------------------------------------------------------- demo stop
 
-int demo_saveas() {
+// Each export is run with the command line it shows, so it can be replayed.
+int demo_saveas(const std::string& demo_folder) {
   const char sample[] =
       "item,quantity,price,delivered,note\r\n"
       "Widget,3,19.99,2024-03-05,\"small, blue\"\r\n"
       "Gadget,12,4.50,2024-03-07,\"the \"\"big\"\" one\"\r\n"
       "Sprocket,7,0.35,2024-04-01,\r\n";
-  fs::path folder = fs::temp_directory_path() / "koshr-demo-saveas";
+  fs::path folder = fs::path(utf8_to_utf16(demo_folder));
   std::error_code error;
-  fs::create_directories(folder, error);
   fs::path input = folder / "goods.csv";
   std::ofstream(input, std::ios::binary) << sample;
   std::printf("A table of %d rows (%s) saved in every format:\n\n", 3, input.string().c_str());
   int failures = 0;
   for (const SaveFormat& format : save_formats()) {
     std::string out = (folder / (std::string("goods") + format.extension)).string();
-    std::string in = input.string();
     if (format.extension == std::string(".csv")) out = (folder / "goods-saved.csv").string();
-    const char* args[] = {"saveas", in.c_str(), out.c_str(), "--header"};
-    if (run_saveas(4, const_cast<char**>(args)) != 0) {
+    std::printf("$ koshr saveas %s %s --header\n", input.string().c_str(), out.c_str());
+    if (run_command_line({"saveas", input.string(), out, "--header"}) != 0) {
       ++failures;
       continue;
     }
-    std::printf("  %-7s %-40s %6llu bytes\n", format.name, out.c_str(),
-                static_cast<unsigned long long>(fs::file_size(out, error)));
+    std::printf("  (%llu bytes)\n", static_cast<unsigned long long>(fs::file_size(out, error)));
   }
-  std::string script;
-  read_input((folder / "goods.sql").string(), &script);
-  std::printf("\nThe SQL script:\n\n%s\n", script.c_str());
+  std::string script, script_file = (folder / "goods.sql").string();
+  read_input(script_file, &script);
+  std::printf("\n$ cat %s\n%s\n", script_file.c_str(), script.c_str());
   return failures;
 }
 

@@ -81,6 +81,16 @@ ExportOutcome write_rows(IKO_SaveFileType& writer, KoSaveContext* save,
     }
     progress.update(done);
   }
+  // A value the format could only mark as too wide would lose data: the
+  // export fails rather than leave a file that looks complete.
+  uint32_t overflow_row = 0;
+  int32_t overflow_column = 0;
+  uint32_t overflows = osSaveOverflow(save, &overflow_row, &overflow_column);
+  if (overflows != 0 && outcome.ok) {
+    failed("row " + std::to_string(uint64_t(overflow_row) + 1) + ", column " +
+           columns[size_t(overflow_column)].name + ": the number does not fit its field" +
+           (overflows > 1 ? " (" + std::to_string(overflows) + " values in all)" : ""));
+  }
   if (!writer.End(save) && outcome.ok) failed("closing the file");
   return outcome;
 }
@@ -174,8 +184,8 @@ ExportOutcome stream_export(const ExportSettings& settings, std::vector<ColumnSp
   // temporary folder, so a failure prints nothing.
   StagedOutput staged;
   std::string why;
-  fs::path target = settings.to_stdout ? fs::temp_directory_path() / settings.output
-                                       : fs::path(settings.output);
+  fs::path target =
+      settings.to_stdout ? fs::temp_directory_path() / settings.output : fs::path(settings.output);
   if (!staged.open(target.string(), why)) return {false, false, why};
   // The exporters derive names from the file name they are given, so the
   // file is created under the target's own name from inside the folder.
