@@ -93,6 +93,34 @@ SQLLEN room(const Column& column) {
   return column.width;
 }
 
+bool declared_decimal(const std::u16string& type_name) {
+  std::string lower;
+  for (KOCHAR c : type_name.substr(0, 7)) {
+    lower += static_cast<char>(c >= u'A' && c <= u'Z' ? c + 32 : (c < 128 ? c : '?'));
+  }
+  return lower == "numeric" || lower.rfind("decimal", 0) == 0;
+}
+
+// "numeric(15,2)": the declared precision and scale, when the driver gave none.
+void declared_precision(const std::u16string& type_name, SQLULEN& size, SQLSMALLINT& digits) {
+  const size_t open = type_name.find(u'(');
+  if (open == std::u16string::npos) return;
+  unsigned numbers[2] = {0, 0};
+  size_t which = 0;
+  for (size_t i = open + 1; i < type_name.size() && which < 2; ++i) {
+    const KOCHAR c = type_name[i];
+    if (c >= u'0' && c <= u'9' && numbers[which] < 10000) {
+      numbers[which] = numbers[which] * 10 + (c - u'0');
+    } else if (c == u',') {
+      ++which;
+    } else if (c != u' ') {
+      break;
+    }
+  }
+  if (numbers[0] != 0) size = numbers[0];
+  digits = static_cast<SQLSMALLINT>(numbers[1]);
+}
+
 bool fixed_width(const Column& column) {
   return column.c_type != SQL_C_WCHAR && column.c_type != SQL_C_CHAR &&
          column.c_type != SQL_C_BINARY;
@@ -113,6 +141,13 @@ void set_block_size(Statement* statement, uint32_t rows) {
 bool bind_columns(DbiContext* context, Statement* statement) {
   const Settings& settings = statement->connection->settings;
   statement->block_rows = settings.fetch_block;
+  statement->singly = false;
+  for (const Column& column : statement->columns) statement->singly |= column.long_data;
+  if (statement->singly) {
+    statement->array_size = 1;
+    statement->bound = true;
+    return true;
+  }
   statement->array_size = 0;
   set_block_size(statement, statement->block_rows);
   if (statement->array_size < statement->block_rows) statement->block_rows = statement->array_size;
@@ -134,8 +169,9 @@ bool bind_columns(DbiContext* context, Statement* statement) {
 
 // Reads a value that did not fit its buffer again, whole, into `bytes`.
 bool read_again(DbiContext* context, Statement* statement, size_t column_index, uint32_t row,
-                std::vector<unsigned char>& bytes) {
+                std::vector<unsigned char>& bytes, bool& null) {
   const Column& column = statement->columns[column_index];
+  null = false;
   if (statement->array_size > 1) {
     const SQLRETURN rc = SQLSetPos(statement->handle, static_cast<SQLSETPOSIROW>(row + 1),
                                    SQL_POSITION, SQL_LOCK_NO_CHANGE);
@@ -154,7 +190,10 @@ bool read_again(DbiContext* context, Statement* statement, size_t column_index, 
                                     column.c_type, chunk, sizeof chunk, &indicator);
     if (rc == SQL_NO_DATA) break;
     if (!check(context, statement, rc)) return false;
-    if (indicator == SQL_NULL_DATA) break;
+    if (indicator == SQL_NULL_DATA) {
+      null = true;
+      break;
+    }
     const size_t terminator = column.c_type == SQL_C_WCHAR  ? sizeof(SQLWCHAR)
                               : column.c_type == SQL_C_CHAR ? 1
                                                             : 0;
@@ -164,6 +203,51 @@ bool read_again(DbiContext* context, Statement* statement, size_t column_index, 
     }
     bytes.insert(bytes.end(), chunk, chunk + got);
     if (rc == SQL_SUCCESS) break;
+  }
+  return true;
+}
+
+// Reads one value with SQLGetData into its slot (the row positioned first
+// when the block has several).
+bool read_whole(DbiContext* context, Statement* statement, size_t c, uint32_t row, size_t slot,
+                std::vector<unsigned char>& bytes) {
+  bool null = false;
+  if (!read_again(context, statement, c, row, bytes, null)) return false;
+  DbiValue& value = statement->values[slot];
+  value = DbiValue{};
+  if (null) return true;
+  const Column& column = statement->columns[c];
+  std::u16string& spill = statement->spills[slot];
+  if (column.kind == BufferKind::kText || column.kind == BufferKind::kBinary) {
+    // The value's own bytes are kept in the slot's spill, terminated.
+    spill.assign((bytes.size() + 1) / sizeof(KOCHAR), 0);
+    if (!bytes.empty()) std::memcpy(spill.data(), bytes.data(), bytes.size());
+    decode_value(column.kind, spill.data(), bytes.size(), spill, value);
+  } else {
+    decode_value(column.kind, bytes.data(), bytes.size(), spill, value);
+  }
+  return true;
+}
+
+// Fetches up to `wanted` rows one at a time, every value read whole: for
+// statements with a column too long to bind.
+bool fetch_singly(DbiContext* context, Statement* statement, uint32_t wanted, uint32_t& rows) {
+  const size_t width = statement->columns.size();
+  statement->values.assign(static_cast<size_t>(wanted) * width, DbiValue{});
+  statement->spills.resize(static_cast<size_t>(wanted) * width);
+  std::vector<unsigned char> bytes;
+  rows = 0;
+  while (rows < wanted) {
+    const SQLRETURN rc = SQLFetch(statement->handle);
+    if (rc == SQL_NO_DATA) {
+      statement->at_end = true;
+      break;
+    }
+    if (!check(context, statement, rc)) return false;
+    for (size_t c = 0; c < width; ++c) {
+      if (!read_whole(context, statement, c, 0, rows * width + c, bytes)) return false;
+    }
+    ++rows;
   }
   return true;
 }
@@ -185,16 +269,7 @@ bool decode_block(DbiContext* context, Statement* statement, uint32_t rows) {
       size_t length =
           fixed_width(column) ? static_cast<size_t>(column.width) : static_cast<size_t>(indicator);
       if (!fixed_width(column) && (indicator == SQL_NO_TOTAL || indicator > room(column))) {
-        if (!read_again(context, statement, c, row, bytes)) return false;
-        std::u16string& spill = statement->spills[slot];
-        if (column.kind == BufferKind::kText || column.kind == BufferKind::kBinary) {
-          // The value's own bytes are kept in the slot's spill, terminated.
-          spill.assign((bytes.size() + 1) / sizeof(KOCHAR), 0);
-          if (!bytes.empty()) std::memcpy(spill.data(), bytes.data(), bytes.size());
-          decode_value(column.kind, spill.data(), bytes.size(), spill, value);
-        } else {
-          decode_value(column.kind, bytes.data(), bytes.size(), spill, value);
-        }
+        if (!read_whole(context, statement, c, row, slot, bytes)) return false;
         continue;
       }
       decode_value(column.kind, data, length, statement->spills[slot], value);
@@ -343,10 +418,20 @@ void describe(DbiContext* context, Statement* statement) {
                      &identity);
     SQLColAttributeW(statement->handle, number, SQL_DESC_CASE_SENSITIVE, nullptr, 0, nullptr,
                      &case_sensitive);
-    const TypeRule rule = rule_for(sql_type);
+    TypeRule rule = rule_for(sql_type);
+    if (rule.kind == BufferKind::kDouble && declared_decimal(column.type_name)) {
+      // A database that reports its numeric columns as double still writes
+      // their text exactly.
+      rule = rule_for(SQL_NUMERIC);
+      declared_precision(column.type_name, size, digits);
+    }
     column.kind = rule.kind;
     column.c_type = rule.c_type;
-    column.width = width_for(column, size, statement->connection->settings.text_buffer);
+    const uint32_t text_units = statement->connection->settings.text_buffer;
+    column.width = width_for(column, size, text_units);
+    column.long_data = (rule.kind == BufferKind::kText && (size == 0 || size > text_units)) ||
+                       (rule.kind == BufferKind::kBinary && (size == 0 || size > 2 * text_units)) ||
+                       (rule.kind == BufferKind::kDecimal && size > 1000);
     DbiColumnDescriptor& d = statement->descriptors[i];
     d.sql_type = sql_type;
     d.data_type = rule.data_type;
@@ -396,6 +481,13 @@ void fetch(DbiContext* context, Statement* statement, uint32_t max_rows, DbiRowB
   if (statement->at_end || !statement->bound) return;
   const uint32_t wanted =
       max_rows == 0 || max_rows > statement->block_rows ? statement->block_rows : max_rows;
+  if (statement->singly) {
+    uint32_t rows = 0;
+    if (!fetch_singly(context, statement, wanted, rows)) return;
+    block.rows = rows;
+    block.values = statement->values.data();
+    return;
+  }
   set_block_size(statement, wanted);
   statement->rows_fetched = 0;
   const SQLRETURN rc = SQLFetch(statement->handle);

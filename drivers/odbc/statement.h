@@ -5,6 +5,8 @@
 // bound as text (read exactly by value_decode); texts as UTF-16 of
 // TextBufferSize units, binaries of twice that in bytes. A value longer than
 // its buffer is read again on its own (the row positioned, then SQLGetData).
+// A statement with a column whose declared size is unknown or larger than
+// the buffers fetches one row at a time and reads every value whole.
 #ifndef KOSHR_DRIVERS_ODBC_STATEMENT_H
 #define KOSHR_DRIVERS_ODBC_STATEMENT_H
 
@@ -24,6 +26,7 @@ struct Column {
   BufferKind kind = BufferKind::kText;
   SQLSMALLINT c_type = SQL_C_WCHAR;
   SQLLEN width = 0;                   // bytes of one row's buffer
+  bool long_data = false;             // too long to bind: read whole with SQLGetData
   std::vector<unsigned char> buffer;  // width * block rows
   std::vector<SQLLEN> indicators;     // one per block row
 };
@@ -36,6 +39,7 @@ struct Statement {
   bool described = false;
   bool bound = false;
   bool at_end = false;
+  bool singly = false;      // a long column: rows fetched one at a time, nothing bound
   uint32_t block_rows = 1;  // rows the buffers hold
   uint32_t array_size = 0;  // rows the driver fetches per call now
   SQLULEN rows_fetched = 0;
