@@ -74,6 +74,15 @@ bool report_diagnostics(DbiContext* context, SQLSMALLINT handle_type, SQLHANDLE 
   return gone;
 }
 
+void report_connection_lost(DbiContext* context) {
+  std::u16string text(context->message);
+  if (text.size() >= 7 && text.compare(5, 2, u": ") == 0) text.erase(0, 7);
+  const int32_t sql_code = context->sql_code;
+  write_message(context, u"08S01: the connection to the database was lost: " + text);
+  context->return_code = DBI_RC_DRIVER_ERROR;
+  context->sql_code = sql_code != 0 ? sql_code : -1;
+}
+
 void report_error(DbiContext* context, const char* sqlstate, const KOCHAR* text) {
   std::u16string message(sqlstate, sqlstate + std::strlen(sqlstate));
   message += u": ";
