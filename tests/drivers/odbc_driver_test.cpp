@@ -358,7 +358,9 @@ TEST_F(OdbcDriverTest, DescribesColumnsWithOurTypes) {
                                                                 {"n", DBI_TYPE_DECIMAL},
                                                                 {"t", DBI_TYPE_TIMESTAMP},
                                                                 {"s", DBI_TYPE_TEXT}}));
-  if (on_postgres()) EXPECT_EQ(columns[1].scale, 2);  // SQLite does not say
+  if (on_postgres()) {
+    EXPECT_EQ(columns[1].scale, 2);  // SQLite does not say
+  }
   DBI_CloseStatement(context, statement);
 }
 
