@@ -66,8 +66,8 @@ void report_failure(DbiContext* context, Connection* connection, SQLSMALLINT han
   // Some drivers report a session the server ended as a general error; the
   // driver manager's dead-connection attribute tells.
   SQLUINTEGER dead = SQL_CD_FALSE;
-  if (succeeded(SQLGetConnectAttrW(connection->handle, SQL_ATTR_CONNECTION_DEAD, &dead, 0,
-                                   nullptr)) &&
+  if (succeeded(
+          SQLGetConnectAttrW(connection->handle, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) &&
       dead == SQL_CD_TRUE) {
     connection->lost = true;
     report_connection_lost(context);
@@ -136,6 +136,8 @@ void connect(DbiContext* context, bool from_connect_strings) {
     return;
   }
   connection->connected = true;
+  SQLGetInfoW(connection->handle, SQL_GETDATA_EXTENSIONS, &connection->getdata_extensions,
+              sizeof connection->getdata_extensions, nullptr);
   if (!apply_settings(context, connection)) {
     free_handles(connection);
     delete connection;
