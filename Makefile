@@ -1,5 +1,5 @@
 # The front door: every command drives a CMake preset (CMakePresets.json).
-.PHONY: run test install uninstall test-windows test-sanitize bench fuzz clean
+.PHONY: run test install uninstall test-windows test-sanitize test-postgres bench fuzz clean
 
 JOBS ?= $(shell nproc)
 # The test binaries that hold the thread-stress tests run under ThreadSanitizer.
@@ -46,6 +46,13 @@ test-sanitize:
 	cmake --preset tsan >/dev/null
 	cmake --build --preset tsan -j $(JOBS) --target $(TSAN_TARGETS)
 	ctest --preset tsan
+
+# The driver suite and `koshr query` against a throwaway PostgreSQL server in the build tree.
+test-postgres:
+	cmake --preset default >/dev/null
+	cmake --build --preset default -j $(JOBS) --target test_drivers koshr_tool
+	tests/drivers/with_postgres.sh build/default/postgres \
+	  ctest --preset default -R '^OdbcDriverTest\.|^KoshrQueryTool$$'
 
 bench:
 	cmake --preset bench >/dev/null

@@ -37,9 +37,9 @@ DbiParm* find_parameter(DbiContext* context, shlistx* list, const KOCHAR* keywor
 void free_parameters(DbiContext* context, shlistx** list) { DBI_FreeParmList(context, list); }
 
 const DbiServices kServices = {
-    sizeof(DbiServices), &shlist_get_first,  &shlist_get_next,  &shlist_get_count,
-    &catalog_name_test,  &new_catalog_table, &add_row,          &read_table_attributes,
-    &read_column_attributes, &parse_parameters, &find_parameter, &DBI_YesTrue1,
+    sizeof(DbiServices),     &shlist_get_first,  &shlist_get_next, &shlist_get_count,
+    &catalog_name_test,      &new_catalog_table, &add_row,         &read_table_attributes,
+    &read_column_attributes, &parse_parameters,  &find_parameter,  &DBI_YesTrue1,
     &free_parameters,
 };
 

@@ -57,8 +57,20 @@ bool apply_settings(DbiContext* context, Connection* connection) {
 
 void report_failure(DbiContext* context, Connection* connection, SQLSMALLINT handle_type,
                     SQLHANDLE handle) {
-  if (report_diagnostics(context, handle_type, handle) && connection != nullptr) {
+  const bool gone = report_diagnostics(context, handle_type, handle);
+  if (connection == nullptr) return;
+  if (gone) {
     connection->lost = true;
+    return;
+  }
+  // Some drivers report a session the server ended as a general error; the
+  // driver manager's dead-connection attribute tells.
+  SQLUINTEGER dead = SQL_CD_FALSE;
+  if (succeeded(
+          SQLGetConnectAttrW(connection->handle, SQL_ATTR_CONNECTION_DEAD, &dead, 0, nullptr)) &&
+      dead == SQL_CD_TRUE) {
+    connection->lost = true;
+    report_connection_lost(context);
   }
 }
 
@@ -124,6 +136,8 @@ void connect(DbiContext* context, bool from_connect_strings) {
     return;
   }
   connection->connected = true;
+  SQLGetInfoW(connection->handle, SQL_GETDATA_EXTENSIONS, &connection->getdata_extensions,
+              sizeof connection->getdata_extensions, nullptr);
   if (!apply_settings(context, connection)) {
     free_handles(connection);
     delete connection;

@@ -21,6 +21,7 @@ struct Connection {
   bool lost = false;            // the server went away: only disconnect helps
   bool in_transaction = false;  // between DBI_Begin and commit or roll back
   Settings settings;
+  SQLUINTEGER getdata_extensions = 0;  // SQL_GD_*: what SQLGetData may do after a bound fetch
   std::vector<Statement*> statements;  // every statement not yet closed by 247
 };
 

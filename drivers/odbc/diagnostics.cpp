@@ -35,8 +35,24 @@ bool report_diagnostics(DbiContext* context, SQLSMALLINT handle_type, SQLHANDLE 
   SQLINTEGER native = 0;
   SQLWCHAR text[DBI_MESSAGE_LENGTH] = {0};
   SQLSMALLINT length = 0;
+  // The first record that is not a warning says what failed; with none, the
+  // first record.
   const SQLRETURN rc =
       SQLGetDiagRecW(handle_type, handle, 1, state, &native, text, DBI_MESSAGE_LENGTH, &length);
+  for (SQLSMALLINT record = 2; succeeded(rc) && state[0] == '0' && state[1] == '1' && record <= 8;
+       ++record) {
+    SQLWCHAR next_state[6] = {0};
+    SQLINTEGER next_native = 0;
+    SQLWCHAR next_text[DBI_MESSAGE_LENGTH] = {0};
+    if (!succeeded(SQLGetDiagRecW(handle_type, handle, record, next_state, &next_native, next_text,
+                                  DBI_MESSAGE_LENGTH, &length))) {
+      break;
+    }
+    if (next_state[0] == '0' && (next_state[1] == '1' || next_state[1] == '0')) continue;
+    std::memcpy(state, next_state, sizeof state);
+    std::memcpy(text, next_text, sizeof text);
+    native = next_native;
+  }
   std::u16string message;
   bool gone = false;
   if (succeeded(rc)) {
@@ -56,6 +72,15 @@ bool report_diagnostics(DbiContext* context, SQLSMALLINT handle_type, SQLHANDLE 
   context->return_code = DBI_RC_DRIVER_ERROR;
   context->sql_code = native != 0 ? native : -1;
   return gone;
+}
+
+void report_connection_lost(DbiContext* context) {
+  std::u16string text(context->message);
+  if (text.size() >= 7 && text.compare(5, 2, u": ") == 0) text.erase(0, 7);
+  const int32_t sql_code = context->sql_code;
+  write_message(context, u"08S01: the connection to the database was lost: " + text);
+  context->return_code = DBI_RC_DRIVER_ERROR;
+  context->sql_code = sql_code != 0 ? sql_code : -1;
 }
 
 void report_error(DbiContext* context, const char* sqlstate, const KOCHAR* text) {

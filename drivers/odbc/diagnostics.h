@@ -16,6 +16,10 @@ namespace ko::odbc {
 // Returns true when the SQLSTATE says the connection itself is gone.
 bool report_diagnostics(DbiContext* context, SQLSMALLINT handle_type, SQLHANDLE handle);
 
+// Rewrites the error in the context as a lost connection ("08S01"), keeping
+// the database's text, for drivers that report it under another SQLSTATE.
+void report_connection_lost(DbiContext* context);
+
 // An error the driver raises itself.
 void report_error(DbiContext* context, const char* sqlstate, const KOCHAR* text);
 void report_error(DbiContext* context, const char* sqlstate, const char* text);

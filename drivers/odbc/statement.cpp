@@ -93,12 +93,40 @@ SQLLEN room(const Column& column) {
   return column.width;
 }
 
+bool declared_decimal(const std::u16string& type_name) {
+  std::string lower;
+  for (KOCHAR c : type_name.substr(0, 7)) {
+    lower += static_cast<char>(c >= u'A' && c <= u'Z' ? c + 32 : (c < 128 ? c : '?'));
+  }
+  return lower == "numeric" || lower.rfind("decimal", 0) == 0;
+}
+
+// "numeric(15,2)": the declared precision and scale, when the driver gave none.
+void declared_precision(const std::u16string& type_name, SQLULEN& size, SQLSMALLINT& digits) {
+  const size_t open = type_name.find(u'(');
+  if (open == std::u16string::npos) return;
+  unsigned numbers[2] = {0, 0};
+  size_t which = 0;
+  for (size_t i = open + 1; i < type_name.size() && which < 2; ++i) {
+    const KOCHAR c = type_name[i];
+    if (c >= u'0' && c <= u'9' && numbers[which] < 10000) {
+      numbers[which] = numbers[which] * 10 + (c - u'0');
+    } else if (c == u',') {
+      ++which;
+    } else if (c != u' ') {
+      break;
+    }
+  }
+  if (numbers[0] != 0) size = numbers[0];
+  digits = static_cast<SQLSMALLINT>(numbers[1]);
+}
+
 bool fixed_width(const Column& column) {
   return column.c_type != SQL_C_WCHAR && column.c_type != SQL_C_CHAR &&
          column.c_type != SQL_C_BINARY;
 }
 
-void set_block_size(Statement* statement, uint32_t rows) {
+void set_array_size(Statement* statement, uint32_t rows) {
   if (statement->array_size == rows) return;
   const SQLRETURN rc = SQLSetStmtAttr(statement->handle, SQL_ATTR_ROW_ARRAY_SIZE,
                                       reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(rows)), 0);
@@ -106,36 +134,65 @@ void set_block_size(Statement* statement, uint32_t rows) {
   if (succeeded(rc)) {
     SQLGetStmtAttr(statement->handle, SQL_ATTR_ROW_ARRAY_SIZE, &actual, 0, nullptr);
   }
-  // A driver that refuses row arrays fetches one row at a time.
   statement->array_size = actual >= 1 && actual <= rows ? static_cast<uint32_t>(actual) : 1;
 }
 
+SQLLEN aligned(SQLLEN bytes) { return (bytes + 7) & ~SQLLEN{7}; }
+
+// Lays the columns out in one row-wise buffer (each value, then its
+// indicator) and binds them; picks how rows are fetched.
 bool bind_columns(DbiContext* context, Statement* statement) {
-  const Settings& settings = statement->connection->settings;
-  statement->block_rows = settings.fetch_block;
+  const SQLUINTEGER getdata = statement->connection->getdata_extensions;
+  statement->block_rows = statement->connection->settings.fetch_block;
   statement->array_size = 0;
-  set_block_size(statement, statement->block_rows);
-  if (statement->array_size < statement->block_rows) statement->block_rows = statement->array_size;
+  if ((getdata & SQL_GD_BOUND) == 0) {
+    statement->mode = FetchMode::kUnbound;
+    statement->block_rows = std::min<uint32_t>(statement->block_rows, 64);
+    statement->bound = true;
+    return true;
+  }
+  statement->mode = (getdata & SQL_GD_BLOCK) != 0 ? FetchMode::kBlock : FetchMode::kRowByRow;
+  set_array_size(statement, statement->mode == FetchMode::kBlock ? statement->block_rows : 1);
+  if (statement->mode == FetchMode::kBlock && statement->array_size < statement->block_rows) {
+    // A driver that refuses row arrays: one row per call, into the same buffer.
+    statement->mode = FetchMode::kRowByRow;
+    set_array_size(statement, 1);
+  }
+  SQLLEN row_size = 0;
+  for (Column& column : statement->columns) {
+    column.offset = row_size;
+    column.indicator_offset = aligned(row_size + column.width);
+    row_size = column.indicator_offset + static_cast<SQLLEN>(sizeof(SQLLEN));
+  }
+  statement->row_size = aligned(row_size);
+  statement->buffer.assign(static_cast<size_t>(statement->row_size) * statement->block_rows, 0);
+  statement->bind_offset = 0;
   SQLSetStmtAttr(statement->handle, SQL_ATTR_ROW_BIND_TYPE,
-                 reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(SQL_BIND_BY_COLUMN)), 0);
+                 reinterpret_cast<SQLPOINTER>(static_cast<SQLULEN>(statement->row_size)), 0);
   SQLSetStmtAttr(statement->handle, SQL_ATTR_ROWS_FETCHED_PTR, &statement->rows_fetched, 0);
+  if (statement->mode == FetchMode::kRowByRow &&
+      !succeeded(SQLSetStmtAttr(statement->handle, SQL_ATTR_ROW_BIND_OFFSET_PTR,
+                                &statement->bind_offset, 0))) {
+    statement->block_rows = 1;  // every row lands at the buffer's start
+  }
+  unsigned char* base = statement->buffer.data();
   for (size_t i = 0; i < statement->columns.size(); ++i) {
     Column& column = statement->columns[i];
-    column.buffer.assign(static_cast<size_t>(column.width) * statement->block_rows, 0);
-    column.indicators.assign(statement->block_rows, 0);
-    const SQLRETURN rc =
-        SQLBindCol(statement->handle, static_cast<SQLUSMALLINT>(i + 1), column.c_type,
-                   column.buffer.data(), column.width, column.indicators.data());
+    const SQLRETURN rc = SQLBindCol(statement->handle, static_cast<SQLUSMALLINT>(i + 1),
+                                    column.c_type, base + column.offset, column.width,
+                                    reinterpret_cast<SQLLEN*>(base + column.indicator_offset));
     if (!check(context, statement, rc)) return false;
   }
   statement->bound = true;
   return true;
 }
 
-// Reads a value that did not fit its buffer again, whole, into `bytes`.
+// Reads a value whole with SQLGetData into `bytes` (positioning on its row
+// first when the last fetch brought several).
 bool read_again(DbiContext* context, Statement* statement, size_t column_index, uint32_t row,
-                std::vector<unsigned char>& bytes) {
+                std::vector<unsigned char>& bytes, bool& null) {
   const Column& column = statement->columns[column_index];
+  null = false;
   if (statement->array_size > 1) {
     const SQLRETURN rc = SQLSetPos(statement->handle, static_cast<SQLSETPOSIROW>(row + 1),
                                    SQL_POSITION, SQL_LOCK_NO_CHANGE);
@@ -154,7 +211,10 @@ bool read_again(DbiContext* context, Statement* statement, size_t column_index, 
                                     column.c_type, chunk, sizeof chunk, &indicator);
     if (rc == SQL_NO_DATA) break;
     if (!check(context, statement, rc)) return false;
-    if (indicator == SQL_NULL_DATA) break;
+    if (indicator == SQL_NULL_DATA) {
+      null = true;
+      break;
+    }
     const size_t terminator = column.c_type == SQL_C_WCHAR  ? sizeof(SQLWCHAR)
                               : column.c_type == SQL_C_CHAR ? 1
                                                             : 0;
@@ -168,37 +228,55 @@ bool read_again(DbiContext* context, Statement* statement, size_t column_index, 
   return true;
 }
 
-// Fills the statement's values from the block just fetched.
-bool decode_block(DbiContext* context, Statement* statement, uint32_t rows) {
+// Reads one value whole into its slot.
+bool read_whole(DbiContext* context, Statement* statement, size_t c, uint32_t row, size_t slot,
+                std::vector<unsigned char>& bytes) {
+  bool null = false;
+  if (!read_again(context, statement, c, row, bytes, null)) return false;
+  DbiValue& value = statement->values[slot];
+  value = DbiValue{};
+  if (null) return true;
+  const Column& column = statement->columns[c];
+  std::u16string& spill = statement->spills[slot];
+  if (column.kind == BufferKind::kText || column.kind == BufferKind::kBinary) {
+    // The value's own bytes are kept in the slot's spill, terminated.
+    spill.assign((bytes.size() + 1) / sizeof(KOCHAR), 0);
+    if (!bytes.empty()) std::memcpy(spill.data(), bytes.data(), bytes.size());
+    decode_value(column.kind, spill.data(), bytes.size(), spill, value);
+  } else {
+    decode_value(column.kind, bytes.data(), bytes.size(), spill, value);
+  }
+  return true;
+}
+
+// Decodes the values of buffer row `row` into the values of block row
+// `out_row`; `fetched_row` is the row's place in the last fetch.
+bool decode_row(DbiContext* context, Statement* statement, uint32_t row, uint32_t fetched_row,
+                uint32_t out_row, std::vector<unsigned char>& bytes) {
   const size_t width = statement->columns.size();
-  statement->values.assign(static_cast<size_t>(rows) * width, DbiValue{});
-  statement->spills.resize(static_cast<size_t>(rows) * width);
-  std::vector<unsigned char> bytes;
-  for (uint32_t row = 0; row < rows; ++row) {
-    for (size_t c = 0; c < width; ++c) {
-      Column& column = statement->columns[c];
-      const size_t slot = row * width + c;
-      DbiValue& value = statement->values[slot];
-      const SQLLEN indicator = column.indicators[row];
-      if (indicator == SQL_NULL_DATA) continue;
-      const unsigned char* data = column.buffer.data() + static_cast<size_t>(column.width) * row;
-      size_t length =
-          fixed_width(column) ? static_cast<size_t>(column.width) : static_cast<size_t>(indicator);
-      if (!fixed_width(column) && (indicator == SQL_NO_TOTAL || indicator > room(column))) {
-        if (!read_again(context, statement, c, row, bytes)) return false;
-        std::u16string& spill = statement->spills[slot];
-        if (column.kind == BufferKind::kText || column.kind == BufferKind::kBinary) {
-          // The value's own bytes are kept in the slot's spill, terminated.
-          spill.assign((bytes.size() + 1) / sizeof(KOCHAR), 0);
-          if (!bytes.empty()) std::memcpy(spill.data(), bytes.data(), bytes.size());
-          decode_value(column.kind, spill.data(), bytes.size(), spill, value);
-        } else {
-          decode_value(column.kind, bytes.data(), bytes.size(), spill, value);
-        }
-        continue;
-      }
-      decode_value(column.kind, data, length, statement->spills[slot], value);
+  const unsigned char* base =
+      statement->buffer.data() + static_cast<size_t>(statement->row_size) * row;
+  for (size_t c = 0; c < width; ++c) {
+    Column& column = statement->columns[c];
+    const size_t slot = out_row * width + c;
+    DbiValue& value = statement->values[slot];
+    if (statement->mode == FetchMode::kUnbound) {
+      if (!read_whole(context, statement, c, 0, slot, bytes)) return false;
+      continue;
     }
+    SQLLEN indicator = 0;
+    std::memcpy(&indicator, base + column.indicator_offset, sizeof indicator);
+    if (indicator == SQL_NULL_DATA) {
+      value = DbiValue{};
+      continue;
+    }
+    if (!fixed_width(column) && (indicator == SQL_NO_TOTAL || indicator > room(column))) {
+      if (!read_whole(context, statement, c, fetched_row, slot, bytes)) return false;
+      continue;
+    }
+    const size_t length =
+        fixed_width(column) ? static_cast<size_t>(column.width) : static_cast<size_t>(indicator);
+    decode_value(column.kind, base + column.offset, length, statement->spills[slot], value);
   }
   return true;
 }
@@ -343,7 +421,13 @@ void describe(DbiContext* context, Statement* statement) {
                      &identity);
     SQLColAttributeW(statement->handle, number, SQL_DESC_CASE_SENSITIVE, nullptr, 0, nullptr,
                      &case_sensitive);
-    const TypeRule rule = rule_for(sql_type);
+    TypeRule rule = rule_for(sql_type);
+    if (rule.kind == BufferKind::kDouble && declared_decimal(column.type_name)) {
+      // A database that reports its numeric columns as double still writes
+      // their text exactly.
+      rule = rule_for(SQL_NUMERIC);
+      declared_precision(column.type_name, size, digits);
+    }
     column.kind = rule.kind;
     column.c_type = rule.c_type;
     column.width = width_for(column, size, statement->connection->settings.text_buffer);
@@ -396,19 +480,41 @@ void fetch(DbiContext* context, Statement* statement, uint32_t max_rows, DbiRowB
   if (statement->at_end || !statement->bound) return;
   const uint32_t wanted =
       max_rows == 0 || max_rows > statement->block_rows ? statement->block_rows : max_rows;
-  set_block_size(statement, wanted);
-  statement->rows_fetched = 0;
-  const SQLRETURN rc = SQLFetch(statement->handle);
-  if (rc == SQL_NO_DATA) {
-    statement->at_end = true;
-    return;
+  const size_t width = statement->columns.size();
+  statement->values.resize(static_cast<size_t>(wanted) * width);
+  statement->spills.resize(static_cast<size_t>(wanted) * width);
+  std::vector<unsigned char> bytes;
+  uint32_t rows = 0;
+  if (statement->mode == FetchMode::kBlock) {
+    set_array_size(statement, wanted);
+    statement->rows_fetched = 0;
+    const SQLRETURN rc = SQLFetch(statement->handle);
+    if (rc == SQL_NO_DATA) {
+      statement->at_end = true;
+      return;
+    }
+    if (!check(context, statement, rc)) return;
+    rows = static_cast<uint32_t>(std::min<SQLULEN>(statement->rows_fetched, wanted));
+    for (uint32_t r = 0; r < rows; ++r) {
+      if (!decode_row(context, statement, r, r, r, bytes)) return;
+    }
+  } else {
+    // One row per call, each into its own place of the buffer, decoded at
+    // once while the driver still stands on it.
+    while (rows < wanted) {
+      statement->bind_offset = static_cast<SQLULEN>(statement->row_size) * rows;
+      const SQLRETURN rc = SQLFetch(statement->handle);
+      if (rc == SQL_NO_DATA) {
+        statement->at_end = true;
+        break;
+      }
+      if (!check(context, statement, rc)) return;
+      if (!decode_row(context, statement, rows, 0, rows, bytes)) return;
+      ++rows;
+    }
   }
-  if (!check(context, statement, rc)) return;
-  const auto rows =
-      static_cast<uint32_t>(std::min<SQLULEN>(statement->rows_fetched, statement->array_size));
-  if (!decode_block(context, statement, rows)) return;
   block.rows = rows;
-  block.values = statement->values.data();
+  block.values = rows != 0 ? statement->values.data() : nullptr;
 }
 
 void close_cursor(DbiContext* context, Statement* statement) {

@@ -1,10 +1,14 @@
 // statement.h: a prepared statement of the driver and its result buffers.
 //
-// Result columns are bound to column-wise arrays of FetchBlockSize rows, so
-// one fetch call fills a block. Numbers with a fraction and date-times are
-// bound as text (read exactly by value_decode); texts as UTF-16 of
-// TextBufferSize units, binaries of twice that in bytes. A value longer than
-// its buffer is read again on its own (the row positioned, then SQLGetData).
+// Result columns are bound row-wise into one buffer of FetchBlockSize rows.
+// Numbers with a fraction and date-times are bound as text (read exactly by
+// value_decode); texts as UTF-16 of at most TextBufferSize units, binaries of
+// twice that in bytes. A value longer than its buffer is read again whole
+// with SQLGetData. Where the driver can read again inside a row array
+// (SQL_GD_BLOCK), one call fetches a block; otherwise each call fetches one
+// row into the next row of the buffer (the bind offset moves), which keeps
+// every value exact whatever sizes the database declares but does not
+// enforce.
 #ifndef KOSHR_DRIVERS_ODBC_STATEMENT_H
 #define KOSHR_DRIVERS_ODBC_STATEMENT_H
 
@@ -18,14 +22,21 @@
 
 namespace ko::odbc {
 
+// How a statement's rows come from the driver.
+enum class FetchMode {
+  kBlock,     // a row array per call; long values re-read by positioning on their row
+  kRowByRow,  // one row per call, each to its own buffer row; long values re-read at once
+  kUnbound,   // nothing bound: every value read with SQLGetData
+};
+
 struct Column {
   std::u16string name;
   std::u16string type_name;
   BufferKind kind = BufferKind::kText;
   SQLSMALLINT c_type = SQL_C_WCHAR;
-  SQLLEN width = 0;                   // bytes of one row's buffer
-  std::vector<unsigned char> buffer;  // width * block rows
-  std::vector<SQLLEN> indicators;     // one per block row
+  SQLLEN width = 0;             // bytes of one row's buffer
+  SQLLEN offset = 0;            // of the value in a buffer row
+  SQLLEN indicator_offset = 0;  // of its length or null indicator
 };
 
 struct Statement {
@@ -36,6 +47,10 @@ struct Statement {
   bool described = false;
   bool bound = false;
   bool at_end = false;
+  FetchMode mode = FetchMode::kBlock;
+  std::vector<unsigned char> buffer;  // block_rows rows of row_size bytes
+  SQLLEN row_size = 0;
+  SQLULEN bind_offset = 0;  // kRowByRow: where the next row lands
   uint32_t block_rows = 1;  // rows the buffers hold
   uint32_t array_size = 0;  // rows the driver fetches per call now
   SQLULEN rows_fetched = 0;
