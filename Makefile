@@ -1,5 +1,5 @@
 # The front door: every command drives a CMake preset (CMakePresets.json).
-.PHONY: run test install uninstall test-windows test-sanitize test-postgres bench fuzz clean
+.PHONY: run test install uninstall test-windows test-sanitize test-postgres bench bench-postgres fuzz clean
 
 JOBS ?= $(shell nproc)
 # The test binaries that hold the thread-stress tests run under ThreadSanitizer.
@@ -58,6 +58,13 @@ bench:
 	cmake --preset bench >/dev/null
 	cmake --build --preset bench -j $(JOBS)
 	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b --benchmark_min_time=0.2 || exit 1; done
+
+# The database export rows against a throwaway PostgreSQL server.
+bench-postgres:
+	cmake --preset bench >/dev/null
+	cmake --build --preset bench -j $(JOBS) --target bench_query_export
+	tests/drivers/with_postgres.sh build/bench/postgres \
+	  build/bench/bench/bench_query_export --benchmark_filter='postgres|Psql'
 
 FUZZ_SECONDS ?= 60
 fuzz:

@@ -6,8 +6,20 @@
  * `koshr saveas` of a large CSV (1 GB by default, KOSHR_BENCH_CSV_MB to
  * change it) to CSV and to dBase III, and of a 64 MB one, to show that the
  * peak does not grow with the input.
+ *
+ * `koshr query --as csv` of a table of 1,000,000 rows x 5 columns (integer,
+ * text, numeric(12,2), double, timestamp) against, in the same run: the
+ * floor of any ODBC client (this program fetching the same rows with bound
+ * columns and row arrays, writing nothing, in a child process of its own),
+ * the sqlite3 shell's CSV output, Python's sqlite3 and csv modules; and for
+ * PostgreSQL (when KOSHR_TEST_CONNECT names a server, as `make bench-postgres`
+ * does) the floor and psql's \copy. A statement run again from the cache
+ * against prepare, execute and close every time (one row by key, SQLite).
  */
 #include <benchmark/benchmark.h>
+#include <koshr/dbi_sql.h>
+#include <sql.h>
+#include <sqlext.h>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -26,7 +38,8 @@ namespace {
 namespace fs = std::filesystem;
 
 struct Run {
-  double seconds = 0;
+  double seconds = 0;      // wall clock
+  double cpu_seconds = 0;  // the child's user and system time
   double peak_mb = 0;
   int status = -1;
 };
@@ -49,6 +62,8 @@ Run run_process(const std::vector<std::string>& arguments, const std::string& ou
   if (child > 0 && wait4(child, &status, 0, &usage) == child) {
     run.seconds = std::chrono::duration<double>(std::chrono::steady_clock::now() - start).count();
     run.peak_mb = double(usage.ru_maxrss) / 1024.0;
+    run.cpu_seconds = double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+                      double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
     run.status = WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
   }
   return run;
@@ -81,7 +96,8 @@ fs::path large_csv(size_t megabytes) {
     buffer += char('0' + i % 10);
     buffer += char('0' + i / 10 % 10);
     buffer += ',';
-    buffer.append(number, size_t(std::to_chars(number, number + 32, double(i) * 0.37).ptr - number));
+    buffer.append(number,
+                  size_t(std::to_chars(number, number + 32, double(i) * 0.37).ptr - number));
     buffer += ",2024-03-05T10:11:12,2024-03-05\r\n";
     if (buffer.size() >= (1 << 20)) {
       written += std::fwrite(buffer.data(), 1, buffer.size(), out);
@@ -98,7 +114,8 @@ size_t csv_megabytes() {
 }
 
 void report(benchmark::State& state, const Run& run, uintmax_t bytes) {
-  if (run.status != 0) state.SkipWithError(("the process ended with " + std::to_string(run.status)).c_str());
+  if (run.status != 0)
+    state.SkipWithError(("the process ended with " + std::to_string(run.status)).c_str());
   state.SetIterationTime(run.seconds);
   state.counters["peak_MB"] = run.peak_mb;
   state.counters["input_MB"] = double(bytes) / (1 << 20);
@@ -116,11 +133,406 @@ void BM_SaveasLargeCsv(benchmark::State& state, const char* extension, size_t me
   std::error_code error;
   fs::remove(output, error);
 }
-BENCHMARK_CAPTURE(BM_SaveasLargeCsv, csv_64MB, ".csv", 64)->UseManualTime()->Iterations(1)->Unit(benchmark::kSecond);
-BENCHMARK_CAPTURE(BM_SaveasLargeCsv, csv_large, ".csv", 0)->UseManualTime()->Iterations(1)->Unit(benchmark::kSecond);
-BENCHMARK_CAPTURE(BM_SaveasLargeCsv, dbase3_large, ".dbf", 0)->UseManualTime()->Iterations(1)->Unit(benchmark::kSecond);
+BENCHMARK_CAPTURE(BM_SaveasLargeCsv, csv_64MB, ".csv", 64)
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond);
+BENCHMARK_CAPTURE(BM_SaveasLargeCsv, csv_large, ".csv", 0)
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond);
+BENCHMARK_CAPTURE(BM_SaveasLargeCsv, dbase3_large, ".dbf", 0)
+    ->UseManualTime()
+    ->Iterations(1)
+    ->Unit(benchmark::kSecond);
 #endif
+
+// ---------------------------------------------------------------- databases
+
+constexpr int kTableRows = 1000000;
+constexpr int kFetchRows = 256;  // rows per fetch, as the driver's default block
+
+// The child modes run in a process of their own, so that their peak memory
+// is theirs alone and the driver module is found the way a host finds it.
+fs::path self_path() { return fs::read_symlink("/proc/self/exe"); }
+
+// Fetches every row of `sql` with bound columns in row arrays of 256 rows,
+// row-wise, writing nothing: what any ODBC client must at least spend. Each
+// column is bound to its natural C type, or (`as_driver`) to the one our
+// driver binds (dates and times as text it reads itself).
+int run_floor(const std::string& connect, const std::string& sql, bool as_driver) {
+  SQLHENV env = SQL_NULL_HENV;
+  SQLHDBC dbc = SQL_NULL_HDBC;
+  SQLHSTMT stmt = SQL_NULL_HSTMT;
+  SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
+  SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+  SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
+  if (!SQL_SUCCEEDED(SQLDriverConnectA(dbc, nullptr, (SQLCHAR*)connect.c_str(), SQL_NTS, nullptr, 0,
+                                       nullptr, SQL_DRIVER_NOPROMPT))) {
+    return 2;
+  }
+  SQLAllocHandle(SQL_HANDLE_STMT, dbc, &stmt);
+  if (!SQL_SUCCEEDED(SQLExecDirectA(stmt, (SQLCHAR*)sql.c_str(), SQL_NTS))) return 3;
+  SQLSMALLINT count = 0;
+  SQLNumResultCols(stmt, &count);
+  struct Bound {
+    SQLSMALLINT c_type;
+    SQLLEN width, offset;
+  };
+  std::vector<Bound> bound;
+  SQLLEN row = 0;
+  for (SQLUSMALLINT c = 1; c <= SQLUSMALLINT(count); ++c) {
+    SQLSMALLINT type = 0, digits = 0, nullable = 0, name_length = 0;
+    SQLULEN size = 0;
+    SQLCHAR name[256];
+    SQLDescribeColA(stmt, c, name, sizeof name, &name_length, &type, &size, &digits, &nullable);
+    Bound b{SQL_C_WCHAR, SQLLEN(std::min<SQLULEN>(size ? size : 255, 1023) + 1) * 2, 0};
+    if (type == SQL_INTEGER || type == SQL_BIGINT || type == SQL_SMALLINT)
+      b = {SQL_C_SBIGINT, 8, 0};
+    if (type == SQL_NUMERIC || type == SQL_DECIMAL) b = {SQL_C_CHAR, 48, 0};
+    if (type == SQL_DOUBLE || type == SQL_FLOAT || type == SQL_REAL) b = {SQL_C_DOUBLE, 8, 0};
+    if (type == SQL_TYPE_TIMESTAMP) b = {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT), 0};
+    if (type == SQL_TYPE_TIMESTAMP && as_driver) b = {SQL_C_CHAR, 48, 0};
+    b.offset = row;
+    row += (b.width + sizeof(SQLLEN) + 7) & ~SQLLEN{7};
+    bound.push_back(b);
+  }
+  std::vector<unsigned char> buffer(size_t(row) * kFetchRows);
+  SQLULEN fetched = 0;
+  SQLSetStmtAttr(stmt, SQL_ATTR_ROW_BIND_TYPE, reinterpret_cast<SQLPOINTER>(row), 0);
+  SQLSetStmtAttr(stmt, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(SQLULEN(kFetchRows)),
+                 0);
+  SQLSetStmtAttr(stmt, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
+  for (size_t c = 0; c < bound.size(); ++c) {
+    unsigned char* at = buffer.data() + bound[c].offset;
+    SQLBindCol(stmt, SQLUSMALLINT(c + 1), bound[c].c_type, at, bound[c].width,
+               reinterpret_cast<SQLLEN*>(at + ((bound[c].width + 7) & ~SQLLEN{7})));
+  }
+  uint64_t rows = 0;
+  SQLRETURN rc;
+  while (SQL_SUCCEEDED(rc = SQLFetch(stmt))) rows += fetched;
+  std::printf("%llu\n", static_cast<unsigned long long>(rows));
+  SQLFreeHandle(SQL_HANDLE_STMT, stmt);
+  SQLDisconnect(dbc);
+  SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+  SQLFreeHandle(SQL_HANDLE_ENV, env);
+  return rc == SQL_NO_DATA ? 0 : 4;
+}
+
+// CPU seconds of this process so far: on a shared machine the wall clock
+// mostly measures the others.
+double cpu_seconds() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+         double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+// The same one-row SELECT by key on bare ODBC: one statement prepared once
+// and executed `rounds` times (`reuse`), or allocated, prepared and freed
+// every time. The most a statement cache can save with this driver.
+int run_odbc_statements(const std::string& connect, int rounds, bool reuse) {
+  SQLHENV env = SQL_NULL_HENV;
+  SQLHDBC dbc = SQL_NULL_HDBC;
+  SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
+  SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
+  SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
+  if (!SQL_SUCCEEDED(SQLDriverConnectA(dbc, nullptr, (SQLCHAR*)connect.c_str(), SQL_NTS, nullptr, 0,
+                                       nullptr, SQL_DRIVER_NOPROMPT))) {
+    return 2;
+  }
+  SQLHSTMT stmt = SQL_NULL_HSTMT;
+  SQLBIGINT key = 0, id = 0;
+  SQLLEN key_length = 0, id_length = 0;
+  auto prepare = [&] {
+    SQLAllocHandle(SQL_HANDLE_STMT, dbc, &stmt);
+    SQLPrepareA(stmt, (SQLCHAR*)"SELECT id, name, amount FROM t WHERE id = ?", SQL_NTS);
+    SQLBindParameter(stmt, 1, SQL_PARAM_INPUT, SQL_C_SBIGINT, SQL_BIGINT, 0, 0, &key, 0,
+                     &key_length);
+    SQLBindCol(stmt, 1, SQL_C_SBIGINT, &id, 0, &id_length);
+  };
+  if (reuse) prepare();
+  double start = cpu_seconds();
+  for (int i = 0; i < rounds; ++i) {
+    if (!reuse) prepare();
+    key = 1 + (int64_t(i) * 7919) % kTableRows;
+    if (!SQL_SUCCEEDED(SQLExecute(stmt)) || !SQL_SUCCEEDED(SQLFetch(stmt)) || id != key) return 3;
+    if (reuse) {
+      SQLFreeStmt(stmt, SQL_CLOSE);
+    } else {
+      SQLFreeHandle(SQL_HANDLE_STMT, stmt);
+    }
+  }
+  std::printf("%.9f\n", (cpu_seconds() - start) / rounds);
+  if (reuse) SQLFreeHandle(SQL_HANDLE_STMT, stmt);
+  SQLDisconnect(dbc);
+  SQLFreeHandle(SQL_HANDLE_DBC, dbc);
+  SQLFreeHandle(SQL_HANDLE_ENV, env);
+  return 0;
+}
+
+// Runs a one-row SELECT by key `rounds` times through the database
+// interface (prepare, bind, execute, fetch, close): from the statement
+// cache, or (`flush`) with the cache emptied after each close, so that every
+// round prepares anew and the driver closes the statement (operation 247).
+// Prints the CPU seconds per round.
+int run_statements(const std::string& connect, int rounds, bool flush, const std::string& more) {
+  KostgContext* pool = kostg_begin(0);
+  std::string dbparm = "ConnectString='" + connect + "', SQLCache=20" + more;
+  std::u16string parameters(dbparm.begin(), dbparm.end());
+  DbiContext* context = nullptr;
+  DBI_LogIn(pool, u"ODBC", nullptr, nullptr, nullptr, parameters.c_str(), DBI_LOAD_OWN_FOLDER,
+            &context);
+  if (!context || context->return_code != 0) return 2;
+  double start = cpu_seconds();
+  for (int i = 0; i < rounds; ++i) {
+    DbiStatement* statement = nullptr;
+    DBI_Prepare(context, u"SELECT id, name, amount FROM t WHERE id = ?", &statement);
+    if (!statement) return 3;
+    DbiValue key{};
+    key.type = DBI_TYPE_BIGINT;
+    key.as.bigint = 1 + (int64_t(i) * 7919) % kTableRows;
+    DBI_BindParameters(context, statement, &key, 1);
+    DBI_Execute(context, statement);
+    DbiRowBlock block{};
+    DBI_FetchBlock(context, statement, 0, &block);
+    if (context->return_code != 0 || block.rows != 1) return 4;
+    DBI_CloseStatement(context, statement);
+    if (flush) DBI_SQLCacheFlushEntries(context, context->sql_cache);
+  }
+  std::printf("%.9f\n", (cpu_seconds() - start) / rounds);
+  DBI_Disconnect(context);
+  kostg_end(pool);
+  return 0;
+}
+
+// The SQLite table, made once with the sqlite3 shell and kept.
+fs::path sqlite_table() {
+  fs::path file = scratch("koshr-bench-query.db");
+  std::error_code error;
+  if (fs::exists(file, error)) return file;
+  std::string sql =
+      "CREATE TABLE t (id integer PRIMARY KEY, name text, amount numeric(12,2), ratio double, "
+      "stamp timestamp); WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM c WHERE n "
+      "< " +
+      std::to_string(kTableRows) +
+      ") INSERT INTO t SELECT n, 'customer ' || n || (CASE WHEN n % 7 = 0 THEN ', boxed' ELSE '' "
+      "END), round((n % 100000) / 100.0, 2), n * 0.37, datetime(1700000000 + n * 37, "
+      "'unixepoch') FROM c;";
+  fs::path building = scratch("koshr-bench-query.db.part");
+  fs::remove(building, error);
+  if (run_process({"sqlite3", building.string(), sql}).status != 0) return {};
+  fs::rename(building, file, error);
+  return error ? fs::path() : file;
+}
+
+// The SQLite driver reads a result whole into memory unless it steps.
+std::string sqlite_connect(const fs::path& db) {
+  return "Driver=SQLite3;Database=" + db.string() + ";StepAPI=1";
+}
+
+const char kSelect[] = "SELECT id, name, amount, ratio, stamp FROM t";
+
+// The PostgreSQL server KOSHR_TEST_CONNECT names, with the same table.
+std::string postgres_connect() {
+  const char* connect = std::getenv("KOSHR_TEST_CONNECT");
+  if (!connect || std::string(connect).find("PostgreSQL") == std::string::npos) return {};
+  static bool made = false;
+  // Without declare/fetch the PostgreSQL driver reads a whole result into memory.
+  std::string base = std::string(connect) + ";UseDeclareFetch=1;Fetch=256";
+  if (!made) {
+    made = true;
+    run_process({KOSHR_TOOL_PATH, "query", "--connect", base, "DROP TABLE IF EXISTS t"});
+    run_process(
+        {KOSHR_TOOL_PATH, "query", "--connect", base,
+         "CREATE TABLE t AS SELECT n AS id, 'customer ' || n || (CASE WHEN n % 7 = 0 "
+         "THEN ', boxed' ELSE '' END) AS name, round((n % 100000) / 100.0, 2)::numeric(12,2) "
+         "AS amount, (n * 0.37)::double precision AS ratio, to_timestamp(1700000000 + n * "
+         "37)::timestamp AS stamp FROM generate_series(1, " +
+             std::to_string(kTableRows) + ") AS n"});
+  }
+  return base;
+}
+
+// A value of a connection string ("Servername" of "...;Servername=x;...").
+std::string connect_value(const std::string& connect, const std::string& key) {
+  size_t at = connect.find(key + "=");
+  if (at == std::string::npos) return {};
+  at += key.size() + 1;
+  return connect.substr(at, connect.find(';', at) - at);
+}
+
+// The time is the child's CPU time: on a shared machine the wall clock
+// measures the other users as much as the program (it is a counter beside).
+void report_rows(benchmark::State& state, const Run& run) {
+  if (run.status != 0)
+    state.SkipWithError(("the process ended with " + std::to_string(run.status)).c_str());
+  state.SetIterationTime(run.cpu_seconds);
+  state.counters["wall_s"] = run.seconds;
+  state.counters["peak_MB"] = run.peak_mb;
+}
+
+std::string connect_for(bool postgres) {
+  if (postgres) return postgres_connect();
+  fs::path db = sqlite_table();
+  return db.empty() ? std::string() : sqlite_connect(db);
+}
+
+void BM_OdbcFloor(benchmark::State& state, bool postgres, bool as_driver) {
+  std::string connect = connect_for(postgres);
+  if (connect.empty())
+    state.SkipWithError(postgres ? "no server (KOSHR_TEST_CONNECT)" : "no table");
+  for (auto _ : state) {
+    report_rows(state,
+                run_process({self_path().string(), as_driver ? "--floor-as-driver" : "--floor",
+                             connect, kSelect}));
+  }
+}
+
+#ifdef KOSHR_TOOL_PATH
+void BM_KoshrQueryCsv(benchmark::State& state, bool postgres) {
+  std::string connect = connect_for(postgres);
+  if (connect.empty())
+    state.SkipWithError(postgres ? "no server (KOSHR_TEST_CONNECT)" : "no table");
+  std::string out = scratch("koshr-bench-query.csv").string();
+  for (auto _ : state) {
+    report_rows(state, run_process({KOSHR_TOOL_PATH, "query", "--connect", connect, "--as", "csv",
+                                    "-o", out, kSelect}));
+  }
+}
+BENCHMARK_CAPTURE(BM_KoshrQueryCsv, sqlite, false)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
+#endif
+BENCHMARK_CAPTURE(BM_OdbcFloor, sqlite, false, false)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_OdbcFloor, sqlite_as_driver, false, true)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
+
+void BM_Sqlite3ShellCsv(benchmark::State& state) {
+  fs::path db = sqlite_table();
+  for (auto _ : state) {
+    report_rows(state, run_process({"sqlite3", "-csv", db.string(), kSelect},
+                                   scratch("koshr-bench-sqlite3.csv").string()));
+  }
+}
+BENCHMARK(BM_Sqlite3ShellCsv)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+
+void BM_PythonSqliteCsv(benchmark::State& state) {
+  fs::path db = sqlite_table();
+  fs::path script = scratch("koshr-bench-query.py");
+  std::FILE* py = std::fopen(script.string().c_str(), "w");
+  std::fprintf(py,
+               "import csv, sqlite3, sys\n"
+               "db = sqlite3.connect(sys.argv[1])\n"
+               "with open(sys.argv[2], 'w', newline='', encoding='utf-8') as f:\n"
+               "    csv.writer(f).writerows(db.execute(%s))\n",
+               ("'" + std::string(kSelect) + "'").c_str());
+  std::fclose(py);
+  for (auto _ : state) {
+    report_rows(state, run_process({"python3", script.string(), db.string(),
+                                    scratch("koshr-bench-python.csv").string()}));
+  }
+}
+BENCHMARK(BM_PythonSqliteCsv)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+
+#ifdef KOSHR_TOOL_PATH
+BENCHMARK_CAPTURE(BM_KoshrQueryCsv, postgres, true)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
+#endif
+BENCHMARK_CAPTURE(BM_OdbcFloor, postgres, true, false)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK_CAPTURE(BM_OdbcFloor, postgres_as_driver, true, true)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMillisecond);
+
+void BM_PsqlCopyCsv(benchmark::State& state) {
+  std::string connect = postgres_connect();
+  if (connect.empty()) state.SkipWithError("no server (KOSHR_TEST_CONNECT)");
+  std::string out = scratch("koshr-bench-psql.csv").string();
+  for (auto _ : state) {
+    report_rows(state, run_process({"psql", "-h", connect_value(connect, "Servername"), "-p",
+                                    connect_value(connect, "Port"), "-U",
+                                    connect_value(connect, "Username"), "-d",
+                                    connect_value(connect, "Database"), "-c",
+                                    std::string("\\copy (") + kSelect + ") to '" + out + "' csv"}));
+  }
+}
+BENCHMARK(BM_PsqlCopyCsv)->UseManualTime()->Iterations(3)->Unit(benchmark::kMillisecond);
+
+// A child's one figure: the CPU seconds per round it prints.
+void report_per_round(benchmark::State& state, const std::vector<std::string>& arguments) {
+  std::string out = scratch("koshr-bench-statements.txt").string();
+  Run run = run_process(arguments, out);
+  double per_round = 0;
+  if (std::FILE* in = std::fopen(out.c_str(), "r")) {
+    if (std::fscanf(in, "%lf", &per_round) != 1) per_round = 0;
+    std::fclose(in);
+  }
+  if (run.status != 0 || per_round <= 0) state.SkipWithError("the statements did not run");
+  state.SetIterationTime(per_round);
+  state.counters["peak_MB"] = run.peak_mb;
+}
+
+// One statement run 50,000 times through the database interface: from the
+// cache, or prepared and closed every time.
+void BM_StatementByKey(benchmark::State& state, bool flush) {
+  std::string connect = sqlite_connect(sqlite_table());
+  for (auto _ : state) {
+    report_per_round(
+        state, {self_path().string(), "--statements", connect, "50000", flush ? "1" : "0", ""});
+  }
+}
+BENCHMARK_CAPTURE(BM_StatementByKey, cached, false)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_StatementByKey, prepared_each_time, true)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMicrosecond);
+
+// The same on bare ODBC: what the driver itself saves when a statement is kept.
+void BM_OdbcStatementByKey(benchmark::State& state, bool reuse) {
+  std::string connect = sqlite_connect(sqlite_table());
+  for (auto _ : state) {
+    report_per_round(
+        state, {self_path().string(), "--odbc-statements", connect, "50000", reuse ? "1" : "0"});
+  }
+}
+BENCHMARK_CAPTURE(BM_OdbcStatementByKey, kept, true)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_OdbcStatementByKey, prepared_each_time, false)
+    ->UseManualTime()
+    ->Iterations(3)
+    ->Unit(benchmark::kMicrosecond);
 
 }  // namespace
 
-BENCHMARK_MAIN();
+int main(int argc, char** argv) {
+  if (argc == 4 && std::string(argv[1]) == "--floor") return run_floor(argv[2], argv[3], false);
+  if (argc == 4 && std::string(argv[1]) == "--floor-as-driver")
+    return run_floor(argv[2], argv[3], true);
+  if (argc == 6 && std::string(argv[1]) == "--statements") {
+    return run_statements(argv[2], std::atoi(argv[3]), std::atoi(argv[4]) != 0, argv[5]);
+  }
+  if (argc == 5 && std::string(argv[1]) == "--odbc-statements") {
+    return run_odbc_statements(argv[2], std::atoi(argv[3]), std::atoi(argv[4]) != 0);
+  }
+  benchmark::Initialize(&argc, argv);
+  benchmark::RunSpecifiedBenchmarks();
+  benchmark::Shutdown();
+  return 0;
+}

@@ -97,8 +97,11 @@ DbiValue parameter_value(const std::string& text, const std::u16string& wide) {
 class QueryRows final : public RowSource {
  public:
   QueryRows(DbStatement& statement, const std::vector<ColumnSpec>& columns,
-            const ColumnFormats* formats)
-      : statement_(statement), columns_(columns), formats_(formats) {}
+            const ColumnFormats* formats, bool dates_as_text)
+      : statement_(statement),
+        columns_(columns),
+        formats_(formats),
+        dates_as_text_(dates_as_text) {}
   bool next(std::vector<CellValue>& row, std::string& why) override {
     if (at_ == block_.rows) {
       if (!statement_.fetch(block_, why) || block_.rows == 0) return false;
@@ -112,7 +115,7 @@ class QueryRows final : public RowSource {
         // A formatted column exports the text as shown.
         row[c].missing = values[c].type == DBI_TYPE_NULL;
         row[c].text = utf8_to_utf16(formats_->render(c, values[c]));
-      } else if (!export_cell(values[c], columns_[c], row[c], why)) {
+      } else if (!export_cell(values[c], columns_[c], dates_as_text_, row[c], why)) {
         why = "row " + std::to_string(row_number_) + ", column " + columns_[c].name + ": " + why;
         return false;
       }
@@ -124,6 +127,7 @@ class QueryRows final : public RowSource {
   DbStatement& statement_;
   const std::vector<ColumnSpec>& columns_;
   const ColumnFormats* formats_;
+  bool dates_as_text_;
   DbiRowBlock block_{};
   uint32_t at_ = 0;
   uint64_t row_number_ = 0;
@@ -234,7 +238,7 @@ int run_query(const Arguments& args) {
   settings.to_stdout = !options.output_given;
   settings.output =
       options.output_given ? options.output : std::string("query") + format->extension;
-  QueryRows rows(statement, specs, shown);
+  QueryRows rows(statement, specs, shown, format->dates_as_text);
   ExportOutcome outcome = stream_export(settings, specs, rows, -1);
   if (!outcome.ok) {
     return fail(
