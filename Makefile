@@ -1,5 +1,5 @@
 # The front door: every command drives a CMake preset (CMakePresets.json).
-.PHONY: run test test-windows test-sanitize bench fuzz fuzz-smoke clean
+.PHONY: run test install uninstall test-windows test-sanitize bench fuzz fuzz-smoke clean
 
 JOBS ?= $(shell nproc)
 # The test binaries that hold the thread-stress tests run under ThreadSanitizer.
@@ -16,6 +16,22 @@ test:
 	cmake --preset default >/dev/null
 	cmake --build --preset default -j $(JOBS)
 	ctest --preset default -j $(JOBS)
+
+# The library, its headers, package files, the tool, its man page and bash
+# completion, built without the test suite (preset "release").
+PREFIX ?= /usr/local
+install:
+	cmake --preset release >/dev/null
+	cmake --build --preset release -j $(JOBS)
+	cmake --install build/release --prefix $(PREFIX)
+
+# Removes what the last `make install` installed (its list is kept in the build).
+uninstall:
+	@test -f build/release/install_manifest.txt || { echo "nothing installed from this tree"; exit 1; }
+	@xargs -d '\n' -r rm -fv -- < build/release/install_manifest.txt
+	@sed -n 's|/koshr/[^/]*$$|/koshr|p' build/release/install_manifest.txt | sort -u | \
+	  while read -r d; do rmdir "$$d" 2>/dev/null || true; done
+	@rm -f build/release/install_manifest.txt
 
 test-windows:
 	cmake --preset windows >/dev/null

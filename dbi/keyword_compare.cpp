@@ -13,7 +13,7 @@
 
 #include <koshr/dbi.h>
 
-#include "dbi/context_support.h"
+#include "dbi/text_blanks.h"
 #include "platform/platform.h"
 
 namespace ko::dbi {

@@ -13,9 +13,10 @@
 
 #include <initializer_list>
 
-#include "dbi/context_support.h"
+#include "dbi/driver_call.h"
 #include "dbi/keyword_compare.h"
 #include "dbi/keyword_lexer.h"
+#include "dbi/text_blanks.h"
 #include "platform/utf16.h"
 
 int32_t DBI_LookForKeyWord(DbiContext* context, const KOCHAR* keyword, const KOCHAR* text,

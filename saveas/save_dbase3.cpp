@@ -39,9 +39,9 @@
 
 #include "format/number_digits.h"
 #include "format/regional.h"
+#include "platform/byte_order.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
-#include "saveas/little_endian.h"
 #include "saveas/save_context.h"
 #include "storage/u16_format.h"
 
@@ -99,7 +99,7 @@ int record_length(const KoSaveContext* context, int32_t columns) {
 
 bool write_descriptors(KoSaveContext* context) {
   uint8_t head[22] = {};
-  ko::put_le16(head, uint32_t(record_length(context, context->column_count) + 1));
+  ko::store_le16(head, uint32_t(record_length(context, context->column_count) + 1));
   if (!ko::save_write_bytes(context, head, sizeof head)) return false;
   for (int32_t i = 0; i < context->column_count; ++i) {
     const ko::SaveColumn& column = context->columns[i];
@@ -243,7 +243,7 @@ KoSaveContext* CKO_SaveDbase3::Begin(KostgContext* pool, KostgSubpool* owner,
   if (!context) return nullptr;
   ko::os::LocalTime today = ko::os::local_now();
   uint8_t head[10] = {3, uint8_t(today.year % 100), uint8_t(today.month), uint8_t(today.day)};
-  ko::put_le16(ko::put_le32(head + 4, rowCount), uint32_t(32 * columnCount + 33));
+  ko::store_le16(ko::store_le32(head + 4, rowCount), uint32_t(32 * columnCount + 33));
   bool ok = ko::save_write_bytes(context, head, sizeof head);
   // With no columns no AddColumn completes the header: only its terminator follows.
   const uint8_t terminator = 0x0D;

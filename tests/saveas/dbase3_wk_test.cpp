@@ -1,6 +1,7 @@
 // dbase3_wk_test.cpp: the binary exporters, dBase III and worksheet: golden
 // files pin the bytes; the cuts, limits and row placement the golden tables
 // do not reach are checked field by field.
+#include "platform/byte_order.h"
 #include "saveas/export_table.h"
 
 namespace saveas_test {
@@ -9,7 +10,7 @@ namespace {
 class BinaryTest : public SaveTest {};
 
 uint32_t le16(const std::string& bytes, size_t at) {
-  return uint8_t(bytes[at]) | uint32_t(uint8_t(bytes[at + 1])) << 8;
+  return ko::load_le16(reinterpret_cast<const uint8_t*>(bytes.data()) + at);
 }
 
 Table dbase_table() {

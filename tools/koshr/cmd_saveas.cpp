@@ -90,30 +90,26 @@ struct Table {
   std::vector<std::vector<CellValue>> rows;
 };
 
-int parse_options(int argc, char** argv, Options& options) {
-  std::vector<std::string> positional;
-  std::string why;
-  if (!parse_arguments(argc, argv,
-                       {{"--as", &options.format, nullptr},
-                        {"--columns", &options.columns, &options.columns_given},
-                        {"--culture", &options.culture, &options.culture_given},
-                        {"--encoding", &options.encoding, nullptr},
-                        {"--header", nullptr, &options.header},
-                        {"--clipboard", nullptr, &options.clipboard}},
-                       true, &positional, &why)) {
-    if (why.rfind("unknown option", 0) == 0) why += " (see 'koshr saveas --help')";
-    return fail("saveas", why);
-  }
+int parse_options(const Arguments& args, Options& options) {
+  options.format = args.value("--as");
+  options.columns = args.value("--columns");
+  options.columns_given = args.has("--columns");
+  options.culture = args.value("--culture");
+  options.culture_given = args.has("--culture");
+  if (args.has("--encoding")) options.encoding = args.value("--encoding");
+  options.header = args.has("--header");
+  options.clipboard = args.has("--clipboard");
   size_t wanted = options.clipboard ? 1 : 2;
-  if (positional.size() != wanted) return misuse(kUsage);
-  options.input = positional[0];
-  if (!options.clipboard) options.output = positional[1];
+  const char* expects = options.clipboard ? "IN.csv" : "IN.csv OUT";
+  if (int status = check_operands(args, wanted, wanted, expects)) return status;
+  options.input = args.operands[0];
+  if (!options.clipboard) options.output = args.operands[1];
   return 0;
 }
 
 int read_table(const Options& options, Table& table) {
-  std::string text;
-  if (!read_input(options.input, &text)) return fail("saveas: " + options.input, "cannot open the file");
+  std::string text, why;
+  if (!read_input(options.input, &text, &why)) return fail("saveas: " + options.input, why);
   CsvReader reader(text);
   std::vector<std::string> names;
   if (!reader.next(names)) {
@@ -306,9 +302,9 @@ int save_to_file(const Options& options, const Table& table, uint32_t flags) {
   return 0;
 }
 
-int run_saveas(int argc, char** argv) {
+int run_saveas(const Arguments& args) {
   Options options;
-  if (int status = parse_options(argc, argv, options)) return status;
+  if (int status = parse_options(args, options)) return status;
   Table table;
   if (int status = read_table(options, table)) return status;
   uint32_t flags = options.header ? KOSAVE_COLUMN_NAMES : 0;
@@ -316,40 +312,47 @@ int run_saveas(int argc, char** argv) {
                            : save_to_file(options, table, flags);
 }
 
-const Command kSaveas{"saveas", "save a CSV file as text, SYLK, DIF, SQL, XML, dBase III or worksheet",
-                      kUsage, &run_saveas};
+const Command kSaveas{"saveas",
+                      "save a CSV file as text, SYLK, DIF, SQL, XML, dBase III or worksheet",
+                      kUsage,
+                      &run_saveas,
+                      {{{"--as", "FORMAT"},
+                        {"--columns", "LIST"},
+                        {"--culture", "TEXT"},
+                        {"--encoding", "NAME"},
+                        {"--header", nullptr},
+                        {"--clipboard", nullptr}},
+                       {}}};
 KOSHR_COMMAND(kSaveas);
 
 // ---------------------------------------------------------------- demo stop
 
-int demo_saveas() {
+// Each export is run with the command line it shows, so it can be replayed.
+int demo_saveas(const std::string& demo_folder) {
   const char sample[] =
       "item,quantity,price,delivered,note\r\n"
       "Widget,3,19.99,2024-03-05,\"small, blue\"\r\n"
       "Gadget,12,4.50,2024-03-07,\"the \"\"big\"\" one\"\r\n"
       "Sprocket,7,0.35,2024-04-01,\r\n";
-  fs::path folder = fs::temp_directory_path() / "koshr-demo-saveas";
+  fs::path folder = fs::path(utf8_to_utf16(demo_folder));
   std::error_code error;
-  fs::create_directories(folder, error);
   fs::path input = folder / "goods.csv";
   std::ofstream(input, std::ios::binary) << sample;
   std::printf("A table of %d rows (%s) saved in every format:\n\n", 3, input.string().c_str());
   int failures = 0;
   for (const Format& format : kFormats) {
     std::string out = (folder / (std::string("goods") + format.extension)).string();
-    std::string in = input.string();
     if (format.extension == std::string(".csv")) out = (folder / "goods-saved.csv").string();
-    const char* args[] = {"saveas", in.c_str(), out.c_str(), "--header"};
-    if (run_saveas(4, const_cast<char**>(args)) != 0) {
+    std::printf("$ koshr saveas %s %s --header\n", input.string().c_str(), out.c_str());
+    if (run_command_line({"saveas", input.string(), out, "--header"}) != 0) {
       ++failures;
       continue;
     }
-    std::printf("  %-7s %-40s %6llu bytes\n", format.name, out.c_str(),
-                static_cast<unsigned long long>(fs::file_size(out, error)));
+    std::printf("  (%llu bytes)\n", static_cast<unsigned long long>(fs::file_size(out, error)));
   }
-  std::string script;
-  read_input((folder / "goods.sql").string(), &script);
-  std::printf("\nThe SQL script:\n\n%s\n", script.c_str());
+  std::string script, script_file = (folder / "goods.sql").string();
+  read_input(script_file, &script);
+  std::printf("\n$ cat %s\n%s\n", script_file.c_str(), script.c_str());
   return failures;
 }
 

@@ -8,7 +8,7 @@
  *                                 grouped or union query
  */
 #include <cstdio>
-#include <cstring>
+#include <string>
 
 #include "cli.h"
 #include "command.h"
@@ -67,20 +67,23 @@ int classify(const std::u16string& select) {
   return 0;
 }
 
-int run_sql(int argc, char** argv) {
-  const char* what = argc > 1 ? argv[1] : "";
-  if (std::strcmp(what, "tail") == 0 && argc == 3) return tail(koshr_tool::utf8_to_utf16(argv[2]));
-  if (std::strcmp(what, "find") == 0 && argc == 4) {
-    return find(koshr_tool::utf8_to_utf16(argv[2]), koshr_tool::utf8_to_utf16(argv[3]));
+int run_sql(const koshr_tool::Arguments& args) {
+  const auto& operands = args.operands;
+  size_t wanted = args.subcommand == "find" ? 2 : 1;
+  const char* expects = wanted == 2 ? "KEYWORD TEXT" : "TEXT";
+  if (int status = koshr_tool::check_operands(args, wanted, wanted, expects)) return status;
+  if (args.subcommand == "tail") return tail(koshr_tool::utf8_to_utf16(operands[0]));
+  if (args.subcommand == "find") {
+    return find(koshr_tool::utf8_to_utf16(operands[0]), koshr_tool::utf8_to_utf16(operands[1]));
   }
-  if (std::strcmp(what, "classify") == 0 && argc == 3) return classify(koshr_tool::utf8_to_utf16(argv[2]));
-  return koshr_tool::misuse(kUsage);
+  return classify(koshr_tool::utf8_to_utf16(operands[0]));
 }
 
-const koshr_tool::Command kSql{"sql", "find keywords and clauses in SQL text", kUsage, &run_sql};
+const koshr_tool::Command kSql{"sql", "find keywords and clauses in SQL text", kUsage, &run_sql,
+                               {{}, {{"tail", {}}, {"find", {}}, {"classify", {}}}}};
 KOSHR_COMMAND(kSql);
 
-int demo() {
+int demo(const std::string&) {
   const std::u16string select =
       u"select name, sum(total) from orders where note <> 'where' group by name";
   const std::u16string buffer = after_blank(select);
