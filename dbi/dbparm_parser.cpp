@@ -18,9 +18,10 @@
 #include <koshr/dbi.h>
 #include <koshr/lists.h>
 
-#include "dbi/context_support.h"
+#include "dbi/context_memory.h"
 #include "dbi/dbparm_records.h"
 #include "dbi/runtime_services.h"
+#include "dbi/text_blanks.h"
 #include "platform/platform.h"
 #include "platform/resources.h"
 #include "platform/utf16.h"

@@ -13,7 +13,7 @@
 
 #include <koshr/dbi.h>
 
-#include "dbi/context_support.h"
+#include "dbi/text_blanks.h"
 #include "platform/platform.h"
 
 namespace ko::dbi {
@@ -24,11 +24,11 @@ bool same_letter(KOCHAR a, KOCHAR b) { return a == b || os::char_upper(a) == os:
 
 }  // namespace
 
-bool keyword_at(const KOCHAR* start, const KOCHAR* position, const KOCHAR* keyword) {
+bool keyword_at(const KOCHAR* position, const KOCHAR* keyword) {
   if (keyword[0] != 0 && keyword[1] == 0) return same_letter(position[0], keyword[0]);
   // The conditions are tested cheapest first: most candidates sit inside a
   // word and fail on the character before them.
-  const KOCHAR before = (start != nullptr && position == start) ? KOCHAR(0) : position[-1];
+  const KOCHAR before = position[-1];
   if (before != u',' && !is_blank(before)) return false;
   size_t length = 0;
   for (; keyword[length] != 0; ++length) {
@@ -62,7 +62,7 @@ int32_t compare_first(KOCHAR* text, const KOCHAR* keyword) {
 
 int32_t DBI_DoCompare(const KOCHAR* position, const KOCHAR* keyword) {
   if (position == nullptr || keyword == nullptr) return 0;
-  return ko::dbi::keyword_at(nullptr, position, keyword) ? 1 : 0;
+  return ko::dbi::keyword_at(position, keyword) ? 1 : 0;
 }
 
 int32_t DBI_DoCompareFirst(KOCHAR* text, const KOCHAR* keyword) {

@@ -19,7 +19,7 @@
 
 #include <cstddef>
 
-#include "dbi/context_support.h"
+#include "dbi/text_blanks.h"
 
 namespace ko::dbi {
 

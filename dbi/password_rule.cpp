@@ -5,7 +5,7 @@
  */
 #include "dbi/password_rule.h"
 
-#include "dbi/context_support.h"
+#include "dbi/text_blanks.h"
 #include "platform/utf16.h"
 
 namespace ko::dbi {

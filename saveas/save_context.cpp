@@ -122,6 +122,14 @@ SaveColumn* save_store_column(KoSaveContext* context, const KOCHAR* name, int32_
   return column;
 }
 
+void save_note_overflow(KoSaveContext* context) {
+  if (context->overflow_count == 0) {
+    context->overflow_row = uint32_t(context->rows_written);
+    context->overflow_column = context->current_column;
+  }
+  if (context->overflow_count != UINT32_MAX) ++context->overflow_count;
+}
+
 bool save_next_column(KoSaveContext* context) {
   if (++context->current_column < context->column_count) return false;
   context->current_column = 0;
@@ -188,6 +196,14 @@ KOSHR_EXTERN_C KOSHR_API KoSaveContext* osSaveBegin32Web(KostgContext* pool, Kos
                                                          uint32_t flags, int32_t encoding,
                                                          const KOCHAR* culture) {
   return save_begin(pool, owner, fileName, rowCount, columnCount, flags, encoding, culture);
+}
+
+KOSHR_EXTERN_C KOSHR_API uint32_t osSaveOverflow(const KoSaveContext* context, uint32_t* firstRow,
+                                                 int32_t* firstColumn) {
+  if (!context || context->overflow_count == 0) return 0;
+  if (firstRow) *firstRow = context->overflow_row;
+  if (firstColumn) *firstColumn = context->overflow_column;
+  return context->overflow_count;
 }
 
 KOSHR_EXTERN_C KOSHR_API void osSaveEnd(KoSaveContext* context) {

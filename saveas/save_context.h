@@ -68,6 +68,9 @@ struct KoSaveContext {
   KOCHAR* clip_text;
   size_t clip_capacity;  // bytes
   size_t clip_length;    // characters
+  uint32_t overflow_count;  // values written as their field's overflow marker
+  uint32_t overflow_row;    // the first of them: record (0-based) and column
+  int32_t overflow_column;
   ko::SaveColumn* columns;
 };
 
@@ -112,6 +115,9 @@ SaveColumn* save_store_column(KoSaveContext* context, const KOCHAR* name, int32_
 // Moves on to the next column; true when that completed a line (the current
 // column wrapped to 0).
 bool save_next_column(KoSaveContext* context);
+// Records that the value of the current column of the current record did not
+// fit its field and was written as the field's overflow marker.
+void save_note_overflow(KoSaveContext* context);
 // True when the context can take a value or a column.
 inline bool save_usable(const KoSaveContext* context) {
   return context && context->column_count > 0;

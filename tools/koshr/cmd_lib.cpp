@@ -42,7 +42,9 @@ const char kUsage[] =
     "  rm LIB ENTRY                             remove an entry\n"
     "  export LIB [ENTRY...] -o DIR             one file an entry: export header, then text or hex section\n"
     "  import LIB FILE...                       the reverse of export\n"
-    "  check LIB                                verify the file; exit 1 with one line per finding\n";
+    "  check LIB                                verify the file; exit 1 with one line per finding\n"
+    "  optimize LIB                             rewrite compactly: balanced directory, each entry's\n"
+    "                                           data in one run, leaked blocks reclaimed\n";
 
 const char kStartMarker[] = "Start of Korvane Binary Data Section : Do NOT Edit";
 
@@ -350,6 +352,15 @@ int cmd_check(const Args& a) {
   return rc == 0 ? 0 : 1;
 }
 
+int cmd_optimize(const Args& a) {
+  Session s;
+  std::u16string path = utf8_to_utf16(a.positional[0]);
+  int32_t rc = LMI_OptimizeLibrary(s.pool(), path.c_str());
+  if (rc == LMI_E_IO)
+    return fail("lib optimize " + a.positional[0], "damaged or unreadable (see 'koshr lib check')");
+  return rc ? fail("lib optimize " + a.positional[0], lmi_error(rc)) : 0;
+}
+
 // Why a library would not open: the system's reason, or else its content.
 std::string open_failure(const std::string& path, int mode) {
   std::string problem = koshr_tool::open_problem(
@@ -369,6 +380,7 @@ int run_lib(const koshr_tool::Arguments& arguments) {
   } const subs[] = {
       {"new", -1, 1, 1, "LIB", nullptr},
       {"check", -1, 1, 1, "LIB", nullptr},
+      {"optimize", -1, 1, 1, "LIB", nullptr},
       {"ls", LMI_MODE_READ, 1, 1, "LIB", cmd_ls},
       {"info", LMI_MODE_READ, 1, 1, "LIB", cmd_info},
       {"cat", LMI_MODE_READ, 2, 2, "LIB ENTRY", cmd_cat},
@@ -387,6 +399,7 @@ int run_lib(const koshr_tool::Arguments& arguments) {
     }
     if (sub == "new") return cmd_new(a);
     if (sub == "check") return cmd_check(a);
+    if (sub == "optimize") return cmd_optimize(a);
     Session session;
     if (!session.open(a.positional[0], s.mode))
       return fail("lib " + sub + " " + a.positional[0], open_failure(a.positional[0], s.mode));
@@ -405,7 +418,8 @@ const koshr_tool::Command kLib{"lib", "read and write library files", kUsage, &r
                                  {"rm", {}},
                                  {"export", {{"-o", "DIR"}}},
                                  {"import", {}},
-                                 {"check", {}}}}};
+                                 {"check", {}},
+                                 {"optimize", {}}}}};
 KOSHR_COMMAND(kLib);
 
 // The tour's stop: a small library built, listed, exported and checked with
