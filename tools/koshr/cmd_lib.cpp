@@ -459,9 +459,8 @@ int demo_library(const std::string& folder) {
   std::fflush(stdout);
   int rc = koshr_tool::run_command_line({"lib", "check", lib});
   if (rc == 0) std::printf("sound\n");
-  std::printf("\n(To replay from the first step, remove %s: lib new refuses a library that\n"
-              "exists.)\n",
-              lib.c_str());
+  std::printf("\n(lib new refuses a library that exists: remove orders.kol to replay from the "
+              "first step.)\n");
   return rc;
 }
 
