@@ -352,20 +352,21 @@ int cmd_check(const Args& a) {
   return rc == 0 ? 0 : 1;
 }
 
-int cmd_optimize(const Args& a) {
-  Session s;
-  std::u16string path = utf8_to_utf16(a.positional[0]);
-  int32_t rc = LMI_OptimizeLibrary(s.pool(), path.c_str());
-  if (rc == LMI_E_IO)
-    return fail("lib optimize " + a.positional[0], "damaged or unreadable (see 'koshr lib check')");
-  return rc ? fail("lib optimize " + a.positional[0], lmi_error(rc)) : 0;
-}
-
 // Why a library would not open: the system's reason, or else its content.
 std::string open_failure(const std::string& path, int mode) {
   std::string problem = koshr_tool::open_problem(
       path, mode == LMI_MODE_READ ? koshr_tool::Access::kRead : koshr_tool::Access::kWrite);
   return problem.empty() ? "not a library file, or a damaged one (see 'koshr lib check')" : problem;
+}
+
+int cmd_optimize(const Args& a) {
+  Session s;
+  std::u16string path = utf8_to_utf16(a.positional[0]);
+  int32_t rc = LMI_OptimizeLibrary(s.pool(), path.c_str());
+  if (rc == LMI_E_IO || rc == LMI_E_NO_HANDLE) {
+    return fail("lib optimize " + a.positional[0], open_failure(a.positional[0], LMI_MODE_READWRITE));
+  }
+  return rc ? fail("lib optimize " + a.positional[0], lmi_error(rc)) : 0;
 }
 
 int run_lib(const koshr_tool::Arguments& arguments) {
@@ -458,6 +459,8 @@ int demo_library(const std::string& folder) {
   std::fflush(stdout);
   int rc = koshr_tool::run_command_line({"lib", "check", lib});
   if (rc == 0) std::printf("sound\n");
+  std::printf("\n(lib new refuses a library that exists: remove orders.kol to replay from the "
+              "first step.)\n");
   return rc;
 }
 
