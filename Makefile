@@ -1,5 +1,6 @@
 # The front door: every command drives a CMake preset (CMakePresets.json).
-.PHONY: run test install uninstall examples test-windows test-sanitize bench fuzz fuzz-smoke clean
+.PHONY: run test install uninstall examples test-windows test-sanitize test-postgres bench fuzz \
+	fuzz-smoke clean
 
 JOBS ?= $(shell nproc)
 # The test binaries that hold the thread-stress tests run under ThreadSanitizer.
@@ -61,6 +62,12 @@ test-sanitize:
 	cmake --preset tsan >/dev/null
 	cmake --build --preset tsan -j $(JOBS) --target $(TSAN_TARGETS)
 	ctest --preset tsan
+
+# The driver suite against a throwaway PostgreSQL server in the build tree.
+test-postgres:
+	cmake --preset default >/dev/null
+	cmake --build --preset default -j $(JOBS) --target test_drivers
+	tests/drivers/with_postgres.sh build/default/postgres ctest --preset default -R '^OdbcDriverTest\.'
 
 bench:
 	cmake --preset bench >/dev/null

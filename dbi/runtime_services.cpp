@@ -29,6 +29,7 @@ const StringResource kMessages[] = {
      u"No in-process database interface is installed for \"%s\"."},
     {24004, "DBI_PARM_TOO_LONG",
      u"A database parameter name or value is longer than 1024 characters."},
+    {24005, "DBI_OUT_OF_MEMORY", u"Out of memory while running a statement."},
 };
 KO_STRING_TABLE(dbi_messages, kMessages);
 
