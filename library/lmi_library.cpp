@@ -2,6 +2,7 @@
  * lmi_library.cpp: the exported operations on whole libraries.
  */
 #include <koshr/library.h>
+#include <koshr/version.h>
 
 #include "library/block_io.h"
 #include "library/bitmap.h"
@@ -87,7 +88,7 @@ KOSHR_API int32_t LMI_CreateLibrary(KostgContext* pool, KOCHAR* path, const KOCH
   }
   KOCHAR text[LMI_MAX_LIB_COMMENT + 1];
   if (version_prefixed(full, type)) {
-    u16_format(text, LMI_MAX_LIB_COMMENT + 1, "%hs%s", KOSHR_VERSION_TEXT, comment ? comment : u"");
+    u16_format(text, LMI_MAX_LIB_COMMENT + 1, "%hs%s", KOSHR_VERSION_STRING, comment ? comment : u"");
   } else {
     u16lcpy(text, comment ? comment : u"", LMI_MAX_LIB_COMMENT + 1);
   }

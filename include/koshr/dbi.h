@@ -103,6 +103,7 @@ struct DbiContext {
   KOCHAR* security_connect;           /* security connection string, when opened from one */
   KOCHAR* trace_file;                 /* pending trace file, closed at disconnect */
   const DbiServices* services;        /* shared services offered to the driver */
+  void* driver_connection;            /* addition of ours: the driver's own state, its to free */
 };
 
 /* One DBParm keyword. */
@@ -296,6 +297,13 @@ struct DbiServices {
   void (*read_column_attributes)(DbiContext* context, DbiColumnAttributes* columns,
                                  uint32_t column_count, const DbiCatalogValue* values,
                                  uint32_t count);
+  /* Additions of ours: the context's DBParm text parsed (DBI_ParseParms; null
+   * when empty), a keyword looked up (DBI_GetParm), a switch read
+   * (DBI_YesTrue1) and the list released (DBI_FreeParmList). */
+  shlistx* (*parse_parameters)(DbiContext* context);
+  DbiParm* (*find_parameter)(DbiContext* context, shlistx* list, const KOCHAR* keyword);
+  int32_t (*parameter_is_true)(const DbiParm* record);
+  void (*free_parameters)(DbiContext* context, shlistx** list);
 };
 
 KOSHR_BEGIN_C
@@ -331,7 +339,10 @@ KOSHR_API int32_t DBI_UnRegisterVendor(const KOCHAR* name);
 
 /* ---------------------------------------------------------------- keyword scanning */
 
-/* `position` must not be the first character of its buffer. */
+/* The word scans read the character just before every candidate position, the
+ * first character of `text`/`select` included: pass a pointer into a statement
+ * (the text after "select ", say) or a text with a character before it, never
+ * the first character of a buffer. */
 KOSHR_API int32_t DBI_DoCompare(const KOCHAR* position, const KOCHAR* keyword);
 /* `text` is cut in place for the comparison and restored: it must be writable. */
 KOSHR_API int32_t DBI_DoCompareFirst(KOCHAR* text, const KOCHAR* keyword);

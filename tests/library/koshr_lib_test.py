@@ -134,7 +134,7 @@ with tempfile.TemporaryDirectory() as d:
     if not report:
         failures.append("check reported nothing on a damaged library")
     run("ls", os.path.join(d, "missing.kol"), code=1)
-    run("frobnicate", lib, code=1)
+    run("frobnicate", lib, code=2)
     expect("help", run("--help").returncode, 0)
 
 for f in failures:

@@ -9,6 +9,8 @@
 #include <koshr/storage.h>
 
 #include <algorithm>
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -65,13 +67,18 @@ constexpr uint64_t kPayloadPerBlock = 502;
 // failed, apart from every LMI_* code.
 constexpr int32_t kOutsideFailed = 1;
 
-// Arguments split into positionals and the few options.
+// The parsed command line: operands[0] is LIB.
 struct Args {
   std::vector<std::string> positional;
   std::string comment;
   bool text = false;
   std::string out_dir;
 };
+
+Args args_of(const koshr_tool::Arguments& arguments) {
+  return {arguments.operands, arguments.value("--comment"), arguments.has("--text"),
+          arguments.value("-o")};
+}
 
 std::string lmi_error(int32_t rc) {
   switch (rc) {
@@ -181,25 +188,39 @@ class PutInput {
   ~PutInput() {
     if (spool_) std::fclose(spool_);
   }
-  bool open(const std::string& path) {
+  // False with the system's reason.
+  bool open(const std::string& path, std::string* why) {
+    errno = 0;
+    bool ok;
     if (path.empty() || path == "-") {
 #ifdef _WIN32
       _setmode(_fileno(stdin), _O_BINARY);
 #endif
-      return spool([](char* to, size_t n) { return std::fread(to, 1, n, stdin); }) && !std::ferror(stdin);
+      ok = spool([](char* to, size_t n) { return std::fread(to, 1, n, stdin); }) && !std::ferror(stdin);
+    } else {
+      std::error_code error;
+      if (std::filesystem::is_directory(std::filesystem::path(path), error)) {
+        *why = std::strerror(EISDIR);
+        return false;
+      }
+      file_.open(std::filesystem::path(path), std::ios::binary | std::ios::ate);
+      if (!file_) {
+        *why = std::strerror(errno ? errno : ENOENT);
+        return false;
+      }
+      std::streamoff end = file_.tellg();
+      if (end >= 0 && file_.seekg(0)) {
+        size_ = uint64_t(end);
+        return true;
+      }
+      file_.clear();
+      ok = spool([this](char* to, size_t n) {
+        file_.read(to, std::streamsize(n));
+        return size_t(file_.gcount());
+      });
     }
-    file_.open(std::filesystem::u8path(path), std::ios::binary | std::ios::ate);
-    if (!file_) return false;
-    std::streamoff end = file_.tellg();
-    if (end >= 0 && file_.seekg(0)) {
-      size_ = uint64_t(end);
-      return true;
-    }
-    file_.clear();
-    return spool([this](char* to, size_t n) {
-      file_.read(to, std::streamsize(n));
-      return size_t(file_.gcount());
-    });
+    if (!ok) *why = std::strerror(errno ? errno : EIO);
+    return ok;
   }
   uint64_t size() const { return size_; }
   // Up to n bytes; 0 at the end.
@@ -315,7 +336,12 @@ int cmd_new(const Args& a) {
   std::u16string comment = utf8_to_utf16(a.comment);
   Session s;
   int32_t rc = LMI_CreateLibrary(s.pool(), path.data(), comment.c_str());
-  return rc ? fail("lib new " + a.positional[0], lmi_error(rc)) : 0;
+  if (rc == 0) return 0;
+  std::string why = rc == LMI_E_EXISTS ? std::strerror(EEXIST) : "";
+  if (rc == LMI_E_CREATE_FAILED) {
+    why = koshr_tool::open_problem(a.positional[0], koshr_tool::Access::kCreate);
+  }
+  return fail("lib new " + a.positional[0], why.empty() ? lmi_error(rc) : why);
 }
 
 int cmd_ls(const Args& a, Session& s) {
@@ -348,7 +374,6 @@ int cmd_info(const Args& a, Session& s) {
 }
 
 int cmd_cat(const Args& a, Session& s) {
-  if (a.positional.size() != 2) return fail("lib cat", "expects LIB ENTRY");
   Utf16Pieces text;
   int32_t rc = s.stream(a.positional[1], [&](std::string_view chunk) {
     write_stdout(a.text ? text.take(chunk, false) : chunk);
@@ -395,21 +420,20 @@ bool fits(Session& s, const Args& a, uint64_t data, std::string* why) {
 }
 
 int cmd_put(const Args& a, Session& s) {
-  if (a.positional.size() < 2 || a.positional.size() > 3) return fail("lib put", "expects LIB ENTRY [FILE]");
   std::string file = a.positional.size() == 3 ? a.positional[2] : "-";
   PutInput in;
-  if (!in.open(file)) return fail("lib put " + file, "cannot read the file");
+  std::string why;
+  if (!in.open(file, &why)) return fail("lib put " + file, why);
   std::u16string name = utf8_to_utf16(a.positional[1]), comment = utf8_to_utf16(a.comment);
   // The object's size as the entry will hold it: --text needs a pass of its own.
   uint64_t object = 0;
   if (a.text) {
     PutPieces count(in, true);
     for (std::string_view piece; !(piece = count.next()).empty();) object += piece.size();
-    if (in.failed() || !in.rewind()) return fail("lib put " + file, "cannot read the file");
+    if (in.failed() || !in.rewind()) return fail("lib put " + file, std::strerror(EIO));
   } else {
     object = in.size();
   }
-  std::string why;
   if (!fits(s, a, object + 2 * stored_comment(s, name, comment), &why)) return fail("lib put " + a.positional[1], why);
   int32_t rc = LMI_OpenEntry(s.lib(), name.data(), LMI_ENTRY_WRITE, comment.c_str());
   if (rc) return fail("lib put " + a.positional[1], lmi_error(rc));
@@ -422,12 +446,11 @@ int cmd_put(const Args& a, Session& s) {
   int32_t closed = LMI_CloseEntry(s.lib());
   rc = wrote < 0 ? wrote : closed;
   if (rc == 0) rc = s.close();
-  if (rc == 0 && in.failed()) return fail("lib put " + file, "cannot read the file");
+  if (rc == 0 && in.failed()) return fail("lib put " + file, std::strerror(EIO));
   return rc ? fail("lib put " + a.positional[1], lmi_error(rc)) : 0;
 }
 
 int cmd_rm(const Args& a, Session& s) {
-  if (a.positional.size() != 2) return fail("lib rm", "expects LIB ENTRY");
   std::u16string name = utf8_to_utf16(a.positional[1]);
   int32_t rc = LMI_DeleteEntry(s.lib(), name.data());
   if (rc == 0) rc = s.close();
@@ -455,7 +478,8 @@ int export_entry(Session& s, const std::string& entry, const std::filesystem::pa
   KOCHAR header[LMI_EXPORT_HEADER_MAX];
   uint32_t length = 0;
   LMI_Build_Export_Header(s.pool(), &info, header, &length);
-  std::filesystem::path target = dir / std::filesystem::u8path(entry);
+  std::filesystem::path target = dir / std::filesystem::path(name);
+  errno = 0;
   std::ofstream out(target, std::ios::binary);
   bool written = put_text(out, utf16_to_utf8(std::u16string_view(header, length)));
   if (written && probe.is_text()) {
@@ -473,14 +497,13 @@ int export_entry(Session& s, const std::string& entry, const std::filesystem::pa
     written = rc != kOutsideFailed;
   }
   out.close();
-  if (!written || !out) return fail("lib export " + entry, "cannot write " + target.string());
+  if (!written || !out) return fail("lib export " + target.string(), std::strerror(errno ? errno : EIO));
   return rc ? fail("lib export " + entry, lmi_error(rc)) : 0;
 }
 
+// Every entry named is looked up before the output folder is made, and a
+// folder the export made is removed again when the export fails.
 int cmd_export(const Args& a, Session& s) {
-  if (a.out_dir.empty()) return fail("lib export", "needs -o DIR");
-  std::error_code ec;
-  std::filesystem::create_directories(a.out_dir, ec);
   std::vector<std::string> entries(a.positional.begin() + 1, a.positional.end());
   if (entries.empty()) {
     LMI_LIST_ITEM* items = nullptr;
@@ -489,8 +512,21 @@ int cmd_export(const Args& a, Session& s) {
     for (int32_t i = 0; i < count; ++i) entries.push_back(utf16_to_utf8(items[i].name));
     kostg_fee(s.pool(), items);
   }
+  for (const std::string& entry : entries) {
+    std::u16string name = utf8_to_utf16(entry);
+    LMI_ENTRY_INFO_EX info;
+    if (int32_t rc = LMI_EntryInfoExtended(s.lib(), name.data(), &info))
+      return fail("lib export " + entry, lmi_error(rc));
+  }
+  std::filesystem::path dir = utf8_to_utf16(a.out_dir);
+  std::error_code ec;
+  bool made = std::filesystem::create_directories(dir, ec);
+  if (ec) return fail("lib export " + a.out_dir, ec.message());
+  if (!std::filesystem::is_directory(dir, ec))
+    return fail("lib export " + a.out_dir, std::strerror(ENOTDIR));
   int status = 0;
-  for (const std::string& entry : entries) status |= export_entry(s, entry, a.out_dir);
+  for (const std::string& entry : entries) status |= export_entry(s, entry, dir);
+  if (status != 0 && made) std::filesystem::remove_all(dir, ec);
   return status;
 }
 
@@ -506,7 +542,8 @@ bool take_line(std::u16string* text, const std::u16string& tag, std::u16string* 
 
 int import_file(Session& s, const std::string& file) {
   std::string raw;
-  if (!read_input(file, &raw)) return fail("lib import " + file, "cannot read the file");
+  std::string why;
+  if (!read_input(file, &raw, &why)) return fail("lib import " + file, why);
   std::u16string text = utf8_to_utf16(raw), name, escaped;
   if (!take_line(&text, u"$KOExportHeader$", &name)) return fail("lib import " + file, "no export header");
   std::u16string comment;
@@ -526,7 +563,6 @@ int import_file(Session& s, const std::string& file) {
 }
 
 int cmd_import(const Args& a, Session& s) {
-  if (a.positional.size() < 2) return fail("lib import", "expects LIB FILE...");
   int status = 0;
   for (size_t i = 1; i < a.positional.size(); ++i) status |= import_file(s, a.positional[i]);
   int32_t rc = s.close();
@@ -536,90 +572,123 @@ int cmd_import(const Args& a, Session& s) {
 int cmd_check(const Args& a) {
   Session s;
   std::u16string path = utf8_to_utf16(a.positional[0]);
+  std::string problem = koshr_tool::open_problem(a.positional[0], koshr_tool::Access::kRead);
+  if (!problem.empty()) return fail("lib check " + a.positional[0], problem);
   int32_t rc = LMI_CheckLibrary(s.pool(), path.c_str(),
                                 [](void*, int, const char* finding) { std::printf("%s\n", finding); }, nullptr);
   if (rc < 0) return fail("lib check " + a.positional[0], lmi_error(rc));
   return rc == 0 ? 0 : 1;
 }
 
+// Why a library would not open: the system's reason, or else its content.
+std::string open_failure(const std::string& path, int mode) {
+  std::string problem = koshr_tool::open_problem(
+      path, mode == LMI_MODE_READ ? koshr_tool::Access::kRead : koshr_tool::Access::kWrite);
+  return problem.empty() ? "not a library file, or a damaged one (see 'koshr lib check')" : problem;
+}
+
 int cmd_optimize(const Args& a) {
-  if (a.positional.size() != 1) return fail("lib optimize", "expects LIB");
   Session s;
   std::u16string path = utf8_to_utf16(a.positional[0]);
   int32_t rc = LMI_OptimizeLibrary(s.pool(), path.c_str());
-  if (rc == LMI_E_IO)
-    return fail("lib optimize " + a.positional[0], "damaged or unreadable (see 'koshr lib check')");
+  if (rc == LMI_E_IO || rc == LMI_E_NO_HANDLE) {
+    return fail("lib optimize " + a.positional[0], open_failure(a.positional[0], LMI_MODE_READWRITE));
+  }
   return rc ? fail("lib optimize " + a.positional[0], lmi_error(rc)) : 0;
 }
 
-int run_lib(int argc, char** argv) {
-  if (argc < 2) return koshr_tool::misuse(kUsage);
-  std::string sub = argv[1];
-  Args a;
-  std::string error;
-  if (!koshr_tool::parse_arguments(argc - 1, argv + 1,
-                                   {{"--text", nullptr, &a.text},
-                                    {"--comment", &a.comment, nullptr},
-                                    {"-o", &a.out_dir, nullptr}},
-                                   true, &a.positional, &error)) {
-    return fail("lib " + sub, error);
-  }
-  if (a.positional.empty()) return fail("lib " + sub, "expects LIB");
-  if (sub == "new") return cmd_new(a);
-  if (sub == "check") return cmd_check(a);
-  if (sub == "optimize") return cmd_optimize(a);
+int run_lib(const koshr_tool::Arguments& arguments) {
+  const Args a = args_of(arguments);
+  const std::string& sub = arguments.subcommand;
   struct Sub {
     const char* name;
-    int mode;
+    int mode;  // -1: the subcommand opens no handle
+    size_t least, most;
+    const char* operands;
     int (*run)(const Args&, Session&);
-  } const subs[] = {{"ls", LMI_MODE_READ, cmd_ls},        {"info", LMI_MODE_READ, cmd_info},
-                    {"cat", LMI_MODE_READ, cmd_cat},      {"put", LMI_MODE_READWRITE, cmd_put},
-                    {"rm", LMI_MODE_READWRITE, cmd_rm},   {"export", LMI_MODE_READ, cmd_export},
-                    {"import", LMI_MODE_READWRITE, cmd_import}};
+  } const subs[] = {
+      {"new", -1, 1, 1, "LIB", nullptr},
+      {"check", -1, 1, 1, "LIB", nullptr},
+      {"optimize", -1, 1, 1, "LIB", nullptr},
+      {"ls", LMI_MODE_READ, 1, 1, "LIB", cmd_ls},
+      {"info", LMI_MODE_READ, 1, 1, "LIB", cmd_info},
+      {"cat", LMI_MODE_READ, 2, 2, "LIB ENTRY", cmd_cat},
+      {"put", LMI_MODE_READWRITE, 2, 3, "LIB ENTRY [FILE]", cmd_put},
+      {"rm", LMI_MODE_READWRITE, 2, 2, "LIB ENTRY", cmd_rm},
+      {"export", LMI_MODE_READ, 1, SIZE_MAX, "LIB [ENTRY...]", cmd_export},
+      {"import", LMI_MODE_READWRITE, 2, SIZE_MAX, "LIB FILE...", cmd_import},
+  };
   for (const Sub& s : subs) {
     if (sub != s.name) continue;
+    if (int status = koshr_tool::check_operands(arguments, s.least, s.most, s.operands)) {
+      return status;
+    }
+    if (sub == "export" && !arguments.has("-o")) {
+      return koshr_tool::usage_error(arguments, "needs -o DIR");
+    }
+    if (sub == "new") return cmd_new(a);
+    if (sub == "check") return cmd_check(a);
+    if (sub == "optimize") return cmd_optimize(a);
     Session session;
-    if (!session.open(a.positional[0], s.mode)) return fail("lib " + sub + " " + a.positional[0], lmi_error(LMI_E_NO_HANDLE));
+    if (!session.open(a.positional[0], s.mode))
+      return fail("lib " + sub + " " + a.positional[0], open_failure(a.positional[0], s.mode));
     return s.run(a, session);
   }
-  return fail("lib " + sub, "unknown subcommand (see 'koshr lib --help')");
+  return koshr_tool::usage_error(arguments, "unknown subcommand");
 }
 
-const koshr_tool::Command kLib{"lib", "read and write library files", kUsage, &run_lib};
+const koshr_tool::Command kLib{"lib", "read and write library files", kUsage, &run_lib,
+                               {{},
+                                {{"new", {{"--comment", "TEXT"}}},
+                                 {"ls", {}},
+                                 {"info", {}},
+                                 {"cat", {{"--text", nullptr}}},
+                                 {"put", {{"--text", nullptr}, {"--comment", "TEXT"}}},
+                                 {"rm", {}},
+                                 {"export", {{"-o", "DIR"}}},
+                                 {"import", {}},
+                                 {"check", {}},
+                                 {"optimize", {}}}}};
 KOSHR_COMMAND(kLib);
 
-// The tour's stop: a small library, its listing and one exported entry.
-int demo_library() {
-  std::filesystem::path dir = std::filesystem::temp_directory_path() / "koshr_demo_library";
-  std::filesystem::remove_all(dir);
-  std::filesystem::create_directories(dir);
-  std::string lib = (dir / "demo.kol").string();
-  Session s;
-  std::u16string path = utf8_to_utf16(lib);
-  if (LMI_CreateLibrary(s.pool(), path.data(), u"a demonstration library") != 0 || !s.open(lib, LMI_MODE_READWRITE))
-    return 1;
-  s.write("w_main.srw", as_bytes(u"forward\r\nglobal type w_main from window\r\nend type\r\n"), u"main window");
-  s.write("d_orders.srd", as_bytes(u"release 6;\r\ndatawindow(units=0)\r\n"), u"orders");
+// The tour's stop: a small library built, listed, exported and checked with
+// the very commands shown, in the demo's folder, where it stays to be tried.
+int demo_library(const std::string& folder) {
+  std::filesystem::path dir = utf8_to_utf16(folder);
+  std::string lib = (dir / "orders.kol").string(), source = (dir / "main_window.txt").string();
+  std::ofstream(dir / "main_window.txt", std::ios::binary)
+      << "forward\r\nglobal type main_window from window\r\nend type\r\n";
+  std::ofstream(dir / "orders.txt", std::ios::binary) << "release 1;\r\ngrid(units=0)\r\n";
   std::string icon(600, '\0');
   for (size_t i = 0; i < icon.size(); ++i) icon[i] = char(i * 37);
-  s.write("app.ico", icon, u"");
-  if (s.close() != 0) return 1;
-  std::printf("$ koshr lib ls %s\n", lib.c_str());
-  char* argv_ls[] = {const_cast<char*>("lib"), const_cast<char*>("ls"), lib.data()};
-  if (run_lib(3, argv_ls) != 0) return 1;
-  std::string out = (dir / "export").string();
-  std::printf("\n$ koshr lib export %s w_main.srw -o %s\n", lib.c_str(), out.c_str());
-  char* argv_export[] = {const_cast<char*>("lib"), const_cast<char*>("export"), lib.data(),
-                         const_cast<char*>("w_main.srw"), const_cast<char*>("-o"), out.data()};
-  if (run_lib(6, argv_export) != 0) return 1;
-  std::string exported;
-  read_input((std::filesystem::path(out) / "w_main.srw").string(), &exported);
+  std::ofstream(dir / "app.bin", std::ios::binary) << icon;
+  const std::vector<std::vector<std::string>> steps = {
+      {"lib", "new", lib, "--comment", "a demonstration library"},
+      {"lib", "put", lib, "main_window.kos", source, "--text", "--comment", "main window"},
+      {"lib", "put", lib, "orders.kos", (dir / "orders.txt").string(), "--text", "--comment",
+       "orders"},
+      {"lib", "put", lib, "app.bin", (dir / "app.bin").string()},
+      {"lib", "ls", lib},
+      {"lib", "export", lib, "main_window.kos", "-o", (dir / "export").string()},
+  };
+  for (const auto& step : steps) {
+    std::string line = "$ koshr";
+    for (const std::string& word : step)
+      line += " " + (word.find(' ') == std::string::npos ? word : "'" + word + "'");
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+    if (koshr_tool::run_command_line(step) != 0) return 1;
+  }
+  std::string exported, exported_file = (dir / "export" / "main_window.kos").string();
+  std::printf("$ cat %s\n", exported_file.c_str());
+  read_input(exported_file, &exported);
   write_stdout(exported);
-  std::printf("\n$ koshr lib check %s\n", lib.c_str());
-  char* argv_check[] = {const_cast<char*>("lib"), const_cast<char*>("check"), lib.data()};
-  int rc = run_lib(3, argv_check);
+  std::printf("$ koshr lib check %s && echo sound\n", lib.c_str());
+  std::fflush(stdout);
+  int rc = koshr_tool::run_command_line({"lib", "check", lib});
   if (rc == 0) std::printf("sound\n");
-  std::filesystem::remove_all(dir);
+  std::printf("\n(lib new refuses a library that exists: remove orders.kol to replay from the "
+              "first step.)\n");
   return rc;
 }
 
