@@ -185,7 +185,8 @@ uint64_t BitmapChain::used_end() const {
   for (uint32_t k = count_; k-- > 0;) {
     const uint8_t* bits = blocks_[k].bytes + 8;
     for (uint32_t i = 504; i-- > 0;) {
-      if (bits[i]) return uint64_t(to_offset(k * kBitsPerBitmap + i * 8 + 8 - __builtin_ctz(bits[i]))) + 512;
+      if (bits[i])
+        return uint64_t(to_offset(k * kBitsPerBitmap + i * 8 + 8 - __builtin_ctz(bits[i]))) + 512;
     }
   }
   return base_;

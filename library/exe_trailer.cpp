@@ -93,7 +93,8 @@ int32_t cut_back_to_trailer(os::FileHandle file, const LibraryPlace& place) {
   return os::file_truncate(file, place.trailer_offset) ? 0 : -3;
 }
 
-int32_t drop_certificate_table(os::FileHandle file, const LibraryPlace& place, uint32_t* trailer_at) {
+int32_t drop_certificate_table(os::FileHandle file, const LibraryPlace& place,
+                               uint32_t* trailer_at) {
   *trailer_at = place.trailer_offset;
   if (!place.certificates || !place.certificate_entry) return 0;
   uint64_t table = uint64_t(place.trailer_offset) + 512;

@@ -48,7 +48,8 @@ int32_t cut_back_to_trailer(os::FileHandle file, const LibraryPlace& place);
 // loses nothing): the trailer is copied over the certificate table's first
 // and last blocks, the entry cleared, the file cut behind the first copy,
 // whose offset goes to *trailer_at. 0 or -3.
-int32_t drop_certificate_table(os::FileHandle file, const LibraryPlace& place, uint32_t* trailer_at);
+int32_t drop_certificate_table(os::FileHandle file, const LibraryPlace& place,
+                               uint32_t* trailer_at);
 
 }  // namespace ko
 

@@ -152,8 +152,8 @@ KOSHR_API int32_t LMI_StreamHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, L
   return rc;
 }
 
-KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, KostgContext* pool, KOCHAR** text,
-                                          uint32_t* length) {
+KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, KostgContext* pool,
+                                          KOCHAR** text, uint32_t* length) {
   if (text) *text = nullptr;
   if (length) *length = 0;
   if (!library) return LMI_E_NO_HANDLE;
@@ -162,7 +162,8 @@ KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, Kost
   Lines lines{pool, shlist_new(pool, nullptr)};
   if (!lines.list) return LMI_E_DISK_FULL;
   int32_t rc = LMI_StreamHexAsciiForEntry(library, name, &Lines::sink, &lines);
-  KOCHAR* joined = rc == 0 ? static_cast<KOCHAR*>(kostg_alc(pool, 2 * (lines.units + 1), nullptr)) : nullptr;
+  KOCHAR* joined =
+      rc == 0 ? static_cast<KOCHAR*>(kostg_alc(pool, 2 * (lines.units + 1), nullptr)) : nullptr;
   if (joined) {
     KOCHAR* at = joined;
     for (void* item = shlist_get_first(lines.list); item; item = shlist_get_next(lines.list)) {

@@ -54,8 +54,8 @@ class NothingLostTest : public LibraryTest {
   // Runs `op` on a copy of the seeded library with the fault at every write
   // call in turn, until a run completes without reaching the fault; then
   // again in a child process killed at every write call in turn.
-  void exhaust(const std::string& what, const std::function<void(LMI_HANDLE)>& op, const Contents& after,
-               Host host = Host::kNone) {
+  void exhaust(const std::string& what, const std::function<void(LMI_HANDLE)>& op,
+               const Contents& after, Host host = Host::kNone) {
     Contents seeded;
     std::u16string original = seed("orig_" + what + ".kol", &seeded, host);
     for (ko::os::WriteFaultKind kind : {ko::os::WriteFaultKind::kFail, ko::os::WriteFaultKind::kShort}) {
@@ -170,13 +170,17 @@ TEST_F(NothingLostTest, PutAndDeleteInExecutables) {
   for (Host host : {Host::kExecutable, Host::kSignedExecutable}) {
     std::string kind = host == Host::kExecutable ? "exe" : "signed";
     SCOPED_TRACE(kind);
-    exhaust(kind + "_put",
-            [&](LMI_HANDLE h) { put(h, "entry_new_with_a_longer_name.srd", data, u"fresh"); },
-            {{"entry_new_with_a_longer_name.srd", data}}, host);
-    exhaust(kind + "_delete", [&](LMI_HANDLE h) {
-      std::u16string n = u16(gone);
-      LMI_DeleteEntry(h, n.data());
-    }, {{gone, kAbsent}}, host);
+    exhaust(
+        kind + "_put",
+        [&](LMI_HANDLE h) { put(h, "entry_new_with_a_longer_name.srd", data, u"fresh"); },
+        {{"entry_new_with_a_longer_name.srd", data}}, host);
+    exhaust(
+        kind + "_delete",
+        [&](LMI_HANDLE h) {
+          std::u16string n = u16(gone);
+          LMI_DeleteEntry(h, n.data());
+        },
+        {{gone, kAbsent}}, host);
   }
 }
 

@@ -196,7 +196,8 @@ class PutInput {
 #ifdef _WIN32
       _setmode(_fileno(stdin), _O_BINARY);
 #endif
-      ok = spool([](char* to, size_t n) { return std::fread(to, 1, n, stdin); }) && !std::ferror(stdin);
+      ok = spool([](char* to, size_t n) { return std::fread(to, 1, n, stdin); }) &&
+           !std::ferror(stdin);
     } else {
       std::error_code error;
       if (std::filesystem::is_directory(std::filesystem::path(path), error)) {
@@ -400,8 +401,8 @@ uint64_t stored_comment(Session& s, const std::u16string& entry, const std::u16s
 // What the entry's data will take, or why the format cannot hold it.
 bool fits(Session& s, const Args& a, uint64_t data, std::string* why) {
   if (data > kMaxEntryData) {
-    *why = "too large: " + std::to_string(data) + " bytes with its comment, an entry holds at most " +
-           std::to_string(kMaxEntryData);
+    *why = "too large: " + std::to_string(data) +
+           " bytes with its comment, an entry holds at most " + std::to_string(kMaxEntryData);
     return false;
   }
   // The free blocks inside, and what the 32-bit offsets still reach beyond
@@ -415,7 +416,8 @@ bool fits(Session& s, const Args& a, uint64_t data, std::string* why) {
   uint64_t needed = (data + kPayloadPerBlock - 1) / kPayloadPerBlock + 6;
   if (needed <= room) return true;
   *why = "does not fit: the library's offsets reach 4 GiB, and " + std::to_string(data) +
-         " bytes need " + std::to_string(needed) + " blocks of the " + std::to_string(room) + " left";
+         " bytes need " + std::to_string(needed) + " blocks of the " + std::to_string(room) +
+         " left";
   return false;
 }
 
@@ -434,7 +436,8 @@ int cmd_put(const Args& a, Session& s) {
   } else {
     object = in.size();
   }
-  if (!fits(s, a, object + 2 * stored_comment(s, name, comment), &why)) return fail("lib put " + a.positional[1], why);
+  if (!fits(s, a, object + 2 * stored_comment(s, name, comment), &why))
+    return fail("lib put " + a.positional[1], why);
   int32_t rc = LMI_OpenEntry(s.lib(), name.data(), LMI_ENTRY_WRITE, comment.c_str());
   if (rc) return fail("lib put " + a.positional[1], lmi_error(rc));
   PutPieces pieces(in, a.text);
@@ -470,10 +473,11 @@ int export_entry(Session& s, const std::string& entry, const std::filesystem::pa
   LMI_ENTRY_INFO_EX info;
   int32_t rc = LMI_EntryInfoExtended(s.lib(), name.data(), &info);
   TextProbe probe;
-  if (rc == 0) rc = s.stream(entry, [&](std::string_view chunk) {
-    probe.feed(chunk);
-    return true;
-  });
+  if (rc == 0)
+    rc = s.stream(entry, [&](std::string_view chunk) {
+      probe.feed(chunk);
+      return true;
+    });
   if (rc) return fail("lib export " + entry, lmi_error(rc));
   KOCHAR header[LMI_EXPORT_HEADER_MAX];
   uint32_t length = 0;
@@ -484,7 +488,8 @@ int export_entry(Session& s, const std::string& entry, const std::filesystem::pa
   bool written = put_text(out, utf16_to_utf8(std::u16string_view(header, length)));
   if (written && probe.is_text()) {
     Utf16Pieces text;
-    rc = s.stream(entry, [&](std::string_view chunk) { return put_text(out, text.take(chunk, false)); });
+    rc = s.stream(entry,
+                  [&](std::string_view chunk) { return put_text(out, text.take(chunk, false)); });
     written = rc != kOutsideFailed && put_text(out, text.take({}, true));
   } else if (written) {
     rc = LMI_StreamHexAsciiForEntry(
@@ -497,7 +502,8 @@ int export_entry(Session& s, const std::string& entry, const std::filesystem::pa
     written = rc != kOutsideFailed;
   }
   out.close();
-  if (!written || !out) return fail("lib export " + target.string(), std::strerror(errno ? errno : EIO));
+  if (!written || !out)
+    return fail("lib export " + target.string(), std::strerror(errno ? errno : EIO));
   return rc ? fail("lib export " + entry, lmi_error(rc)) : 0;
 }
 
