@@ -1,5 +1,6 @@
 # The front door: every command drives a CMake preset (CMakePresets.json).
-.PHONY: run test install uninstall examples test-windows test-sanitize bench fuzz clean
+.PHONY: run test install uninstall examples test-windows test-sanitize test-postgres bench fuzz \
+	fuzz-smoke clean
 
 JOBS ?= $(shell nproc)
 # The test binaries that hold the thread-stress tests run under ThreadSanitizer.
@@ -62,17 +63,29 @@ test-sanitize:
 	cmake --build --preset tsan -j $(JOBS) --target $(TSAN_TARGETS)
 	ctest --preset tsan
 
+# The driver suite against a throwaway PostgreSQL server in the build tree.
+test-postgres:
+	cmake --preset default >/dev/null
+	cmake --build --preset default -j $(JOBS) --target test_drivers
+	tests/drivers/with_postgres.sh build/default/postgres ctest --preset default -R '^OdbcDriverTest\.'
+
 bench:
 	cmake --preset bench >/dev/null
 	cmake --build --preset bench -j $(JOBS)
 	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b --benchmark_min_time=0.2 || exit 1; done
 
+# Every fuzz target for FUZZ_SECONDS each, growing its corpus in build/fuzz/corpus.
 FUZZ_SECONDS ?= 60
 fuzz:
 	cmake --preset fuzz >/dev/null
 	cmake --build --preset fuzz -j $(JOBS)
 	@for f in build/fuzz/fuzz/fuzz_*; do echo "== $$f"; mkdir -p build/fuzz/corpus/$$(basename $$f); \
 	  $$f -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=4096 build/fuzz/corpus/$$(basename $$f) || exit 1; done
+
+# CI's check that every fuzz target still builds and runs: the same runs, short.
+FUZZ_SMOKE_SECONDS ?= 10
+fuzz-smoke:
+	$(MAKE) fuzz FUZZ_SECONDS=$(FUZZ_SMOKE_SECONDS)
 
 clean:
 	rm -rf build

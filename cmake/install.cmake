@@ -14,6 +14,13 @@ install(TARGETS koshr EXPORT koshrTargets
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/koshr ${KOSHR_GENERATED_INCLUDE}/koshr
   DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+# Driver modules go beside the library: the front end loads them from the
+# folder of its own module (the DLL's bin folder on Windows, lib elsewhere).
+if(TARGET koODB)
+  install(TARGETS koODB
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+endif()
 if(TARGET koshr_tool)
   install(TARGETS koshr_tool RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()

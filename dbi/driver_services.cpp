@@ -22,10 +22,25 @@ int32_t add_row(DbiContext* context, ShHashTable* table, int32_t catalog,
   return add_catalog_row(context, table, catalog, values, count) ? 1 : 0;
 }
 
+shlistx* parse_parameters(DbiContext* context) {
+  shlistx* list = nullptr;
+  DBI_ParseParms(context, &list);
+  return list;
+}
+
+DbiParm* find_parameter(DbiContext* context, shlistx* list, const KOCHAR* keyword) {
+  DbiParm* record = nullptr;
+  DBI_GetParm(context, list, keyword, &record);
+  return record;
+}
+
+void free_parameters(DbiContext* context, shlistx** list) { DBI_FreeParmList(context, list); }
+
 const DbiServices kServices = {
-    sizeof(DbiServices), &shlist_get_first,  &shlist_get_next,       &shlist_get_count,
-    &catalog_name_test,  &new_catalog_table, &add_row,               &read_table_attributes,
-    &read_column_attributes,
+    sizeof(DbiServices),     &shlist_get_first,  &shlist_get_next, &shlist_get_count,
+    &catalog_name_test,      &new_catalog_table, &add_row,         &read_table_attributes,
+    &read_column_attributes, &parse_parameters,  &find_parameter,  &DBI_YesTrue1,
+    &free_parameters,
 };
 
 }  // namespace

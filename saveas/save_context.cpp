@@ -90,6 +90,11 @@ KoSaveContext* save_begin(KostgContext* pool, KostgSubpool* owner, const KOCHAR*
   context->column_count = column_count;
   context->flags = flags;
   context->columns = reinterpret_cast<SaveColumn*>(context + 1);
+  if (culture) {
+    // The renderers read the culture at every value, so it must outlive the caller's string.
+    context->culture = kostg_strdup(pool, culture, owner);
+    if (!context->culture) return save_abandon(context);
+  }
   save_compile_formats(context, culture);
   save_base_name(file_name, context->base_name);
   return context;
@@ -214,5 +219,6 @@ KOSHR_EXTERN_C KOSHR_API void osSaveEnd(KoSaveContext* context) {
     if (context->columns[i].name) kostg_fee(pool, context->columns[i].name);
   }
   if (context->clip_text) kostg_fee(pool, context->clip_text);
+  if (context->culture) kostg_fee(pool, context->culture);
   kostg_fee(pool, context);
 }

@@ -63,6 +63,7 @@ struct KoSaveContext {
   uint16_t date_format[ko::kCompiledFormatCodes];
   uint16_t time_format[ko::kCompiledFormatCodes];
   uint16_t datetime_format[ko::kCompiledFormatCodes];
+  KOCHAR* culture;  // a pool copy of the culture string, or null: numbers render under it
   bool has_file;
   ko::SaveFile file;
   KOCHAR* clip_text;
@@ -145,12 +146,13 @@ size_t save_render_double(const KoSaveContext* context, double value, KOCHAR* ou
 size_t save_render_decimal(const KoSaveContext* context, const KODECIMAL& value, KOCHAR* out,
                            size_t capacity);
 // Renders a datetime through one of the context's date formats.
-size_t save_render_datetime(const uint16_t* format, const KODATETIME& value, KOCHAR* out,
-                            size_t capacity);
+size_t save_render_datetime(const KoSaveContext* context, const uint16_t* format,
+                            const KODATETIME& value, KOCHAR* out, size_t capacity);
 // Appends the fraction suffix for `subsecond` (nothing when it is 0) behind
-// `length` units of `out`; returns the new length.
-size_t save_append_fraction(uint32_t subsecond, FractionSuffix suffix, KOCHAR* out,
-                            size_t length);
+// `length` units of `out`; returns the new length. Under a culture its
+// separator comes from the culture's "sTime" or "sDecimal".
+size_t save_append_fraction(const KoSaveContext* context, uint32_t subsecond,
+                            FractionSuffix suffix, KOCHAR* out, size_t length);
 
 }  // namespace ko
 

@@ -103,6 +103,7 @@ struct DbiContext {
   KOCHAR* security_connect;           /* security connection string, when opened from one */
   KOCHAR* trace_file;                 /* pending trace file, closed at disconnect */
   const DbiServices* services;        /* shared services offered to the driver */
+  void* driver_connection;            /* addition of ours: the driver's own state, its to free */
 };
 
 /* One DBParm keyword. */
@@ -296,6 +297,13 @@ struct DbiServices {
   void (*read_column_attributes)(DbiContext* context, DbiColumnAttributes* columns,
                                  uint32_t column_count, const DbiCatalogValue* values,
                                  uint32_t count);
+  /* Additions of ours: the context's DBParm text parsed (DBI_ParseParms; null
+   * when empty), a keyword looked up (DBI_GetParm), a switch read
+   * (DBI_YesTrue1) and the list released (DBI_FreeParmList). */
+  shlistx* (*parse_parameters)(DbiContext* context);
+  DbiParm* (*find_parameter)(DbiContext* context, shlistx* list, const KOCHAR* keyword);
+  int32_t (*parameter_is_true)(const DbiParm* record);
+  void (*free_parameters)(DbiContext* context, shlistx** list);
 };
 
 KOSHR_BEGIN_C

@@ -108,6 +108,17 @@ with tempfile.TemporaryDirectory() as d:
         (["saveas", os.path.join(d, "missing.csv"), os.path.join(d, "o.csv")], 1,
          f"koshr: saveas: {d}/missing.csv: No such file or directory"),
         (["demo", "x"], 2, "koshr: demo: unexpected argument x"),
+        # query, catalog
+        (["query"], 2, "koshr: query: expects SQL"),
+        (["query", "SELECT 1"], 2, "koshr: query: --connect is missing"),
+        (["query", "--connect", "x", "a", "b"], 2, "koshr: query: unexpected argument b"),
+        (["query", "--connect", "x", "--as", "bogus", "SELECT 1"], 2,
+         "koshr: query: unknown format 'bogus'"),
+        (["query", "--connect", "x", "-o", "o.bogus", "SELECT 1"], 2,
+         "koshr: query: no format for the extension of o.bogus (give --as)"),
+        (["catalog"], 2, "koshr: catalog: missing subcommand"),
+        (["catalog", "show"], 2, "koshr: catalog show: --connect is missing"),
+        (["catalog", "init", "--connect", "x", "y"], 2, "koshr: catalog init: unexpected argument y"),
     ]
     if os.geteuid() != 0:  # the superuser writes read-only files
         rows.append((["lib", "put", readonly, "e", plain_file], 1,

@@ -35,6 +35,14 @@ const std::string& Arguments::value(std::string_view option) const {
   return kNone;
 }
 
+std::vector<std::string> Arguments::values(std::string_view option) const {
+  std::vector<std::string> out;
+  for (const auto& given : given_) {
+    if (given.first == option) out.push_back(given.second);
+  }
+  return out;
+}
+
 void Arguments::set(std::string option, std::string value) {
   given_.emplace_back(std::move(option), std::move(value));
 }

@@ -50,6 +50,8 @@ class Arguments {
   bool has(std::string_view option) const;
   // The option's value, or "" when it was not given.
   const std::string& value(std::string_view option) const;
+  // Every value of an option that may come more than once, in order.
+  std::vector<std::string> values(std::string_view option) const;
   void set(std::string option, std::string value);
 
  private:

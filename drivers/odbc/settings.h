@@ -1,0 +1,41 @@
+// settings.h: what the driver reads from the DBParm text.
+//
+//   ConnectString  the ODBC connection string; without it the log-in strings
+//                  are the data source, the user and the password
+//   AutoCommit     statements outside DBI_Begin commit by themselves
+//                  (default yes)
+//   Isolation      'ReadUncommitted', 'ReadCommitted', 'RepeatableRead' or
+//                  'Serializable' (default: the database's own)
+//   FetchBlockSize rows fetched per call (1 to 4096, default 256)
+//   TextBufferSize UTF-16 units bound for a text value before a longer one is
+//                  read on its own (16 to 1048576, default 1024)
+#ifndef KOSHR_DRIVERS_ODBC_SETTINGS_H
+#define KOSHR_DRIVERS_ODBC_SETTINGS_H
+
+#include <koshr/dbi.h>
+
+#include <cstdint>
+#include <string>
+
+namespace ko::odbc {
+
+struct Settings {
+  std::u16string connect_string;  // empty: build one from the log-in strings
+  bool auto_commit = true;
+  int32_t isolation = 0;  // SQL_TXN_* mask, 0 for the database's default
+  uint32_t fetch_block = 256;
+  uint32_t text_buffer = 1024;
+};
+
+// Reads the context's DBParm text through the front end's parser. False,
+// with `error` set, for a keyword whose value is not one of its choices.
+bool read_settings(DbiContext* context, Settings& settings, std::u16string& error);
+
+// The connection string for the log-in strings: DSN, UID and PWD, each value
+// braced when it holds a character that would end it.
+std::u16string login_connect_string(const KOCHAR* source, const KOCHAR* user,
+                                    const KOCHAR* password);
+
+}  // namespace ko::odbc
+
+#endif
