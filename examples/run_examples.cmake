@@ -58,6 +58,16 @@ run("main_window\\.kos\t88 bytes\tthe main window.*read back 88 bytes" ${bin}/li
     ${WORK_DIR}/example.kol)
 run("item,price\r?\nWidget,19\\.99\r?\n\"Gadget, large\",4\\.5" ${bin}/saveas ${WORK_DIR}/goods.csv)
 
+# The query goes through the ODBC driver module installed beside the library,
+# to SQLite through unixODBC (the driver module is built where unixODBC is).
+if(EXISTS ${PREFIX}/lib/koODB.so)
+  run("item +quantity *\nGadget +6 *\nSprocket +9" ${bin}/query ${WORK_DIR}/orders.db)
+elseif(REQUIRE_ALL)
+  message(FATAL_ERROR "the ODBC driver module is not installed in ${PREFIX}/lib")
+else()
+  message(STATUS "the ODBC driver module is not built: the query example is left out")
+endif()
+
 # pkg-config: the C++ example compiled with the flags koshr.pc gives.
 find_program(pkg_config pkg-config)
 if(NOT pkg_config AND REQUIRE_ALL)
