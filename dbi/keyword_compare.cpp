@@ -19,7 +19,7 @@
 namespace ko::dbi {
 namespace {
 
-bool is_word_end(KOCHAR c) { return c == 0 || c == u',' || is_blank(c); }
+bool is_word_end(KOCHAR c) { return c == 0 || c == u',' || is_space_tab_or_line_break(c); }
 bool same_letter(KOCHAR a, KOCHAR b) { return a == b || os::char_upper(a) == os::char_upper(b); }
 
 }  // namespace
@@ -29,7 +29,7 @@ bool keyword_at(const KOCHAR* position, const KOCHAR* keyword) {
   // The conditions are tested cheapest first: most candidates sit inside a
   // word and fail on the character before them.
   const KOCHAR before = position[-1];
-  if (before != u',' && !is_blank(before)) return false;
+  if (before != u',' && !is_space_tab_or_line_break(before)) return false;
   size_t length = 0;
   for (; keyword[length] != 0; ++length) {
     if (position[length] == 0) return false;
@@ -72,6 +72,6 @@ int32_t DBI_DoCompareFirst(KOCHAR* text, const KOCHAR* keyword) {
 
 int32_t DBI_DoCompareFirstWithSkip(KOCHAR* text, const KOCHAR* keyword) {
   if (text == nullptr || keyword == nullptr) return 0;
-  while (ko::dbi::is_blank(*text)) ++text;
+  while (ko::dbi::is_space_tab_or_line_break(*text)) ++text;
   return ko::dbi::compare_first(text, keyword);
 }

@@ -65,7 +65,7 @@ int32_t DBI_ParseKeyWords(DbiContext* context, const KOCHAR* text, int32_t* flag
     }
     if (keyword_at(p, u"group")) {
       const KOCHAR* q = move_on(p, 5);
-      while (is_blank(*q)) ++q;
+      while (is_space_tab_or_line_break(*q)) ++q;
       if (keyword_at(q, u"by")) {
         decided = true;
         return 0;

@@ -60,14 +60,14 @@ bool find_property(const KOCHAR* connect, const char* property, const KOCHAR** v
   if (connect == nullptr || property == nullptr) return false;
   const KOCHAR* p = connect;
   while (*p != 0) {
-    while (is_blank(*p) || *p == u';') ++p;
+    while (is_space_tab_or_line_break(*p) || *p == u';') ++p;
     const KOCHAR* name = p;
     while (*p != 0 && *p != u'=' && *p != u';') ++p;
     const KOCHAR* name_end = p;
-    while (name_end > name && is_blank(name_end[-1])) --name_end;
+    while (name_end > name && is_space_tab_or_line_break(name_end[-1])) --name_end;
     if (*p != u'=') continue;
     ++p;
-    while (is_blank(*p)) ++p;
+    while (is_space_tab_or_line_break(*p)) ++p;
     const KOCHAR* begin = p;
     const KOCHAR* end;
     if (*p == u'{') {

@@ -58,7 +58,7 @@ void report_assertion(DbiContext* context, const KOCHAR* text) {
 }
 
 const KOCHAR* skip_blanks(const KOCHAR* text) {
-  while (is_blank(*text)) ++text;
+  while (is_space_tab_or_line_break(*text)) ++text;
   return text;
 }
 

@@ -9,7 +9,9 @@
 namespace ko::dbi {
 
 // Blanks of SQL and DBParm text: tab, line feed, carriage return, space.
-inline bool is_blank(KOCHAR c) { return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r'; }
+inline bool is_space_tab_or_line_break(KOCHAR c) {
+  return c == u' ' || c == u'\t' || c == u'\n' || c == u'\r';
+}
 
 }  // namespace ko::dbi
 

@@ -30,11 +30,13 @@
  * significant digits) within its field is written as it renders. Any other
  * (it needs the exponent form, more room, or more digits than "[GENERAL]"
  * keeps) is written in plain digits, exactly: all the digits of a decimal,
- * the fewest digits that read back as the same double. When even those do
- * not fit, the field is all asterisks, the overflow mark dBase readers know,
- * and the context counts it (osSaveOverflow): a cut or rounded text would
- * store a different number.
+ * the fewest digits that read back as the same double, with fraction digits
+ * beyond the field rounded away as a numeric field of that width holds them.
+ * When the sign and integer digits alone do not fit, the field is all
+ * asterisks, the overflow mark dBase readers know, and the context counts it
+ * (osSaveOverflow): a cut integer part would store a different number.
  */
+#include <algorithm>
 #include <cstring>
 
 #include "format/number_digits.h"
@@ -131,21 +133,48 @@ void right_align(KOCHAR* field, int field_length, const KOCHAR* text, size_t len
 }
 
 // The plain text of a finite number, without exponent: "-0.00012",
-// "1234567890123456", "0". Its length, or 0 when it is longer than `room`.
+// "1234567890123456", "0". Fraction digits beyond the room are rounded away
+// (half up, on the exact digits), as a numeric field of that width holds the
+// number; the integer part is never cut. Its length, or 0 when the sign and
+// integer digits alone are longer than `room`.
 size_t plain_number(const ko::DigitString& value, KOCHAR* out, size_t room) {
   if (value.kind != ko::NumberKind::kFinite) return 0;
-  const int integer_digits = value.exponent > 0 ? value.exponent : 1;
-  const int fraction_digits = value.count > value.exponent ? value.count - value.exponent : 0;
-  const size_t length = size_t(value.negative) + size_t(integer_digits) +
-                        (fraction_digits > 0 ? 1 + size_t(fraction_digits) : 0);
+  int integer_digits = value.exponent > 0 ? value.exponent : 1;
+  const int first = value.exponent - integer_digits;  // index of the first digit written
+  const int fraction_room = std::max(0, int(room) - int(value.negative) - integer_digits - 1);
+  const int fraction_digits =
+      std::min(std::max(0, value.count - value.exponent), fraction_room);
+  // Digits as written, one spare place in front for a carry.
+  char digits[2 + kMaxFieldLength];
+  int count = integer_digits + fraction_digits;
+  if (count > int(sizeof digits) - 1) return 0;
+  digits[0] = '0';
+  for (int i = 0; i < count; ++i) digits[1 + i] = value.at(first + i);
+  if (value.at(first + count) >= '5') {
+    int i = count;
+    while (digits[i] == '9') digits[i--] = '0';
+    ++digits[i];
+  }
+  const char* written = digits + 1;
+  if (digits[0] != '0') {
+    written = digits;
+    ++integer_digits;
+    ++count;
+  }
+  int shown_fraction = count - integer_digits;
+  while (shown_fraction > 0 && written[integer_digits + shown_fraction - 1] == '0') --shown_fraction;
+  bool all_zero = true;
+  for (int i = 0; i < integer_digits + shown_fraction; ++i) all_zero = all_zero && written[i] == '0';
+  const bool negative = value.negative && !all_zero;
+  const size_t length = size_t(negative) + size_t(integer_digits) +
+                        (shown_fraction > 0 ? 1 + size_t(shown_fraction) : 0);
   if (length > room) return 0;
   KOCHAR* p = out;
-  if (value.negative) *p++ = u'-';
-  for (int i = 0; i < integer_digits; ++i)
-    *p++ = KOCHAR(value.at(i + value.exponent - integer_digits));
-  if (fraction_digits > 0) {
+  if (negative) *p++ = u'-';
+  for (int i = 0; i < integer_digits; ++i) *p++ = KOCHAR(written[i]);
+  if (shown_fraction > 0) {
     *p++ = u'.';
-    for (int i = 0; i < fraction_digits; ++i) *p++ = KOCHAR(value.at(value.exponent + i));
+    for (int i = 0; i < shown_fraction; ++i) *p++ = KOCHAR(written[integer_digits + i]);
   }
   return length;
 }

@@ -104,6 +104,7 @@ bool parse_decimal(const char* text, size_t length, KODECIMAL& out) {
   Wide magnitude = 0;
   int scale = 0;
   size_t digits = 0;
+  size_t fraction_zeros = 0;  // trailing zeros after the point, not yet applied
   bool point = false;
   for (; at < length; ++at) {
     const char c = text[at];
@@ -113,11 +114,24 @@ bool parse_decimal(const char* text, size_t length, KODECIMAL& out) {
     }
     if (!is_digit(c)) break;
     ++digits;
-    if (magnitude >= kLimit) return false;
+    if (point && c == '0') {
+      ++fraction_zeros;
+      continue;
+    }
+    for (; fraction_zeros > 0; --fraction_zeros, ++scale) {
+      magnitude *= 10;
+      if (magnitude >= kLimit) return false;
+    }
     magnitude = magnitude * 10 + static_cast<unsigned>(c - '0');
+    if (magnitude >= kLimit) return false;
     if (point) ++scale;
   }
-  if (digits == 0 || magnitude >= kLimit) return false;
+  if (digits == 0) return false;
+  // Trailing zeros keep the scale as written, as far as the decimal holds it.
+  for (; fraction_zeros > 0 && scale < kMaxScale && magnitude * 10 < kLimit; --fraction_zeros) {
+    magnitude *= 10;
+    ++scale;
+  }
   if (at < length && (text[at] == 'e' || text[at] == 'E')) {
     ++at;
     bool minus = false;
@@ -204,9 +218,10 @@ void decode_value(BufferKind kind, const void* data, size_t bytes, std::u16strin
                                                        : DBI_TYPE_TIMESTAMP;
       const char* text = static_cast<const char*>(data);
       const size_t length = narrow_length(text, bytes);
-      // A date column may hold a date-time and a timestamp column a bare date.
+      // A date column may hold a date-time (delivered as a timestamp, so a
+      // date's time fields stay 0) and a timestamp column a bare date.
       if (parse_datetime(text, length, type, value.as.datetime)) {
-        value.type = type;
+        value.type = type == DBI_TYPE_DATE && length > 10 ? DBI_TYPE_TIMESTAMP : type;
       } else {
         as_text(text, length, spill, value);
       }

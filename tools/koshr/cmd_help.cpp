@@ -90,10 +90,12 @@ std::string words_of(const std::vector<OptionSpec>& options) {
   return words;
 }
 
+int run_help(const Arguments& args);
+
 std::string bash_completion() {
   std::string commands, value_options, cases;
+  for (const Command* command : sorted_commands()) commands += std::string(" ") + command->name;
   for (const Command* command : sorted_commands()) {
-    commands += std::string(" ") + command->name;
     const Syntax& syntax = command->syntax;
     std::vector<const std::vector<OptionSpec>*> lists{&syntax.options};
     for (const SubcommandSpec& sub : syntax.subcommands) lists.push_back(&sub.options);
@@ -105,7 +107,9 @@ std::string bash_completion() {
     std::string own = words_of(syntax.options) + " --help";
     cases += "    " + std::string(command->name) + ")\n      case $sub in\n";
     if (syntax.subcommands.empty()) {
-      cases += "        *) options=\"" + own + "\" ;;\n";
+      // `koshr help` takes command names, the others files.
+      std::string operands = command->run == &run_help ? commands : "";
+      cases += "        *) options=\"" + own + "\"; operands=\"" + operands + "\" ;;\n";
     } else {
       std::string names;
       for (const SubcommandSpec& sub : syntax.subcommands) {
@@ -137,9 +141,6 @@ std::string bash_completion() {
          "  fi\n"
          "  case $command in\n"
          "    \"\") options=\"--help --version\"; operands=\"" +
-         commands +
-         "\" ;;\n"
-         "    help) options=\"--man --bash-completion\"; operands=\"" +
          commands + "\" ;;\n" + cases +
          "  esac\n"
          "  if [[ $cur == -* ]]; then\n"

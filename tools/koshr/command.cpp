@@ -52,7 +52,7 @@ const Command* find_command(const std::string& name) {
 std::string tool_usage() {
   std::string text =
       "usage: koshr <command> [arguments]\n"
-      "       koshr help [COMMAND...]\n"
+      "       koshr help [COMMAND [SUBCOMMAND]]\n"
       "\n"
       "The KOSHR support library's main jobs from the command line.\n"
       "\n"
