@@ -6,6 +6,9 @@
 // first so a shared server starts clean. The driver is reached only through
 // the front end, as a host reaches it: DBI_LogIn with DBMS "ODBC".
 #include <gtest/gtest.h>
+#if defined(_WIN32)
+#include <windows.h>
+#endif
 #include <koshr/dbi.h>
 #include <koshr/dbi_sql.h>
 #include <koshr/hashtable.h>
@@ -52,6 +55,25 @@ int32_t recording_entry(DbiContext* context) {
     g_recorder.prepared[request->sql] = request->statement;
   }
   return result;
+}
+
+// The database file's path as the ODBC driver sees it. Under Wine the
+// drivers are the host's, which need the host's path of the file.
+std::u16string driver_path(const std::filesystem::path& path) {
+#if defined(_WIN32)
+  using ToUnix = char*(__cdecl*)(const wchar_t*);
+  const auto to_unix = reinterpret_cast<ToUnix>(reinterpret_cast<void*>(
+      GetProcAddress(GetModuleHandleW(L"kernel32"), "wine_get_unix_file_name")));
+  if (to_unix != nullptr) {
+    char* unix = to_unix(path.wstring().c_str());
+    if (unix != nullptr) {
+      const std::string text(unix);
+      HeapFree(GetProcessHeap(), 0, unix);
+      return std::u16string(text.begin(), text.end());
+    }
+  }
+#endif
+  return path.u16string();
 }
 
 bool on_postgres() {
@@ -145,7 +167,7 @@ class OdbcDriverTest : public ::testing::Test {
                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
       std::filesystem::remove_all(folder_);
       std::filesystem::create_directories(folder_);
-      connect_ = u"Driver=SQLite3;Database=" + (folder_ / "test.db").u16string();
+      connect_ = u"Driver=SQLite3;Database=" + driver_path(folder_ / "test.db");
     }
   }
   void TearDown() override {
@@ -553,6 +575,30 @@ TEST_F(OdbcDriverTest, ErrorsCarryTheSqlStateAndLeaveTheConnectionUsable) {
   open_.clear();
   EXPECT_EQ(std::tuple(context->return_code, context->driver_connection),
             std::tuple(0, static_cast<void*>(nullptr)));
+}
+
+TEST_F(OdbcDriverTest, ConnectTakesTheFirstConnectStringAndNewParametersApply) {
+  DbiContext* context = nullptr;
+  DBI_LogIn(storage_, u"ODBC", nullptr, nullptr, nullptr, u"FetchBlockSize=4", 0, &context);
+  ASSERT_NE(context, nullptr);
+  EXPECT_NE(context->return_code, 0);  // nothing names a database yet
+  DBI_Connect(context, connect_.c_str(), nullptr, nullptr, nullptr);
+  ASSERT_EQ(context->return_code, 0) << narrow(context->message);
+  open_.push_back(context);
+  fresh_table(context, u"ten", u"n integer");
+  for (int i = 0; i < 10; ++i)
+    run(context, u"INSERT INTO ten VALUES (" + widen(std::to_string(i)) + u")");
+  block_sizes_.clear();
+  rows(context, u"SELECT n FROM ten");
+  EXPECT_EQ(block_sizes_, (std::vector<uint32_t>{4, 4, 2}));
+  DBI_NewDBParm(context, u"FetchBlockSize=6");
+  EXPECT_EQ(context->return_code, 0) << narrow(context->message);
+  block_sizes_.clear();
+  rows(context, u"SELECT n + 0 FROM ten");
+  EXPECT_EQ(block_sizes_, (std::vector<uint32_t>{6, 4}));
+  DBI_NewDBParm(context, u"FetchBlockSize='many'");
+  EXPECT_EQ(narrow(context->message, 7), "HY024: ");
+  EXPECT_EQ(single(context, u"SELECT count(*) FROM ten"), on_postgres() ? "bigint 10" : "int 10");
 }
 
 TEST_F(OdbcDriverTest, AServerGoneMidQueryGivesAClearErrorAndDisconnectFreesAll) {
