@@ -481,8 +481,10 @@ void fetch(DbiContext* context, Statement* statement, uint32_t max_rows, DbiRowB
   const uint32_t wanted =
       max_rows == 0 || max_rows > statement->block_rows ? statement->block_rows : max_rows;
   const size_t width = statement->columns.size();
-  statement->values.resize(static_cast<size_t>(wanted) * width);
-  statement->spills.resize(static_cast<size_t>(wanted) * width);
+  // The value slots are made once per statement and reused by every fetch.
+  const size_t slots = static_cast<size_t>(statement->block_rows) * width;
+  if (statement->values.size() < slots) statement->values.resize(slots);
+  if (statement->spills.size() < slots) statement->spills.resize(slots);
   std::vector<unsigned char> bytes;
   uint32_t rows = 0;
   if (statement->mode == FetchMode::kBlock) {
@@ -519,8 +521,6 @@ void fetch(DbiContext* context, Statement* statement, uint32_t max_rows, DbiRowB
 
 void close_cursor(DbiContext* context, Statement* statement) {
   statement->at_end = true;
-  statement->values.clear();
-  statement->spills.clear();
   check(context, statement, SQLFreeStmt(statement->handle, SQL_CLOSE));
 }
 
