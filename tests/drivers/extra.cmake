@@ -16,7 +16,8 @@ endif()
 # The driver's value reading, without a database.
 add_executable(test_odbc_values ${CMAKE_CURRENT_SOURCE_DIR}/drivers/value_decode_test.cpp
   ${PROJECT_SOURCE_DIR}/drivers/odbc/value_decode.cpp)
-target_include_directories(test_odbc_values PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+target_include_directories(test_odbc_values PRIVATE
+  ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
 target_link_libraries(test_odbc_values PRIVATE GTest::gtest GTest::gtest_main)
 if(CMAKE_CROSSCOMPILING)
   add_test(NAME test_odbc_values COMMAND test_odbc_values)
