@@ -1,5 +1,6 @@
 # The front door: every command drives a CMake preset (CMakePresets.json).
-.PHONY: run test test-windows test-sanitize test-postgres bench fuzz clean
+.PHONY: run test install uninstall examples test-windows test-sanitize test-postgres bench fuzz \
+	fuzz-smoke clean
 
 JOBS ?= $(shell nproc)
 # The test binaries that hold the thread-stress tests run under ThreadSanitizer.
@@ -16,6 +17,37 @@ test:
 	cmake --preset default >/dev/null
 	cmake --build --preset default -j $(JOBS)
 	ctest --preset default -j $(JOBS)
+
+# The library, its headers, package files, the tool, its man page and bash
+# completion, built without the test suite (preset "release").
+PREFIX ?= /usr/local
+install:
+	cmake --preset release >/dev/null
+	cmake --build --preset release -j $(JOBS)
+	cmake --install build/release --prefix $(PREFIX)
+	cp build/release/install_manifest.txt build/release/installed_files.txt
+
+# Removes what the last `make install` installed (its list is kept in the build).
+uninstall:
+	@test -f build/release/installed_files.txt || { echo "nothing installed from this tree"; exit 1; }
+	@xargs -d '\n' -r rm -fv -- < build/release/installed_files.txt
+	@sed -n 's|/koshr/[^/]*$$|/koshr|p' build/release/installed_files.txt | sort -u | \
+	  while read -r d; do rmdir "$$d" 2>/dev/null || true; done
+	@rm -f build/release/installed_files.txt
+
+# Every program in examples/ built and run against freshly installed packages:
+# the Linux one through CMake and pkg-config, the Windows one with mingw-w64
+# and Wine (see examples/README.md).
+EXAMPLES = $(CURDIR)/build/examples
+examples:
+	cmake --preset release >/dev/null
+	cmake --build --preset release -j $(JOBS)
+	cmake --install build/release --prefix $(EXAMPLES)/prefix >/dev/null
+	cmake --preset windows-release >/dev/null
+	cmake --build --preset windows-release -j $(JOBS)
+	cmake --install build/windows-release --prefix $(EXAMPLES)/windows-prefix >/dev/null
+	cmake -DREQUIRE_ALL=ON -DPREFIX=$(EXAMPLES)/prefix -DWINDOWS_PREFIX=$(EXAMPLES)/windows-prefix \
+	  -DWORK_DIR=$(EXAMPLES)/work -P examples/run_examples.cmake
 
 test-windows:
 	cmake --preset windows >/dev/null
@@ -42,12 +74,18 @@ bench:
 	cmake --build --preset bench -j $(JOBS)
 	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b --benchmark_min_time=0.2 || exit 1; done
 
+# Every fuzz target for FUZZ_SECONDS each, growing its corpus in build/fuzz/corpus.
 FUZZ_SECONDS ?= 60
 fuzz:
 	cmake --preset fuzz >/dev/null
 	cmake --build --preset fuzz -j $(JOBS)
 	@for f in build/fuzz/fuzz/fuzz_*; do echo "== $$f"; mkdir -p build/fuzz/corpus/$$(basename $$f); \
 	  $$f -max_total_time=$(FUZZ_SECONDS) -rss_limit_mb=4096 build/fuzz/corpus/$$(basename $$f) || exit 1; done
+
+# CI's check that every fuzz target still builds and runs: the same runs, short.
+FUZZ_SMOKE_SECONDS ?= 10
+fuzz-smoke:
+	$(MAKE) fuzz FUZZ_SECONDS=$(FUZZ_SMOKE_SECONDS)
 
 clean:
 	rm -rf build

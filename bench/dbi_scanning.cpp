@@ -24,7 +24,8 @@ std::u16string twenty_keywords() {
 }
 
 std::u16string two_kilobyte_select() {
-  std::u16string select = u"select ";
+  // The scan reads the character before the text: the statement follows a blank.
+  std::u16string select = u" select ";
   for (int i = 0; select.size() < 1900; ++i) {
     const std::string n = std::to_string(i);
     select += u"t.column_" + std::u16string(n.begin(), n.end()) + u" /* note, where */, 'it''s where' ";
@@ -62,7 +63,7 @@ void BM_TailOf2KbSelect(benchmark::State& state) {
   const std::u16string select = two_kilobyte_select();
   for (auto _ : state) {
     const KOCHAR* tail = nullptr;
-    DBI_ParseBasicSelect(&connection.context, select.c_str(), &tail);
+    DBI_ParseBasicSelect(&connection.context, select.c_str() + 1, &tail);
     benchmark::DoNotOptimize(tail);
   }
 }

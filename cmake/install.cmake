@@ -12,7 +12,8 @@ install(TARGETS koshr EXPORT koshrTargets
   LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
   ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
   RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
-install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/koshr DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/include/koshr ${KOSHR_GENERATED_INCLUDE}/koshr
+  DESTINATION ${CMAKE_INSTALL_INCLUDEDIR})
 # Driver modules go beside the library: the front end loads them from the
 # folder of its own module (the DLL's bin folder on Windows, lib elsewhere).
 if(TARGET koODB)

@@ -13,8 +13,8 @@
 #include <cstring>
 #include <new>
 
-#include "containers/big_endian.h"
 #include "containers/data_blob.h"
+#include "platform/byte_order.h"
 
 class SH_MI_DATA_BLOB_ITER final : public SH_IMI_BLOB_ITER {
  public:

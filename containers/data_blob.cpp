@@ -20,7 +20,7 @@
 #include <cstring>
 #include <new>
 
-#include "containers/big_endian.h"
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 
 namespace {

@@ -11,7 +11,7 @@
 
 #include <cstddef>
 
-#include "dbi/context_support.h"
+#include "dbi/context_memory.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
 

@@ -14,7 +14,8 @@
 #include <initializer_list>
 
 #include "dbi/catalog_row_reader.h"
-#include "dbi/context_support.h"
+#include "dbi/context_memory.h"
+#include "dbi/driver_call.h"
 #include "platform/utf16.h"
 
 namespace ko::dbi {

@@ -18,7 +18,7 @@
 #include <cstddef>
 #include <cstring>
 
-#include "dbi/context_support.h"
+#include "dbi/context_memory.h"
 #include "dbi/statement_cache.h"
 
 namespace ko::dbi {

@@ -8,8 +8,10 @@
  */
 #include <koshr/dbi.h>
 
+#include "dbi/context_error.h"
+#include "dbi/context_memory.h"
 #include "dbi/context_open.h"
-#include "dbi/context_support.h"
+#include "dbi/driver_call.h"
 #include "dbi/runtime_services.h"
 #include "dbi/statement_cache.h"
 

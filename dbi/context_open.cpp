@@ -13,8 +13,10 @@
 
 #include <atomic>
 
-#include "dbi/context_support.h"
+#include "dbi/context_error.h"
+#include "dbi/context_memory.h"
 #include "dbi/dbparm_records.h"
+#include "dbi/driver_services.h"
 #include "dbi/password_rule.h"
 #include "dbi/runtime_services.h"
 #include "platform/platform.h"

@@ -18,9 +18,10 @@
 #include <koshr/dbi.h>
 #include <koshr/lists.h>
 
-#include "dbi/context_support.h"
+#include "dbi/context_memory.h"
 #include "dbi/dbparm_records.h"
 #include "dbi/runtime_services.h"
+#include "dbi/text_blanks.h"
 #include "platform/platform.h"
 #include "platform/resources.h"
 #include "platform/utf16.h"
@@ -66,7 +67,7 @@ class ParmParser {
 
  private:
   void skip_blanks() {
-    while (is_blank(*p_)) ++p_;
+    while (is_space_tab_or_line_break(*p_)) ++p_;
   }
 
   void keep(size_t& length, KOCHAR c) {
@@ -78,7 +79,7 @@ class ParmParser {
   void read_keyword() {
     skip_blanks();
     size_t length = 0;
-    while (*p_ != 0 && !is_blank(*p_) && *p_ != u'=') keep(length, *p_++);
+    while (*p_ != 0 && !is_space_tab_or_line_break(*p_) && *p_ != u'=') keep(length, *p_++);
     if (length == 0) return;
     pending_ = new_parm(context_, work_, length);
   }

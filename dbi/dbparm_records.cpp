@@ -6,7 +6,7 @@
 
 #include <koshr/lists.h>
 
-#include "dbi/context_support.h"
+#include "dbi/context_memory.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
 

@@ -15,7 +15,7 @@
 #include <initializer_list>
 #include <utility>
 
-#include "dbi/context_support.h"
+#include "dbi/context_memory.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
 

@@ -4,12 +4,13 @@
  * descriptor lists and files catalog rows with this library's own code
  * without linking to it.
  */
+#include "dbi/driver_services.h"
+
 #include <koshr/dbi.h>
 #include <koshr/lists.h>
 
 #include "dbi/catalog_row_reader.h"
 #include "dbi/catalog_tables.h"
-#include "dbi/context_support.h"
 
 namespace ko::dbi {
 namespace {

@@ -7,7 +7,7 @@
  */
 #include <koshr/dbi.h>
 
-#include "dbi/context_support.h"
+#include "dbi/driver_call.h"
 
 int32_t DBI_EditUpdate(DbiContext* context, void* record, int32_t sub_operation) {
   if (context == nullptr) return 0;

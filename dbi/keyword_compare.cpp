@@ -13,23 +13,23 @@
 
 #include <koshr/dbi.h>
 
-#include "dbi/context_support.h"
+#include "dbi/text_blanks.h"
 #include "platform/platform.h"
 
 namespace ko::dbi {
 namespace {
 
-bool is_word_end(KOCHAR c) { return c == 0 || c == u',' || is_blank(c); }
+bool is_word_end(KOCHAR c) { return c == 0 || c == u',' || is_space_tab_or_line_break(c); }
 bool same_letter(KOCHAR a, KOCHAR b) { return a == b || os::char_upper(a) == os::char_upper(b); }
 
 }  // namespace
 
-bool keyword_at(const KOCHAR* start, const KOCHAR* position, const KOCHAR* keyword) {
+bool keyword_at(const KOCHAR* position, const KOCHAR* keyword) {
   if (keyword[0] != 0 && keyword[1] == 0) return same_letter(position[0], keyword[0]);
   // The conditions are tested cheapest first: most candidates sit inside a
   // word and fail on the character before them.
-  const KOCHAR before = (start != nullptr && position == start) ? KOCHAR(0) : position[-1];
-  if (before != u',' && !is_blank(before)) return false;
+  const KOCHAR before = position[-1];
+  if (before != u',' && !is_space_tab_or_line_break(before)) return false;
   size_t length = 0;
   for (; keyword[length] != 0; ++length) {
     if (position[length] == 0) return false;
@@ -62,7 +62,7 @@ int32_t compare_first(KOCHAR* text, const KOCHAR* keyword) {
 
 int32_t DBI_DoCompare(const KOCHAR* position, const KOCHAR* keyword) {
   if (position == nullptr || keyword == nullptr) return 0;
-  return ko::dbi::keyword_at(nullptr, position, keyword) ? 1 : 0;
+  return ko::dbi::keyword_at(position, keyword) ? 1 : 0;
 }
 
 int32_t DBI_DoCompareFirst(KOCHAR* text, const KOCHAR* keyword) {
@@ -72,6 +72,6 @@ int32_t DBI_DoCompareFirst(KOCHAR* text, const KOCHAR* keyword) {
 
 int32_t DBI_DoCompareFirstWithSkip(KOCHAR* text, const KOCHAR* keyword) {
   if (text == nullptr || keyword == nullptr) return 0;
-  while (ko::dbi::is_blank(*text)) ++text;
+  while (ko::dbi::is_space_tab_or_line_break(*text)) ++text;
   return ko::dbi::compare_first(text, keyword);
 }

@@ -9,10 +9,10 @@
 
 namespace ko::dbi {
 
-// The word rule of DBI_DoCompare. `start` is the first character of the
-// text: at that position there is no character before, which counts as no
-// word start. A null `start` means the character before is always there.
-bool keyword_at(const KOCHAR* start, const KOCHAR* position, const KOCHAR* keyword);
+// The word rule of DBI_DoCompare. The character before `position` is read,
+// so a scan may start in the middle of a statement (after "select ", say)
+// and still see its first word as a word; the caller owns that character.
+bool keyword_at(const KOCHAR* position, const KOCHAR* keyword);
 
 }  // namespace ko::dbi
 

@@ -19,7 +19,7 @@
 
 #include <cstddef>
 
-#include "dbi/context_support.h"
+#include "dbi/text_blanks.h"
 
 namespace ko::dbi {
 
@@ -39,7 +39,7 @@ const KOCHAR* lex_keywords(const KOCHAR* text, Candidate&& candidate) {
   while (*p != 0) {
     switch (state) {
       case State::kNormal:
-        if (is_blank(*p)) {
+        if (is_space_tab_or_line_break(*p)) {
           ++p;
         } else if (*p == u'\'') {
           if (p[1] == u'\'') {

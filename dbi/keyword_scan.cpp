@@ -13,9 +13,10 @@
 
 #include <initializer_list>
 
-#include "dbi/context_support.h"
+#include "dbi/driver_call.h"
 #include "dbi/keyword_compare.h"
 #include "dbi/keyword_lexer.h"
+#include "dbi/text_blanks.h"
 #include "platform/utf16.h"
 
 int32_t DBI_LookForKeyWord(DbiContext* context, const KOCHAR* keyword, const KOCHAR* text,
@@ -31,7 +32,7 @@ int32_t DBI_LookForKeyWord(DbiContext* context, const KOCHAR* keyword, const KOC
   }
   if (text == nullptr || text[0] == 0 || keyword == nullptr || keyword[0] == 0) return 0;
   const KOCHAR* hit =
-      lex_keywords(text, [&](const KOCHAR* p) -> size_t { return keyword_at(text, p, keyword) ? 0 : 1; });
+      lex_keywords(text, [&](const KOCHAR* p) -> size_t { return keyword_at(p, keyword) ? 0 : 1; });
   if (hit == nullptr) return 0;
   const auto at = static_cast<uint32_t>(hit - text);
   const auto size = static_cast<uint32_t>(ko::u16len(keyword));
@@ -58,20 +59,20 @@ int32_t DBI_ParseKeyWords(DbiContext* context, const KOCHAR* text, int32_t* flag
   bool from_passed = false;
   bool decided = false;
   const KOCHAR* stop = lex_keywords(text, [&](const KOCHAR* p) -> size_t {
-    if (keyword_at(text, p, u"from")) {
+    if (keyword_at(p, u"from")) {
       from_passed = true;
       return 5;
     }
-    if (keyword_at(text, p, u"group")) {
+    if (keyword_at(p, u"group")) {
       const KOCHAR* q = move_on(p, 5);
-      while (is_blank(*q)) ++q;
-      if (keyword_at(text, q, u"by")) {
+      while (is_space_tab_or_line_break(*q)) ++q;
+      if (keyword_at(q, u"by")) {
         decided = true;
         return 0;
       }
       return static_cast<size_t>(q - p);
     }
-    if (keyword_at(text, p, u"union") || keyword_at(text, p, u"distinct")) {
+    if (keyword_at(p, u"union") || keyword_at(p, u"distinct")) {
       decided = true;
       return 0;
     }
@@ -81,7 +82,7 @@ int32_t DBI_ParseKeyWords(DbiContext* context, const KOCHAR* text, int32_t* flag
     *flag = 1;
   } else if (stop != nullptr) {
     for (const KOCHAR* aggregate : {u"avg", u"count", u"max", u"min", u"sum"}) {
-      if (keyword_at(text, stop, aggregate)) *flag = 1;
+      if (keyword_at(stop, aggregate)) *flag = 1;
     }
   }
   return 0;

@@ -5,7 +5,7 @@
  */
 #include "dbi/password_rule.h"
 
-#include "dbi/context_support.h"
+#include "dbi/text_blanks.h"
 #include "platform/utf16.h"
 
 namespace ko::dbi {
@@ -25,8 +25,8 @@ bool password_wants_encryption(const KOCHAR* dbms) {
   if (code_is(dbms, "NVQ")) return true;
   if (!code_is(dbms, "TRA") && !code_is(dbms, "TRS")) return false;
   const KOCHAR* blank = dbms;
-  while (*blank != 0 && !is_blank(*blank)) ++blank;
-  while (is_blank(*blank)) ++blank;
+  while (*blank != 0 && !is_space_tab_or_line_break(*blank)) ++blank;
+  while (is_space_tab_or_line_break(*blank)) ++blank;
   return code_is(blank, "NVQ");
 }
 

@@ -13,7 +13,8 @@
 
 #include <atomic>
 
-#include "dbi/context_support.h"
+#include "dbi/context_error.h"
+#include "dbi/text_blanks.h"
 #include "platform/resources.h"
 #include "platform/utf16.h"
 
@@ -42,13 +43,14 @@ bool answer_no() { return false; }
 void do_nothing() {}
 
 void encrypt_keyed_hex(const KOCHAR* clear, KOCHAR* out, size_t capacity) {
-  static const char kDigits[] = "0123456789ABCDEF";
   if (out == nullptr || capacity == 0) return;
   size_t written = 0;
   for (size_t i = 0; clear != nullptr && clear[i] != 0 && written + 4 < capacity; ++i) {
     const unsigned key = (0x5A3Cu + 0x9E37u * static_cast<unsigned>(i)) & 0xFFFFu;
     const unsigned value = (clear[i] ^ key) & 0xFFFFu;
-    for (int shift = 12; shift >= 0; shift -= 4) out[written++] = KOCHAR(kDigits[(value >> shift) & 15]);
+    for (int shift = 12; shift >= 0; shift -= 4) {
+      out[written++] = KOCHAR(kHexDigitsUpper[(value >> shift) & 15]);
+    }
   }
   out[written] = 0;
 }
@@ -58,14 +60,14 @@ bool find_property(const KOCHAR* connect, const char* property, const KOCHAR** v
   if (connect == nullptr || property == nullptr) return false;
   const KOCHAR* p = connect;
   while (*p != 0) {
-    while (is_blank(*p) || *p == u';') ++p;
+    while (is_space_tab_or_line_break(*p) || *p == u';') ++p;
     const KOCHAR* name = p;
     while (*p != 0 && *p != u'=' && *p != u';') ++p;
     const KOCHAR* name_end = p;
-    while (name_end > name && is_blank(name_end[-1])) --name_end;
+    while (name_end > name && is_space_tab_or_line_break(name_end[-1])) --name_end;
     if (*p != u'=') continue;
     ++p;
-    while (is_blank(*p)) ++p;
+    while (is_space_tab_or_line_break(*p)) ++p;
     const KOCHAR* begin = p;
     const KOCHAR* end;
     if (*p == u'{') {

@@ -15,7 +15,9 @@
 
 #include <cstring>
 
-#include "dbi/context_support.h"
+#include "dbi/context_error.h"
+#include "dbi/context_memory.h"
+#include "dbi/driver_call.h"
 #include "dbi/statement_cache.h"
 
 struct DbiStatement {

@@ -16,7 +16,10 @@
 
 #include <koshr/lists.h>
 
-#include "dbi/context_support.h"
+#include "containers/string_hash.h"
+#include "dbi/context_memory.h"
+#include "dbi/driver_call.h"
+#include "dbi/text_blanks.h"
 #include "platform/utf16.h"
 
 namespace ko::dbi {
@@ -55,16 +58,8 @@ void report_assertion(DbiContext* context, const KOCHAR* text) {
 }
 
 const KOCHAR* skip_blanks(const KOCHAR* text) {
-  while (is_blank(*text)) ++text;
+  while (is_space_tab_or_line_break(*text)) ++text;
   return text;
-}
-
-// FNV-1a over the key's units: a look-up compares texts only where the
-// hashes agree, so a hit costs one text comparison, not one per entry.
-uint32_t hash_key(const KOCHAR* key) {
-  uint32_t hash = 2166136261u;
-  for (; *key != 0; ++key) hash = (hash ^ *key) * 16777619u;
-  return hash;
 }
 
 void read_capacity(DbiContext* context) {
@@ -134,7 +129,7 @@ int32_t DBI_SQLCacheRegisterSQLStatement(DbiContext* context, const KOCHAR* sql,
   if (entry == nullptr) return 0;
   const KOCHAR* key = skip_blanks(sql);
   entry->text = duplicate(context, key);
-  entry->key_hash = hash_key(key);
+  entry->key_hash = ko::fnv1a(key);
   entry->statement = statement;
   *out = entry;
   return 0;
@@ -146,7 +141,7 @@ int32_t DBI_SQLCacheRequestSqlStatement(DbiContext* context, SqlCache* cache, co
   *out = nullptr;
   if (cache == nullptr || sql == nullptr) return 0;
   const KOCHAR* key = skip_blanks(sql);
-  const uint32_t key_hash = hash_key(key);
+  const uint32_t key_hash = ko::fnv1a(key);
   for (void* item = shlist_get_first(cache->entries); item != nullptr;
        item = shlist_get_next(cache->entries)) {
     auto* entry = static_cast<SqlCacheEntry*>(item);

@@ -6,11 +6,29 @@
  * substring search (the first occurrence wins, even inside a longer key):
  * callers rely on that, so it is kept.
  */
+#include "format/culture_string.h"
+
 #include <koshr/format.h>
 
 #include "platform/utf16.h"
 
 namespace {
+
+// Finds the value of `key`: its first character and its length up to the
+// next TAB. Returns the SHCULTURE_ code of the search.
+int find_value(const KOCHAR* culture, const KOCHAR* key, const KOCHAR** value, size_t* length) {
+  if (!culture || !key || !*key) return SHCULTURE_BAD;
+  const KOCHAR* found = ko::u16str(culture, key);
+  if (!found) return SHCULTURE_NOT_FOUND;
+  const KOCHAR* at = found + ko::u16len(key);
+  if (*at != u'=') return SHCULTURE_BAD;
+  ++at;
+  size_t count = 0;
+  while (at[count] && at[count] != u'\t') ++count;
+  *value = at;
+  *length = count;
+  return SHCULTURE_OK;
+}
 
 // Undoes the escapes in place; a "!" followed by anything else stops the
 // unescaping and leaves the rest as it stands.
@@ -37,19 +55,28 @@ void unescape(KOCHAR* value) {
 
 }  // namespace
 
+namespace ko {
+
+KOCHAR culture_first_character(const KOCHAR* culture, const KOCHAR* key, KOCHAR fallback) {
+  const KOCHAR* value = nullptr;
+  size_t length = 0;
+  if (find_value(culture, key, &value, &length) != SHCULTURE_OK || length == 0) return fallback;
+  // Of the escapes only "!t" changes the first character: "!!" is "!" and a
+  // "!" before anything else stays as it stands.
+  return value[0] == u'!' && length > 1 && value[1] == u't' ? KOCHAR(u'\t') : value[0];
+}
+
+}  // namespace ko
+
 extern "C" KOSHR_API int getCultureValueStr(const KOCHAR* culture, const KOCHAR* key,
                                             const KOCHAR* default_value, KOCHAR* out,
                                             int capacity) {
   if (!out || capacity <= 0) return SHCULTURE_BAD;
   ko::u16lcpy(out, default_value ? default_value : u"", size_t(capacity));
-  if (!culture || !key || !*key) return SHCULTURE_BAD;
-  const KOCHAR* found = ko::u16str(culture, key);
-  if (!found) return SHCULTURE_NOT_FOUND;
-  const KOCHAR* value = found + ko::u16len(key);
-  if (*value != u'=') return SHCULTURE_BAD;
-  ++value;
+  const KOCHAR* value = nullptr;
   size_t length = 0;
-  while (value[length] && value[length] != u'\t') ++length;
+  const int found = find_value(culture, key, &value, &length);
+  if (found != SHCULTURE_OK) return found;
   if (length + 1 > size_t(capacity)) return SHCULTURE_TOO_LONG;
   for (size_t i = 0; i < length; ++i) out[i] = value[i];
   out[length] = 0;

@@ -192,6 +192,15 @@ void digits_from_double(double value, DigitString& out) {
   drop_noise(16, kNoise, 2, out);
 }
 
+void digits_from_double_shortest(double value, DigitString& out) {
+  if (!classify(value, out)) return;
+  char text[40];
+  auto result =
+      std::to_chars(text, text + sizeof text, std::fabs(value), std::chars_format::scientific);
+  read_scientific(text, result.ptr, out);
+  strip_trailing_zeros(out);
+}
+
 void digits_from_float(float value, DigitString& out) {
   static const char* const kNoise[] = {"99", "98", "01", "02"};
   if (!classify(value, out)) return;

@@ -17,6 +17,10 @@
 
 namespace ko {
 
+// "[GENERAL]" shows at most this many significant digits: a value with more
+// is rounded by it.
+constexpr int kGeneralDigits = 15;
+
 enum class NumberKind { kFinite, kNull, kNaN, kInfinity };
 
 struct DigitString {
@@ -34,6 +38,9 @@ struct DigitString {
 
 void digits_from_double(double value, DigitString& out);
 void digits_from_float(float value, DigitString& out);
+// The fewest digits that read back as the same double (no noise rounding):
+// the exact value a writer must keep when it cannot round.
+void digits_from_double_shortest(double value, DigitString& out);
 void digits_from_int64(int64_t value, DigitString& out);
 void digits_from_decimal(const KODECIMAL& value, DigitString& out);
 

@@ -9,6 +9,8 @@
  */
 #include "format/regional.h"
 
+#include "format/culture_string.h"
+
 #include <koshr/format.h>
 
 #include <atomic>
@@ -38,6 +40,14 @@ class SettingSource {
       os::profile_string(kIntlSection, key, fallback, out, capacity);
     }
   }
+  // The first character of the value, whatever its length.
+  KOCHAR character(const KOCHAR* key, KOCHAR fallback) const {
+    if (culture_) return culture_first_character(culture_, key, fallback);
+    KOCHAR text[2];
+    const KOCHAR fallback_text[2] = {fallback, 0};
+    os::profile_string(kIntlSection, key, fallback_text, text, 2);
+    return *text ? *text : fallback;
+  }
   int integer(const KOCHAR* key, int fallback) const {
     if (!culture_) return os::profile_int(kIntlSection, key, fallback);
     int value = fallback;
@@ -56,8 +66,6 @@ class SettingSource {
   const KOCHAR* culture_;
 };
 
-KOCHAR first_or(const KOCHAR* text, KOCHAR fallback) { return *text ? *text : fallback; }
-
 int grouping_or_three(int digits) { return digits == 0 || digits == 3 ? digits : 3; }
 
 int clamp(int value, int low, int high, int fallback) {
@@ -65,11 +73,8 @@ int clamp(int value, int low, int high, int fallback) {
 }
 
 void fill_settings(const SettingSource& source, RegionalSettings& s) {
-  KOCHAR text[kDatePatternMax + 1];
-  source.text(u"sDecimal", u".", text, 2);
-  s.decimal = first_or(text, u'.');
-  source.text(u"sThousand", u",", text, 2);
-  s.thousand = first_or(text, u',');
+  s.decimal = source.character(u"sDecimal", u'.');
+  s.thousand = source.character(u"sThousand", u',');
   s.currency_position = clamp(source.integer(u"iCurrency", 0), 0, 3, 0);
   source.text(u"sCurrency", u"$", s.currency_symbol, kCurrencySymbolMax + 1);
   s.currency[0] = 0;
@@ -145,11 +150,9 @@ size_t build_time_format(const KOCHAR* separator, KOCHAR* out, size_t capacity) 
 extern "C" KOSHR_API void koshr_intl(void) {
   using namespace ko;
   os::ProfileSnapshot snapshot;
-  KOCHAR text[kCurrencySymbolMax + 1];
-  os::profile_string(kIntlSection, u"sDecimal", u".", text, 2);
-  g_process.decimal = first_or(text, u'.');
-  os::profile_string(kIntlSection, u"sThousand", u",", text, 2);
-  g_process.grouping = first_or(text, u',');
+  const SettingSource profile(nullptr);
+  g_process.decimal = profile.character(u"sDecimal", u'.');
+  g_process.grouping = profile.character(u"sThousand", u',');
   os::profile_string(kIntlSection, u"sCurrency", u"$", g_process.currency, kCurrencySymbolMax + 1);
   load_profile_record();
 }

@@ -25,7 +25,6 @@ constexpr int kPositiveSection = 0;
 constexpr int kNegativeSection = 1;
 constexpr int kZeroSection = 2;
 constexpr int kNullSection = 3;
-constexpr int kGeneralDigits = 15;
 
 struct Separators {
   KOCHAR decimal;
@@ -121,7 +120,7 @@ class SectionPlayer {
           }
           break;
         case kCodePoint:
-          if (shown_fraction_ > 0 || layout_.fraction_total() == 0) out_.put(separators_.decimal);
+          out_.put(separators_.decimal);
           break;
         case kCodeLiteral:
           if (p + 1 < layout_.end()) out_.put(p[1]);

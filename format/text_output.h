@@ -1,6 +1,13 @@
 /*
  * text_output.h: the bounded output of every renderer. Writes at most
  * capacity-1 characters and terminates; never allocates.
+ *
+ * finish() returns the count stored, which is what the renderers' callers
+ * get back for their int-sized buffers. The formatter in storage/u16_format.cpp
+ * has its own bounded output because its result is the other one: the length
+ * the whole text needs, counted past the end of a size_t buffer (snprintf's
+ * contract). One class serving both would carry two counts and two capacity
+ * types for a loop of three lines.
  */
 #ifndef KOSHR_FORMAT_TEXT_OUTPUT_H
 #define KOSHR_FORMAT_TEXT_OUTPUT_H

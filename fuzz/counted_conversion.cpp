@@ -8,6 +8,8 @@
 #include <cstdlib>
 #include <vector>
 
+#include "platform/byte_order.h"
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   const char* ansi = reinterpret_cast<const char*>(data);
   int64_t units = kostg_ansitostr_with_zero(nullptr, ansi, int64_t(size));
@@ -24,7 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
   // The same bytes read as UTF-16 units (an odd last byte dropped).
   std::vector<KOCHAR> wide(size / 2);
-  for (size_t i = 0; i < wide.size(); ++i) wide[i] = KOCHAR(data[2 * i] | (data[2 * i + 1] << 8));
+  for (size_t i = 0; i < wide.size(); ++i) wide[i] = ko::load_le16(data + 2 * i);
   int64_t wide_bytes = kostg_strtoansi_with_zero(nullptr, wide.data(), int64_t(wide.size()));
   if (wide_bytes >= 0) {
     std::vector<char> out(size_t(wide_bytes) + 1);

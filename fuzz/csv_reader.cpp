@@ -1,17 +1,16 @@
 /*
  * csv_reader.cpp (fuzz): the CSV reader of `koshr saveas` and the column
  * inference behind it, and the tool's UTF-8 conversion, on arbitrary bytes:
- * repaired text is always valid and valid text survives the round trip. The reader's source is compiled
- * in here because the tool is not one of the library's folders.
+ * repaired text is always valid and valid text survives the round trip.
  */
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "tools/koshr/csv_reader.cpp"
-#include "tools/koshr/saveas_columns.cpp"
-#include "tools/koshr/utf.cpp"
+#include "csv_reader.h"
+#include "saveas_columns.h"
+#include "utf.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::string_view text(reinterpret_cast<const char*>(data), size);

@@ -15,6 +15,8 @@
 #include <cstring>
 #include <memory>
 
+#include "platform/byte_order.h"
+
 namespace dbi_fuzz {
 
 constexpr size_t kMaxUnits = 1023;
@@ -23,7 +25,7 @@ constexpr size_t kMaxUnits = 1023;
 inline std::unique_ptr<KOCHAR[]> text_of(const uint8_t* data, size_t size, size_t* units = nullptr) {
   size_t count = size / 2 < kMaxUnits ? size / 2 : kMaxUnits;
   std::unique_ptr<KOCHAR[]> text(new KOCHAR[count + 1]);
-  for (size_t i = 0; i < count; ++i) text[i] = KOCHAR(data[2 * i] | (data[2 * i + 1] << 8));
+  for (size_t i = 0; i < count; ++i) text[i] = ko::load_le16(data + 2 * i);
   text[count] = 0;
   if (units != nullptr) *units = count;
   return text;

@@ -8,6 +8,8 @@
 #include <string>
 #include <unistd.h>
 
+#include "platform/byte_order.h"
+
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   static KostgContext* pool = kostg_begin(0);
   static std::u16string path = [] {
@@ -18,7 +20,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     return wide;
   }();
   std::u16string text(size / 2, u'\0');
-  for (size_t i = 0; i < text.size(); ++i) text[i] = char16_t(data[2 * i] | data[2 * i + 1] << 8);
+  for (size_t i = 0; i < text.size(); ++i) text[i] = ko::load_le16(data + 2 * i);
   // Half the inputs get the marker in front, so the decoder is reached often.
   if (size % 2) text = u"\r\nStart of Korvane Binary Data Section : Do NOT Edit\r\n" + text;
   LMI_HANDLE lib = LMI_OpenLibrary(pool, path.c_str(), LMI_MODE_READWRITE, 0);

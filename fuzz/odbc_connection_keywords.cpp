@@ -1,7 +1,7 @@
 // Fuzz target: the ODBC driver's DBParm keywords (ConnectString, AutoCommit,
 // Isolation, FetchBlockSize, TextBufferSize) read through the front end's
 // parser, and the connection string built from log-in strings.
-#include "dbi/context_support.h"
+#include "dbi/driver_services.h"
 #include "dbi_fuzz_support.h"
 #include "drivers/odbc/settings.h"
 

@@ -17,6 +17,7 @@
 #include "library/data_block.h"
 #include "library/entry_name.h"
 #include "library/exe_trailer.h"
+#include "library/handle_lifecycle.h"
 #include "library/header.h"
 #include "library/node.h"
 #include "library/pool_ref.h"
@@ -235,7 +236,7 @@ void check_scc(Checker& c, const uint8_t* header) {
 }  // namespace
 
 KOSHR_API int32_t LMI_CheckLibrary(KostgContext* pool, const KOCHAR* path, LMI_CHECK_REPORT report, void* context) {
-  if (!path) return LMI_E_NAME;
+  if (!path || !library_path_fits(path)) return LMI_E_NAME;
   if (!pool) return LMI_E_NO_POOL;
   os::FileHandle file = os::file_open(path, os::kFileRead);
   if (file == os::kInvalidFile) return LMI_E_NO_HANDLE;

@@ -3,6 +3,8 @@
  */
 #include "library/entry_name.h"
 
+#include <koshr/library.h>
+
 #include "platform/platform.h"
 #include "platform/utf16.h"
 
@@ -53,6 +55,12 @@ uint32_t name_key(const KOCHAR* name, size_t units) {
   uint32_t key = 2166136261u;
   for (size_t i = 0; i < units && name[i]; ++i) key = (key ^ fold(name[i])) * 16777619u;
   return key;
+}
+
+bool name_is_valid(const KOCHAR* name) {
+  if (!name) return false;
+  size_t units = u16nlen(name, LMI_MAX_NAME + 1);
+  return units > 0 && units <= LMI_MAX_NAME;
 }
 
 void lower_name_in_place(KOCHAR* name) {

@@ -28,10 +28,13 @@ int64_t read_at(os::FileHandle file, const FileStart& start, uint8_t* out, size_
   return library_read(file, out, size, offset);
 }
 
-// The certificate table's size, 0 when the file is no PE image.
-uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t file_size, bool* executable) {
+// The certificate table's size, 0 when the file is no PE image; `entry` gets
+// the file offset of the security directory entry that announces it.
+uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t file_size,
+                          bool* executable, uint64_t* entry) {
   uint8_t dos[64];
   *executable = false;
+  *entry = 0;
   if (read_at(file, start, dos, 64, 0) != 64 || dos[0] != 'M' || dos[1] != 'Z') return 0;
   *executable = true;
   uint32_t pe = load_u32(dos + 0x3C);
@@ -47,6 +50,7 @@ uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t f
   uint32_t dirs_at = magic == 0x20B ? 112 : 96;
   if ((magic != 0x10B && magic != 0x20B) || optional_size < dirs_at + 8 * (kSecurityDirectory + 1)) return 0;
   if (load_u32(optional + count_at) <= kSecurityDirectory) return 0;
+  *entry = uint64_t(pe) + 24 + dirs_at + 8 * kSecurityDirectory;
   return load_u32(optional + dirs_at + 8 * kSecurityDirectory + 4);
 }
 
@@ -65,7 +69,9 @@ LibraryPlace locate_library(os::FileHandle file, const uint8_t* start, size_t st
   int64_t size = os::file_size(file);
   place.file_size = size;
   FileStart first{start, start ? start_size : 0};
-  uint32_t certificates = certificate_size(file, first, size, &place.executable);
+  uint32_t certificates =
+      certificate_size(file, first, size, &place.executable, &place.certificate_entry);
+  place.certificates = certificates;
   int64_t at = size - 512 - int64_t(certificates);
   uint8_t trailer[8];
   if (at >= 0 && read_at(file, first, trailer, 8, uint64_t(at)) == 8 && has_magic(trailer, "TRL*")) {
@@ -76,6 +82,15 @@ LibraryPlace locate_library(os::FileHandle file, const uint8_t* start, size_t st
     place.base = default_base_offset();
   }
   return place;
+}
+
+int32_t cut_back_to_trailer(os::FileHandle file, const LibraryPlace& place) {
+  if (place.certificates && place.certificate_entry) {
+    static const uint8_t kNone[8] = {};
+    int32_t rc = library_write(file, kNone, sizeof kNone, place.certificate_entry);
+    if (rc) return rc;
+  }
+  return os::file_truncate(file, place.trailer_offset) ? 0 : -3;
 }
 
 }  // namespace ko

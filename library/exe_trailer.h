@@ -28,6 +28,8 @@ struct LibraryPlace {
   bool has_trailer = false;
   uint32_t trailer_offset = 0;  // where the trailer block starts
   int64_t file_size = 0;
+  uint32_t certificates = 0;       // bytes of the certificate table after the trailer
+  uint64_t certificate_entry = 0;  // file offset of the security directory entry, 0 when none
 };
 
 // `start` may hold the file's first `start_size` bytes, already read: what
@@ -36,6 +38,12 @@ LibraryPlace locate_library(os::FileHandle file, const uint8_t* start = nullptr,
 // The base used for an executable without a trailer (0 unless set).
 uint32_t default_base_offset();
 void build_trailer(uint8_t* block, uint32_t base);
+// Makes the file end where the library's trailer will go, so that new blocks
+// and, at close, a fresh trailer can follow: the old trailer goes, and with
+// it a certificate table, whose directory entry is cleared first (a signature
+// no longer holds once the file changes, and an entry left pointing past the
+// end would hide the trailer from the next open). 0 or -3.
+int32_t cut_back_to_trailer(os::FileHandle file, const LibraryPlace& place);
 
 }  // namespace ko
 

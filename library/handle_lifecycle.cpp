@@ -41,6 +41,10 @@ void destroy(LmiLibrary* lib) {
 
 }  // namespace
 
+bool library_path_fits(const KOCHAR* path) {
+  return u16nlen(path, kMaxLibraryPath) < kMaxLibraryPath;
+}
+
 void refresh_file_size(LmiLibrary* lib) {
   int64_t size = os::file_size(lib->file);
   lib->nodes.set_file_size(size);
@@ -61,8 +65,11 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
   lib->pool = pool;
   lib->mode = mode;
 
-  KOCHAR resolved[1024];
-  resolve_path(path, resolved, 1024);
+  KOCHAR resolved[kMaxLibraryPath];
+  if (!library_path_fits(path) || resolve_path(path, resolved, kMaxLibraryPath) == 0) {
+    destroy(lib);
+    return nullptr;
+  }
   lib->file = os::file_open(resolved, mode == 1 ? os::kFileRead : os::kFileRead | os::kFileWrite);
   if (lib->file == os::kInvalidFile) {
     destroy(lib);
@@ -73,16 +80,23 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
   int64_t got = library_read(lib->file, lib->header, kHeaderBufferSize, 0);
   LibraryPlace place = locate_library(lib->file, lib->header, got < 0 ? 0 : size_t(got));
   lib->base = place.base;
-  lib->in_executable = place.executable && place.has_trailer;
+  // Whatever the host file is, a library found through its trailer is
+  // written like one inside an executable: new blocks go where the trailer
+  // was, and a fresh trailer follows them at close.
+  lib->in_host = place.has_trailer;
   int64_t file_size = place.file_size;
-  if (lib->in_executable && mode != 1) {
-    os::file_truncate(lib->file, place.trailer_offset);
+  if (lib->in_host && mode != 1) {
+    if (cut_back_to_trailer(lib->file, place) != 0) {
+      destroy(lib);
+      return nullptr;
+    }
     file_size = place.trailer_offset;
   }
 
   // One read covers the header, the first bitmap block and either size of
   // root node; a file with 1024-byte nodes may end before the whole buffer.
-  if (lib->base != 0 || lib->in_executable) got = library_read(lib->file, lib->header, kHeaderBufferSize, lib->base);
+  if (lib->base != 0 || lib->in_host)
+    got = library_read(lib->file, lib->header, kHeaderBufferSize, lib->base);
   if (got < int64_t(kFirstReadSize) || !header_names_product(lib->header)) {
     destroy(lib);
     return nullptr;
@@ -119,7 +133,7 @@ int32_t close_handle(LmiLibrary* lib) {
     int32_t committed = commit(lib);
     if (!rc) rc = committed;
     if (!rc && repair_empty_block() != 1) rc = lib->bitmap.trim_empty_tail();
-    if (lib->in_executable) {
+    if (lib->in_host) {
       uint8_t trailer[512];
       build_trailer(trailer, lib->base);
       int64_t end = os::file_size(lib->file);

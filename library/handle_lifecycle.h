@@ -8,6 +8,11 @@
 
 namespace ko {
 
+// Units a library path may take, its terminator included: longer paths are
+// refused (LMI_E_NAME, or no handle), never cut to name another file.
+constexpr size_t kMaxLibraryPath = 1024;
+bool library_path_fits(const KOCHAR* path);
+
 // A handle on the library in `path` (or the executable it names), null when
 // the file cannot be opened or holds no Unicode library.
 LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uint32_t buffer_size);

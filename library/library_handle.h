@@ -60,7 +60,7 @@ struct LmiLibrary {
   ko::os::FileHandle file = ko::os::kInvalidFile;
   uint32_t base = 0;
   int mode = 0;
-  bool in_executable = false;
+  bool in_host = false;  // found through a trailer (an executable or any other host file)
   alignas(8) uint8_t header[ko::kHeaderBufferSize];  // in the handle's own block
   ko::NodeGeometry geometry{};
   ko::BitmapChain bitmap;

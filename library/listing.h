@@ -10,6 +10,10 @@
 
 namespace ko {
 
+// Every entry's record in directory order (ordered by name), as references
+// into the handle's cached nodes, in one block from the handle's pool; the
+// name units they take, terminators included, go to *name_units.
+int32_t collect_entries(LmiLibrary* lib, EntryRef** refs, uint32_t* count, size_t* name_units);
 // Every entry, ordered by name, into one block from `pool` (the items, then
 // their strings); the count or a negative code. With `extended` the comments
 // are read too.

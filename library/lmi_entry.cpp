@@ -122,7 +122,7 @@ int32_t finish_writing(LmiLibrary* lib) {
 KOSHR_API int32_t LMI_OpenEntry(LMI_HANDLE library, KOCHAR* name, int mode, const KOCHAR* comment) {
   if (!library) return LMI_E_NO_HANDLE;
   if (library->entry.state != EntryState::kNone) return LMI_E_BUSY;
-  if (!name) return LMI_E_NAME;
+  if (!name_is_valid(name)) return LMI_E_NAME;
   if (mode != LMI_ENTRY_READ && mode != LMI_ENTRY_WRITE) return LMI_E_MODE;
   if (mode == LMI_ENTRY_WRITE && library->mode == LMI_MODE_READ) return LMI_E_FORBIDDEN;
   if (mode == LMI_ENTRY_READ && library->mode == LMI_MODE_HEADER) return LMI_E_READ_IN_MODE3;
@@ -160,11 +160,11 @@ KOSHR_API int32_t LMI_CloseEntry(LMI_HANDLE library) {
 }
 
 KOSHR_API int32_t LMI_FindEntry(KostgContext* pool, KOCHAR* name, const KOCHAR* path) {
-  if (!path) return LMI_E_NAME;
+  if (!path || !library_path_fits(path)) return LMI_E_NAME;
   LmiLibrary* lib = open_handle(pool, path, LMI_MODE_READ, 0);
   if (!lib) return LMI_E_NO_HANDLE;
   int32_t rc = LMI_E_NAME;
-  if (name) {
+  if (name_is_valid(name)) {
     lower_name_in_place(name);
     EntryRef e;
     rc = find_entry(lib, name, &e) == 0 ? LMI_OK : LMI_E_IO;
@@ -176,7 +176,7 @@ KOSHR_API int32_t LMI_FindEntry(KostgContext* pool, KOCHAR* name, const KOCHAR* 
 KOSHR_API int32_t LMI_EntryExists(LMI_HANDLE library, KOCHAR* name) {
   if (!library) return LMI_E_NO_HANDLE;
   if (library->entry.state != EntryState::kNone) return LMI_E_BUSY;
-  if (!name) return LMI_E_NAME;
+  if (!name_is_valid(name)) return LMI_E_NAME;
   lower_name_in_place(name);
   EntryRef e;
   int32_t rc = find_entry(library, name, &e);
@@ -185,7 +185,7 @@ KOSHR_API int32_t LMI_EntryExists(LMI_HANDLE library, KOCHAR* name) {
 
 KOSHR_API int32_t LMI_EntryInformation(LMI_HANDLE library, KOCHAR* name, LMI_ENTRY_INFO* info) {
   if (!library) return LMI_E_NO_HANDLE;
-  if (!name) return LMI_E_NAME;
+  if (!name_is_valid(name)) return LMI_E_NAME;
   if (!info) return LMI_E_NO_RESULT;
   EntryRef e;
   if (library->entry.state != EntryState::kNone) {

@@ -20,7 +20,7 @@ namespace {
 int32_t usable(LMI_HANDLE library, KOCHAR* name, bool writes) {
   if (!library) return LMI_E_NO_HANDLE;
   if (library->entry.state != EntryState::kNone) return LMI_E_BUSY;
-  if (!name) return LMI_E_NAME;
+  if (!name_is_valid(name)) return LMI_E_NAME;
   if (writes && library->mode == LMI_MODE_READ) return LMI_E_FORBIDDEN;
   lower_name_in_place(name);
   return 0;
@@ -73,7 +73,7 @@ KOSHR_API int32_t LMI_DeleteEntry(LMI_HANDLE library, KOCHAR* name) {
 
 KOSHR_API int32_t LMI_CopyEntry(LMI_HANDLE from, KOCHAR* name, LMI_HANDLE to, KOCHAR* newName) {
   if (!from || !to) return LMI_E_NO_HANDLE;
-  if (!name) return LMI_E_NAME;
+  if (!name_is_valid(name) || (newName && !name_is_valid(newName))) return LMI_E_NAME;
   KOCHAR target[LMI_MAX_NAME + 1];
   u16lcpy(target, newName ? newName : name, LMI_MAX_NAME + 1);
   if (to->mode == LMI_MODE_READ) return LMI_E_FORBIDDEN;
@@ -134,7 +134,7 @@ KOSHR_API int32_t LMI_CopyEntrySequential(LMI_HANDLE from, LMI_HANDLE to, KOCHAR
 
 KOSHR_API int32_t LMI_MoveEntry(LMI_HANDLE from, KOCHAR* name, LMI_HANDLE to, KOCHAR* newName) {
   if (!from || !to) return LMI_E_NO_HANDLE;
-  if (!name) return LMI_E_NAME;
+  if (!name_is_valid(name) || (newName && !name_is_valid(newName))) return LMI_E_NAME;
   if (from->mode == LMI_MODE_READ) return LMI_E_FORBIDDEN;
   lower_name_in_place(name);
   KOCHAR target[LMI_MAX_NAME + 1];

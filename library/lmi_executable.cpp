@@ -73,6 +73,13 @@ KOSHR_API LMI_HANDLE LMI_AppendExecutable(KostgContext* pool, const KOCHAR* exeP
   bool ok = true;
   if (!place.has_trailer) {
     // A fresh library at the next block boundary, then the trailer naming it.
+    // A certificate table goes first: the signature cannot cover what follows,
+    // and the trailer must be the file's last block.
+    if (place.certificates && place.certificate_entry) {
+      int64_t end = place.file_size - int64_t(place.certificates);
+      place.trailer_offset = uint32_t(end);
+      ok = end >= 0 && end < 0xFFFFFFFFll && cut_back_to_trailer(file, place) == 0;
+    }
     int64_t size = os::file_size(file);
     uint32_t base = uint32_t((size + 511) / 512 * 512);
     uint8_t head[kRootOffset];
@@ -81,7 +88,7 @@ KOSHR_API LMI_HANDLE LMI_AppendExecutable(KostgContext* pool, const KOCHAR* exeP
     init_node(root, geometry_for_version(head + kHeaderVersion), 0);
     uint8_t trailer[512];
     build_trailer(trailer, base);
-    ok = size >= 0 && uint64_t(base) + kHeaderBufferSize + 512 < 0xFFFFFFFFu &&
+    ok = ok && size >= 0 && uint64_t(base) + kHeaderBufferSize + 512 < 0xFFFFFFFFu &&
          library_write(file, head, sizeof head, base) == 0 &&
          library_write(file, root, sizeof root, base + kRootOffset) == 0 &&
          library_write(file, trailer, sizeof trailer, base + kHeaderBufferSize) == 0;
@@ -92,7 +99,7 @@ KOSHR_API LMI_HANDLE LMI_AppendExecutable(KostgContext* pool, const KOCHAR* exeP
 
 KOSHR_API int32_t LMI_CloseExecutable(LMI_HANDLE library) {
   if (!library) return LMI_E_NO_HANDLE;
-  if (!library->in_executable) return LMI_E_FORBIDDEN;
+  if (!library->in_host) return LMI_E_FORBIDDEN;
   return close_handle(library);
 }
 

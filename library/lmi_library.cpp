@@ -2,6 +2,7 @@
  * lmi_library.cpp: the exported operations on whole libraries.
  */
 #include <koshr/library.h>
+#include <koshr/version.h>
 
 #include "library/block_io.h"
 #include "library/bitmap.h"
@@ -18,8 +19,6 @@
 using namespace ko;
 
 namespace {
-
-constexpr uint32_t kMaxPath = 1024;
 
 // The extension's start within a path, null when the file name has none.
 const KOCHAR* extension_of(const KOCHAR* path) {
@@ -60,13 +59,14 @@ bool version_prefixed(const KOCHAR* path, int type) {
 KOSHR_API int32_t LMI_CreateLibrary(KostgContext* pool, KOCHAR* path, const KOCHAR* comment) {
   if (!path) return LMI_E_NAME;
   if (!pool) return LMI_E_NO_POOL;
-  KOCHAR full[kMaxPath];
-  if (u16len(path) + 5 > kMaxPath) return LMI_E_NAME;
-  u16lcpy(full, path, kMaxPath);
+  KOCHAR full[kMaxLibraryPath];
+  if (!library_path_fits(path)) return LMI_E_NAME;
+  u16lcpy(full, path, kMaxLibraryPath);
   const KOCHAR* ext = extension_of(full);
   int type;
   if (!ext) {
-    u16lcat(full, u".kol", kMaxPath);
+    if (u16len(full) + 4 >= kMaxLibraryPath) return LMI_E_NAME;
+    u16lcat(full, u".kol", kMaxLibraryPath);
     type = 1;
   } else if (u16icmp_ascii(ext, ".kod") == 0 || u16icmp_ascii(ext, ".idx") == 0) {
     type = 2;
@@ -88,7 +88,7 @@ KOSHR_API int32_t LMI_CreateLibrary(KostgContext* pool, KOCHAR* path, const KOCH
   }
   KOCHAR text[LMI_MAX_LIB_COMMENT + 1];
   if (version_prefixed(full, type)) {
-    u16_format(text, LMI_MAX_LIB_COMMENT + 1, "%hs%s", KOSHR_VERSION_TEXT, comment ? comment : u"");
+    u16_format(text, LMI_MAX_LIB_COMMENT + 1, "%hs%s", KOSHR_VERSION_STRING, comment ? comment : u"");
   } else {
     u16lcpy(text, comment ? comment : u"", LMI_MAX_LIB_COMMENT + 1);
   }
@@ -120,6 +120,7 @@ KOSHR_API int32_t LMI_CloseLibrary(LMI_HANDLE library) {
 KOSHR_API int32_t LMI_DeleteLibrary(KostgContext* pool, const KOCHAR* path) {
   if (!path) return LMI_E_NAME;
   if (!pool) return LMI_E_NO_POOL;
+  if (!library_path_fits(path)) return LMI_E_NAME;
   LmiLibrary* lib = open_handle(pool, path, LMI_MODE_READ, 0);
   if (!lib) return LMI_E_IO;
   close_handle(lib);
@@ -164,6 +165,7 @@ KOSHR_API int32_t LMI_GetLibraryType(KostgContext* pool, const KOCHAR* path) {
 KOSHR_API int32_t LMI_ChangeLibraryType(KostgContext* pool, const KOCHAR* path, int type) {
   if (!path) return LMI_E_NAME;
   if (!pool) return LMI_E_NO_POOL;
+  if (!library_path_fits(path)) return LMI_E_NAME;
   LmiLibrary* lib = open_handle(pool, path, LMI_MODE_READWRITE, 0);
   if (!lib) return LMI_E_NO_HANDLE;
   uint16_t field = load_u16(lib->header + kHeaderType);

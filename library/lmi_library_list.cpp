@@ -93,7 +93,7 @@ KOSHR_API int32_t LMI_SynchronizeLibraryList(KostgContext* pool, const KOCHAR* c
 }
 
 KOSHR_API int32_t LMI_LocateEntry(KOCHAR* name) {
-  if (!name) return LMI_E_NAME;
+  if (!ko::name_is_valid(name)) return LMI_E_NAME;
   ko::lower_name_in_place(name);
   ProcessLock lock;
   LibraryList& list = the_list();
@@ -110,7 +110,7 @@ KOSHR_API int32_t LMI_LocateEntry(KOCHAR* name) {
 }
 
 KOSHR_API int32_t LMI_RemoveLibraryHashEntry(KOCHAR* name) {
-  if (!name) return LMI_E_NAME;
+  if (!ko::name_is_valid(name)) return LMI_E_NAME;
   ko::lower_name_in_place(name);
   ProcessLock lock;
   LibraryList& list = the_list();

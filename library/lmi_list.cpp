@@ -24,7 +24,7 @@ struct Collected {
   LmiLibrary* lib;
   EntryRef* refs = nullptr;
   uint32_t count = 0, capacity = 0;
-  size_t units = 0;  // string units needed, terminators included
+  size_t units = 0;  // name units, terminators included
 };
 
 int32_t collect(void* context, CachedNode* node) {
@@ -58,6 +58,19 @@ KOCHAR* copy_text(KOCHAR* to, const KOCHAR* text, size_t units) {
 
 namespace ko {
 
+int32_t collect_entries(LmiLibrary* lib, EntryRef** refs, uint32_t* count, size_t* name_units) {
+  Collected c{lib};
+  int32_t rc = directory_walk(lib, &collect, &c);
+  if (rc) {
+    lib->pool.free(c.refs);
+    return rc;
+  }
+  *refs = c.refs;
+  *count = c.count;
+  *name_units = c.units;
+  return 0;
+}
+
 int32_t describe_entry(LmiLibrary* lib, const EntryRef& e, LMI_ENTRY_INFO_EX* info) {
   copy_text(info->name, e.name(), u16nlen(e.name(), e.name_units() < LMI_MAX_NAME ? e.name_units() : LMI_MAX_NAME));
   e.version(info->version);
@@ -71,15 +84,18 @@ int32_t describe_entry(LmiLibrary* lib, const EntryRef& e, LMI_ENTRY_INFO_EX* in
 int32_t list_entries(LmiLibrary* lib, const PoolRef& pool, bool extended, LMI_LIST_ITEM** items) {
   *items = nullptr;
   if (lib->entry.state != EntryState::kNone) return LMI_E_BUSY;
-  Collected c{lib};
-  int32_t rc = directory_walk(lib, &collect, &c);
-  if (rc == 0 && extended) c.units += size_t(c.count) * (LMI_MAX_COMMENT + 1);
-  size_t bytes = sizeof(LMI_LIST_ITEM) * c.count + 2 * c.units + 2;
-  LMI_LIST_ITEM* out = rc == 0 ? static_cast<LMI_LIST_ITEM*>(pool.alloc(bytes)) : nullptr;
-  if (rc == 0 && !out) rc = LMI_E_DISK_FULL;
-  KOCHAR* text = out ? reinterpret_cast<KOCHAR*>(out + c.count) : nullptr;
-  for (uint32_t i = 0; rc == 0 && i < c.count; ++i) {
-    const EntryRef& e = c.refs[i];
+  EntryRef* refs = nullptr;
+  uint32_t count = 0;
+  size_t units = 0;
+  int32_t rc = collect_entries(lib, &refs, &count, &units);
+  if (rc) return rc;
+  if (extended) units += size_t(count) * (LMI_MAX_COMMENT + 1);
+  size_t bytes = sizeof(LMI_LIST_ITEM) * count + 2 * units + 2;
+  LMI_LIST_ITEM* out = static_cast<LMI_LIST_ITEM*>(pool.alloc(bytes));
+  if (!out) rc = LMI_E_DISK_FULL;
+  KOCHAR* text = out ? reinterpret_cast<KOCHAR*>(out + count) : nullptr;
+  for (uint32_t i = 0; rc == 0 && i < count; ++i) {
+    const EntryRef& e = refs[i];
     LMI_LIST_ITEM& item = out[i];
     item.name = text;
     text = copy_text(text, e.name(), u16nlen(e.name(), e.name_units()));
@@ -95,13 +111,13 @@ int32_t list_entries(LmiLibrary* lib, const PoolRef& pool, bool extended, LMI_LI
       text += u16len(text) + 1;
     }
   }
-  lib->pool.free(c.refs);
+  lib->pool.free(refs);
   if (rc) {
     pool.free(out);
     return rc;
   }
   *items = out;
-  return int32_t(c.count);
+  return int32_t(count);
 }
 
 }  // namespace ko

@@ -3,17 +3,18 @@
  */
 #include "platform/ini_file.h"
 
+#include "platform/byte_order.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
 
 namespace ko {
 namespace {
 
-bool is_blank(KOCHAR c) { return c == u' ' || c == u'\t'; }
+bool is_space_or_tab(KOCHAR c) { return c == u' ' || c == u'\t'; }
 
 std::u16string trim(const KOCHAR* begin, const KOCHAR* end) {
-  while (begin < end && is_blank(*begin)) ++begin;
-  while (end > begin && is_blank(end[-1])) --end;
+  while (begin < end && is_space_or_tab(*begin)) ++begin;
+  while (end > begin && is_space_or_tab(end[-1])) --end;
   return std::u16string(begin, end);
 }
 
@@ -26,7 +27,7 @@ bool has_line_break(const KOCHAR* text) {
 
 bool has_outer_blank(const KOCHAR* text) {
   const size_t length = u16len(text);
-  return length > 0 && (is_blank(text[0]) || is_blank(text[length - 1]));
+  return length > 0 && (is_space_or_tab(text[0]) || is_space_or_tab(text[length - 1]));
 }
 
 bool valid_section_name(const KOCHAR* name) {
@@ -47,7 +48,7 @@ bool quoted(const std::u16string& text) {
 // The raw form that unquote() turns back into `value`.
 std::u16string quote_if_needed(const std::u16string& value) {
   if (value.empty()) return value;
-  if (is_blank(value.front()) || is_blank(value.back()) || quoted(value)) {
+  if (is_space_or_tab(value.front()) || is_space_or_tab(value.back()) || quoted(value)) {
     return u"\"" + value + u"\"";
   }
   return value;
@@ -55,10 +56,10 @@ std::u16string quote_if_needed(const std::u16string& value) {
 
 std::u16string decode(const char* bytes, size_t size) {
   const auto* data = reinterpret_cast<const unsigned char*>(bytes);
-  if (size >= 2 && data[0] == 0xFF && data[1] == 0xFE) {
+  if (size >= 2 && load_le16(data) == kByteOrderMark) {
     std::u16string text;
     text.reserve(size / 2);
-    for (size_t i = 2; i + 1 < size; i += 2) text.push_back(KOCHAR(data[i] | (data[i + 1] << 8)));
+    for (size_t i = 2; i + 1 < size; i += 2) text.push_back(KOCHAR(load_le16(data + i)));
     return text;
   }
   if (size >= 3 && data[0] == 0xEF && data[1] == 0xBB && data[2] == 0xBF) {

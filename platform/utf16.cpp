@@ -225,11 +225,11 @@ size_t utf16_to_utf8(const KOCHAR* text, size_t length, char* out, size_t capaci
   };
   for (size_t i = 0; length == SIZE_MAX ? text[i] != 0 : i < length; ++i) {
     uint32_t c = text[i];
-    if (c >= 0xD800 && c <= 0xDBFF && (length == SIZE_MAX || i + 1 < length) &&
-        text[i + 1] >= 0xDC00 && text[i + 1] <= 0xDFFF) {
-      c = 0x10000 + ((c - 0xD800) << 10) + (text[i + 1] - 0xDC00u);
+    if (is_high_surrogate(c) && (length == SIZE_MAX || i + 1 < length) &&
+        is_low_surrogate(text[i + 1])) {
+      c = join_surrogates(text[i], text[i + 1]);
       ++i;
-    } else if (c >= 0xD800 && c <= 0xDFFF) {
+    } else if (is_surrogate(c)) {
       c = 0xFFFD;
     }
     if (c < 0x80) {
@@ -276,15 +276,15 @@ size_t utf8_to_utf16(const char* text, size_t length, KOCHAR* out, size_t capaci
     size_t k = 1;
     for (; k <= extra && (s[i + k] & 0xC0) == 0x80; ++k) v = (v << 6) | (s[i + k] & 0x3F);
     static const uint32_t kMin[] = {0, 0x80, 0x800, 0x10000};
-    if (k <= extra || v < kMin[extra] || v > 0x10FFFF || (v >= 0xD800 && v <= 0xDFFF)) {
+    if (k <= extra || v < kMin[extra] || v > 0x10FFFF || is_surrogate(v)) {
       put(0xFFFD);
       i += k > 1 ? k : 1;
       continue;
     }
     i += k;
     if (v >= 0x10000) {
-      put(0xD800 + ((v - 0x10000) >> 10));
-      put(0xDC00 + ((v - 0x10000) & 0x3FF));
+      put(high_surrogate_of(v));
+      put(low_surrogate_of(v));
     } else {
       put(v);
     }

@@ -18,6 +18,28 @@
 
 namespace ko {
 
+// U+FEFF at the start of a file: its byte order tells the encoding.
+constexpr KOCHAR kByteOrderMark = 0xFEFF;
+
+// Surrogates: a code point above U+FFFF is a high unit (D800-DBFF) followed by
+// a low unit (DC00-DFFF). The tests take code points too, to reject the
+// surrogate range when decoding UTF-8 or a code page.
+inline bool is_high_surrogate(uint32_t c) { return c >= 0xD800 && c <= 0xDBFF; }
+inline bool is_low_surrogate(uint32_t c) { return c >= 0xDC00 && c <= 0xDFFF; }
+inline bool is_surrogate(uint32_t c) { return c >= 0xD800 && c <= 0xDFFF; }
+inline uint32_t join_surrogates(KOCHAR high, KOCHAR low) {
+  return 0x10000 + ((uint32_t(high) - 0xD800) << 10) + (uint32_t(low) - 0xDC00);
+}
+// The two units of a code point from U+10000 to U+10FFFF.
+inline KOCHAR high_surrogate_of(uint32_t code) { return KOCHAR(0xD800 + ((code - 0x10000) >> 10)); }
+inline KOCHAR low_surrogate_of(uint32_t code) {
+  return KOCHAR(0xDC00 + ((code - 0x10000) & 0x3FF));
+}
+
+// The digits of hexadecimal numbers, indexed by value 0-15.
+constexpr char kHexDigitsUpper[] = "0123456789ABCDEF";
+constexpr char kHexDigitsLower[] = "0123456789abcdef";
+
 size_t u16len(const KOCHAR* text);
 size_t u16nlen(const KOCHAR* text, size_t max);
 KOCHAR* u16cpy(KOCHAR* dst, const KOCHAR* src);

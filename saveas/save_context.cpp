@@ -90,6 +90,11 @@ KoSaveContext* save_begin(KostgContext* pool, KostgSubpool* owner, const KOCHAR*
   context->column_count = column_count;
   context->flags = flags;
   context->columns = reinterpret_cast<SaveColumn*>(context + 1);
+  if (culture) {
+    // The renderers read the culture at every value, so it must outlive the caller's string.
+    context->culture = kostg_strdup(pool, culture, owner);
+    if (!context->culture) return save_abandon(context);
+  }
   save_compile_formats(context, culture);
   save_base_name(file_name, context->base_name);
   return context;
@@ -120,6 +125,14 @@ SaveColumn* save_store_column(KoSaveContext* context, const KOCHAR* name, int32_
   column->type = type;
   context->total_width += width;
   return column;
+}
+
+void save_note_overflow(KoSaveContext* context) {
+  if (context->overflow_count == 0) {
+    context->overflow_row = uint32_t(context->rows_written);
+    context->overflow_column = context->current_column;
+  }
+  if (context->overflow_count != UINT32_MAX) ++context->overflow_count;
 }
 
 bool save_next_column(KoSaveContext* context) {
@@ -190,6 +203,14 @@ KOSHR_EXTERN_C KOSHR_API KoSaveContext* osSaveBegin32Web(KostgContext* pool, Kos
   return save_begin(pool, owner, fileName, rowCount, columnCount, flags, encoding, culture);
 }
 
+KOSHR_EXTERN_C KOSHR_API uint32_t osSaveOverflow(const KoSaveContext* context, uint32_t* firstRow,
+                                                 int32_t* firstColumn) {
+  if (!context || context->overflow_count == 0) return 0;
+  if (firstRow) *firstRow = context->overflow_row;
+  if (firstColumn) *firstColumn = context->overflow_column;
+  return context->overflow_count;
+}
+
 KOSHR_EXTERN_C KOSHR_API void osSaveEnd(KoSaveContext* context) {
   if (!context) return;
   KostgContext* pool = context->pool;
@@ -198,5 +219,6 @@ KOSHR_EXTERN_C KOSHR_API void osSaveEnd(KoSaveContext* context) {
     if (context->columns[i].name) kostg_fee(pool, context->columns[i].name);
   }
   if (context->clip_text) kostg_fee(pool, context->clip_text);
+  if (context->culture) kostg_fee(pool, context->culture);
   kostg_fee(pool, context);
 }

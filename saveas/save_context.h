@@ -63,11 +63,15 @@ struct KoSaveContext {
   uint16_t date_format[ko::kCompiledFormatCodes];
   uint16_t time_format[ko::kCompiledFormatCodes];
   uint16_t datetime_format[ko::kCompiledFormatCodes];
+  KOCHAR* culture;  // a pool copy of the culture string, or null: numbers render under it
   bool has_file;
   ko::SaveFile file;
   KOCHAR* clip_text;
   size_t clip_capacity;  // bytes
   size_t clip_length;    // characters
+  uint32_t overflow_count;  // values written as their field's overflow marker
+  uint32_t overflow_row;    // the first of them: record (0-based) and column
+  int32_t overflow_column;
   ko::SaveColumn* columns;
 };
 
@@ -112,6 +116,9 @@ SaveColumn* save_store_column(KoSaveContext* context, const KOCHAR* name, int32_
 // Moves on to the next column; true when that completed a line (the current
 // column wrapped to 0).
 bool save_next_column(KoSaveContext* context);
+// Records that the value of the current column of the current record did not
+// fit its field and was written as the field's overflow marker.
+void save_note_overflow(KoSaveContext* context);
 // True when the context can take a value or a column.
 inline bool save_usable(const KoSaveContext* context) {
   return context && context->column_count > 0;
@@ -139,12 +146,13 @@ size_t save_render_double(const KoSaveContext* context, double value, KOCHAR* ou
 size_t save_render_decimal(const KoSaveContext* context, const KODECIMAL& value, KOCHAR* out,
                            size_t capacity);
 // Renders a datetime through one of the context's date formats.
-size_t save_render_datetime(const uint16_t* format, const KODATETIME& value, KOCHAR* out,
-                            size_t capacity);
+size_t save_render_datetime(const KoSaveContext* context, const uint16_t* format,
+                            const KODATETIME& value, KOCHAR* out, size_t capacity);
 // Appends the fraction suffix for `subsecond` (nothing when it is 0) behind
-// `length` units of `out`; returns the new length.
-size_t save_append_fraction(uint32_t subsecond, FractionSuffix suffix, KOCHAR* out,
-                            size_t length);
+// `length` units of `out`; returns the new length. Under a culture its
+// separator comes from the culture's "sTime" or "sDecimal".
+size_t save_append_fraction(const KoSaveContext* context, uint32_t subsecond,
+                            FractionSuffix suffix, KOCHAR* out, size_t length);
 
 }  // namespace ko
 

@@ -6,6 +6,7 @@
 #include <atomic>
 #include <cstring>
 
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 
 namespace ko {
@@ -17,8 +18,6 @@ constexpr size_t kDefaultBufferUnits = 32768;
 constexpr size_t kMaxBytesPerUnit = 4;
 
 std::atomic<size_t> g_buffer_units{kDefaultBufferUnits};
-
-bool is_high_surrogate(KOCHAR c) { return c >= 0xD800 && c <= 0xDBFF; }
 
 // Copies the leading ASCII units of `text` as bytes; returns their count.
 // Four units are checked at a time while all four are ASCII.
@@ -48,10 +47,10 @@ size_t write_bom(int32_t encoding, uint8_t* out) {
       out[0] = 0xEF, out[1] = 0xBB, out[2] = 0xBF;
       return 3;
     case kEncodingUtf16LeBom:
-      out[0] = 0xFF, out[1] = 0xFE;
+      store_le16(out, kByteOrderMark);
       return 2;
     case kEncodingUtf16BeBom:
-      out[0] = 0xFE, out[1] = 0xFF;
+      store_be16(out, kByteOrderMark);
       return 2;
     default:
       return 0;
@@ -106,16 +105,10 @@ size_t encode_text(SaveFile* file, const KOCHAR* text, size_t length) {
       used += encode_utf8(text, length, out + used, file->byte_capacity - used);
       break;
     case kEncodingUtf16LeBom:
-      for (size_t i = 0; i < length; ++i) {
-        out[used++] = uint8_t(text[i] & 0xFF);
-        out[used++] = uint8_t(text[i] >> 8);
-      }
+      for (size_t i = 0; i < length; ++i, used += 2) store_le16(out + used, text[i]);
       break;
     case kEncodingUtf16BeBom:
-      for (size_t i = 0; i < length; ++i) {
-        out[used++] = uint8_t(text[i] >> 8);
-        out[used++] = uint8_t(text[i] & 0xFF);
-      }
+      for (size_t i = 0; i < length; ++i, used += 2) store_be16(out + used, text[i]);
       break;
     case kEncodingAnsiSingleByte:
       used += narrow_single_bytes(text, length, out + used);

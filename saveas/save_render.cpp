@@ -12,11 +12,15 @@
  *                       and "%7.7ld" of the sub-second value, e.g. ":05"
  *   kDecimalSeparator6  the process's decimal separator and "%6.6ld", e.g. ".5"
  *
+ * An export begun under a culture string renders every number, date and
+ * fraction separator under it, as the format engine's own culture twins do.
+ *
  * In both, trailing "0" characters are then cut.
  */
 #include <koshr/format.h>
 
 #include "format/regional.h"
+#include "platform/utf16.h"
 #include "saveas/save_context.h"
 #include "storage/u16_format.h"
 
@@ -44,21 +48,29 @@ void save_compile_formats(KoSaveContext* context, const KOCHAR* culture) {
 
 size_t save_render_double(const KoSaveContext* context, double value, KOCHAR* out,
                           size_t capacity) {
-  return clamp_length(shformatDouble(context->number_format, value, out, int(capacity)));
+  const uint16_t* format = context->number_format;
+  return clamp_length(context->culture
+                          ? shformatDoubleWeb(format, value, out, int(capacity), context->culture)
+                          : shformatDouble(format, value, out, int(capacity)));
 }
 
 size_t save_render_decimal(const KoSaveContext* context, const KODECIMAL& value, KOCHAR* out,
                            size_t capacity) {
-  return clamp_length(shformatDecimal(context->number_format, &value, out, int(capacity)));
+  const uint16_t* format = context->number_format;
+  return clamp_length(context->culture
+                          ? shformatDecimalWeb(format, &value, out, int(capacity), context->culture)
+                          : shformatDecimal(format, &value, out, int(capacity)));
 }
 
-size_t save_render_datetime(const uint16_t* format, const KODATETIME& value, KOCHAR* out,
-                            size_t capacity) {
-  return clamp_length(shformatDateTime(format, &value, out, int(capacity)));
+size_t save_render_datetime(const KoSaveContext* context, const uint16_t* format,
+                            const KODATETIME& value, KOCHAR* out, size_t capacity) {
+  return clamp_length(
+      context->culture ? shformatDateTimeWeb(format, &value, out, int(capacity), context->culture)
+                       : shformatDateTime(format, &value, out, int(capacity)));
 }
 
-size_t save_append_fraction(uint32_t subsecond, FractionSuffix suffix, KOCHAR* out,
-                            size_t length) {
+size_t save_append_fraction(const KoSaveContext* context, uint32_t subsecond, FractionSuffix suffix,
+                            KOCHAR* out, size_t length) {
   if (subsecond == 0 || suffix == FractionSuffix::kNone) return length;
   KOCHAR separator[kSeparatorMax + 1];
   const char* digits;
@@ -69,6 +81,12 @@ size_t save_append_fraction(uint32_t subsecond, FractionSuffix suffix, KOCHAR* o
     separator[0] = process_decimal_separator();
     separator[1] = 0;
     digits = "%s%6.6ld";
+  }
+  if (context->culture) {
+    KOCHAR defaulted[kSeparatorMax + 1];
+    u16lcpy(defaulted, separator, kSeparatorMax + 1);
+    const KOCHAR* key = suffix == FractionSuffix::kTimeSeparator7 ? u"sTime" : u"sDecimal";
+    getCultureValueStr(context->culture, key, defaulted, separator, int(kSeparatorMax + 1));
   }
   size_t room = kRenderCapacity - length;
   size_t added = u16_format(out + length, room, digits, separator, int32_t(subsecond));
@@ -96,8 +114,10 @@ size_t save_render(const KoSaveContext* context, uint8_t type, const void* value
       const uint16_t* format = type == KOSAVE_DATETIME ? context->datetime_format
                                : type == KOSAVE_DATE   ? context->date_format
                                                        : context->time_format;
-      size_t length = save_render_datetime(format, when, out, kDateTextMax + 1);
-      return type == KOSAVE_DATE ? length : save_append_fraction(when.subsecond, suffix, out, length);
+      size_t length = save_render_datetime(context, format, when, out, kDateTextMax + 1);
+      return type == KOSAVE_DATE
+                 ? length
+                 : save_append_fraction(context, when.subsecond, suffix, out, length);
     }
     default:
       return 0;

@@ -14,8 +14,10 @@
  * in row 0 and the data starts in row 1. Dates and times are written as text
  * labels, not as serial numbers.
  */
+#include <bit>
+
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
-#include "saveas/little_endian.h"
 #include "saveas/save_context.h"
 
 namespace {
@@ -27,9 +29,9 @@ constexpr size_t kRecordHead = 4;
 constexpr size_t kCellHead = 5;  // format byte, column, row
 
 uint8_t* put_cell_head(uint8_t* out, uint32_t opcode, size_t body, int32_t column, int32_t row) {
-  out = ko::put_le16(ko::put_le16(out, opcode), uint32_t(body));
+  out = ko::store_le16(ko::store_le16(out, opcode), uint32_t(body));
   *out++ = kFormatGeneral;
-  return ko::put_le16(ko::put_le16(out, uint32_t(column)), uint32_t(row));
+  return ko::store_le16(ko::store_le16(out, uint32_t(column)), uint32_t(row));
 }
 
 bool write_label(KoSaveContext* context, int32_t column, int32_t row, const KOCHAR* text) {
@@ -45,7 +47,7 @@ bool write_label(KoSaveContext* context, int32_t column, int32_t row, const KOCH
 
 bool write_number(KoSaveContext* context, int32_t column, int32_t row, double value) {
   uint8_t record[kRecordHead + 13];
-  ko::put_le_double(put_cell_head(record, 0x000E, 13, column, row), value);
+  ko::store_le64(put_cell_head(record, 0x000E, 13, column, row), std::bit_cast<uint64_t>(value));
   return ko::save_write_bytes(context, record, sizeof record);
 }
 
@@ -91,10 +93,10 @@ KoSaveContext* CKO_SaveWk::Begin(KostgContext* pool, KostgSubpool* owner, const 
                                           ko::kEncodingBytes, nullptr);
   if (!context) return nullptr;
   uint8_t head[18];
-  uint8_t* out = ko::put_le16(ko::put_le16(ko::put_le16(head, 0x0000), 2), 0x0406);
-  out = ko::put_le16(ko::put_le16(out, 0x0006), 8);
-  out = ko::put_le16(ko::put_le16(out, 0), 0);
-  ko::put_le16(ko::put_le16(out, uint32_t(columnCount)), rowCount);
+  uint8_t* out = ko::store_le16(ko::store_le16(ko::store_le16(head, 0x0000), 2), 0x0406);
+  out = ko::store_le16(ko::store_le16(out, 0x0006), 8);
+  out = ko::store_le16(ko::store_le16(out, 0), 0);
+  ko::store_le16(ko::store_le16(out, uint32_t(columnCount)), rowCount);
   return ko::save_write_bytes(context, head, sizeof head) ? context : ko::save_abandon(context);
 }
 

@@ -1,6 +1,8 @@
 /*
  * automation_string.cpp: strings handed out as automation strings (a 32-bit
- * byte length before the text), freed by the platform's string free.
+ * byte length before the text), and their free. Windows frees them with its
+ * string free; elsewhere there is none, so callers free them through us
+ * rather than knowing where the block starts.
  *
  * The ansi form is converted straight into a string of the converted length,
  * which is what copying a converted temporary would give; text that does not
@@ -25,5 +27,7 @@ KOSHR_API KOCHAR* kostg_ansitobstr(const char* ansi) {
 KOSHR_API KOCHAR* kostg_unicodetobstr(const KOCHAR* text) { return ko::os::sys_alloc_string(text); }
 
 KOSHR_API KOCHAR* kostg_strtobstr(const KOCHAR* text) { return ko::os::sys_alloc_string(text); }
+
+KOSHR_API void kostg_freebstr(KOCHAR* text) { ko::os::sys_free_string(text); }
 
 KOSHR_END_C

@@ -19,9 +19,6 @@ namespace {
 
 constexpr size_t kMaxCharBytes = 4;
 
-bool is_high_surrogate(KOCHAR c) { return c >= 0xD800 && c <= 0xDBFF; }
-bool is_low_surrogate(KOCHAR c) { return c >= 0xDC00 && c <= 0xDFFF; }
-
 size_t counted_length(const KOCHAR* text, size_t length) {
   return length == kZeroTerminated ? u16len(text) : length;
 }

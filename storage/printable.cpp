@@ -20,7 +20,6 @@
 namespace {
 
 constexpr size_t kMaxBytesPerUnit = 6;
-constexpr char kHexDigits[] = "0123456789ABCDEF";
 
 size_t encode(char* dest, const KOCHAR* text) {
   char* out = dest;
@@ -29,7 +28,7 @@ size_t encode(char* dest, const KOCHAR* text) {
     if (c >= 256) {
       *out++ = 'U';
       *out++ = '+';
-      for (int shift = 12; shift >= 0; shift -= 4) *out++ = kHexDigits[(c >> shift) & 15];
+      for (int shift = 12; shift >= 0; shift -= 4) *out++ = ko::kHexDigitsUpper[(c >> shift) & 15];
       ++p;
     } else if (c == u'U' && p[1] == u'+') {
       std::memcpy(out, "U+U+", 4);

@@ -3,6 +3,11 @@
  *
  * Integers are rendered here digit by digit; floating-point conversions go
  * through the C library's snprintf (whose output is ASCII) and are widened.
+ *
+ * Sink keeps counting past the end of the buffer: the result is the length the
+ * whole text needs, as snprintf gives it. That is why it is not the format
+ * renderers' TextOutput (format/text_output.h), whose result is the count
+ * stored in an int-sized buffer.
  */
 #include "storage/u16_format.h"
 
@@ -42,6 +47,7 @@ struct Spec {
   long precision = -1;
   int size = 32;  // argument width in bits: 8, 16, 32, 64
   bool size_t_arg = false;
+  bool narrow_text = false;  // an h prefix: %hs is 8-bit text
 };
 
 void emit_padded(Sink& sink, const Spec& spec, const KOCHAR* prefix, size_t prefix_len,
@@ -59,7 +65,7 @@ void emit_integer(Sink& sink, const Spec& spec, char conv, uint64_t magnitude, b
   char digits[72];
   size_t n = 0;
   unsigned base = (conv == 'x' || conv == 'X' || conv == 'p') ? 16 : conv == 'o' ? 8 : 10;
-  const char* alphabet = conv == 'X' ? "0123456789ABCDEF" : "0123456789abcdef";
+  const char* alphabet = conv == 'X' ? kHexDigitsUpper : kHexDigitsLower;
   char reversed[72];
   size_t r = 0;
   while (magnitude) {
@@ -92,157 +98,197 @@ void emit_integer(Sink& sink, const Spec& spec, char conv, uint64_t magnitude, b
   emit_padded(sink, spec, prefix, prefix_len, digits, n, zeros);
 }
 
+// Reads the flags, width, precision and size prefix after a '%'; `p` is left
+// on the conversion character. A '*' width or precision takes an int argument.
 template <typename Char>
-size_t format_impl(KOCHAR* out, size_t capacity, const Char* format, va_list args) {
+Spec parse_spec(const Char*& p, va_list* args) {
+  Spec spec;
+  for (;; ++p) {
+    if (*p == '-') spec.left = true;
+    else if (*p == '+') spec.plus = true;
+    else if (*p == ' ') spec.space = true;
+    else if (*p == '0') spec.zero = true;
+    else if (*p == '#') spec.alt = true;
+    else break;
+  }
+  if (*p == '*') {
+    spec.width = va_arg(*args, int);
+    if (spec.width < 0) spec.left = true, spec.width = -spec.width;
+    ++p;
+  } else {
+    while (*p >= '0' && *p <= '9') spec.width = spec.width * 10 + (*p++ - '0');
+  }
+  if (*p == '.') {
+    ++p;
+    spec.precision = 0;
+    if (*p == '*') {
+      spec.precision = va_arg(*args, int);
+      if (spec.precision < 0) spec.precision = -1;
+      ++p;
+    } else {
+      while (*p >= '0' && *p <= '9') spec.precision = spec.precision * 10 + (*p++ - '0');
+    }
+  }
+  if (*p == 'h') {
+    ++p;
+    spec.size = 16;
+    spec.narrow_text = true;
+    if (*p == 'h') ++p, spec.size = 8;
+  } else if (*p == 'l') {
+    ++p;
+    if (*p == 'l') ++p, spec.size = 64;
+  } else if (*p == 'I' && p[1] == '6' && p[2] == '4') {
+    p += 3;
+    spec.size = 64;
+  } else if (*p == 'I' && p[1] == '3' && p[2] == '2') {
+    p += 3;
+  } else if (*p == 'z' || *p == 'j' || *p == 't') {
+    ++p;
+    spec.size = 64;
+    spec.size_t_arg = true;
+  }
+  return spec;
+}
+
+// d i
+void write_signed(Sink& sink, const Spec& spec, char conv, va_list* args) {
+  int64_t v = spec.size == 64 ? va_arg(*args, int64_t) : int64_t(va_arg(*args, int));
+  if (spec.size == 16) v = int16_t(v);
+  if (spec.size == 8) v = int8_t(v);
+  uint64_t magnitude = v < 0 ? 0 - uint64_t(v) : uint64_t(v);
+  emit_integer(sink, spec, conv, magnitude, v < 0);
+}
+
+// u x X o
+void write_unsigned(Sink& sink, const Spec& spec, char conv, va_list* args) {
+  uint64_t v = spec.size == 64 ? va_arg(*args, uint64_t) : uint64_t(va_arg(*args, unsigned));
+  if (spec.size == 16) v = uint16_t(v);
+  if (spec.size == 8) v = uint8_t(v);
+  emit_integer(sink, spec, conv, v, false);
+}
+
+// p: sixteen upper-case hex digits.
+void write_pointer(Sink& sink, const Spec& spec, va_list* args) {
+  Spec pointer = spec;
+  pointer.precision = 16;
+  emit_integer(sink, pointer, 'X', uint64_t(uintptr_t(va_arg(*args, void*))), false);
+}
+
+// c: one UTF-16 unit passed as int.
+void write_char(Sink& sink, const Spec& spec, va_list* args) {
+  KOCHAR c = KOCHAR(va_arg(*args, int));
+  long pad = spec.width > 1 ? spec.width - 1 : 0;
+  if (!spec.left) sink.repeat(u' ', pad);
+  sink.put(c);
+  if (spec.left) sink.repeat(u' ', pad);
+}
+
+// s S hs: UTF-16 text, or 8-bit text for S and hs; a null text is "(null)".
+void write_text(Sink& sink, const Spec& spec, char conv, va_list* args) {
+  long pad;
+  if (spec.narrow_text || conv == 'S') {
+    const char* text = va_arg(*args, const char*);
+    if (!text) text = "(null)";
+    size_t n = 0;
+    while (text[n] && (spec.precision < 0 || long(n) < spec.precision)) ++n;
+    pad = spec.width > long(n) ? spec.width - long(n) : 0;
+    if (!spec.left) sink.repeat(u' ', pad);
+    for (size_t i = 0; i < n; ++i) sink.put(KOCHAR(static_cast<unsigned char>(text[i])));
+  } else {
+    const KOCHAR* text = va_arg(*args, const KOCHAR*);
+    if (!text) text = u"(null)";
+    size_t n = spec.precision < 0 ? u16len(text) : u16nlen(text, size_t(spec.precision));
+    pad = spec.width > long(n) ? spec.width - long(n) : 0;
+    if (!spec.left) sink.repeat(u' ', pad);
+    for (size_t i = 0; i < n; ++i) sink.put(text[i]);
+  }
+  if (spec.left) sink.repeat(u' ', pad);
+}
+
+// e E f F g G a A: the C library's rendering, widened.
+void write_floating(Sink& sink, const Spec& spec, char conv, va_list* args) {
+  char c_format[32];
+  int k = 0;
+  c_format[k++] = '%';
+  if (spec.left) c_format[k++] = '-';
+  if (spec.plus) c_format[k++] = '+';
+  if (spec.space) c_format[k++] = ' ';
+  if (spec.zero) c_format[k++] = '0';
+  if (spec.alt) c_format[k++] = '#';
+  c_format[k++] = '*';
+  c_format[k++] = '.';
+  c_format[k++] = '*';
+  c_format[k++] = conv;
+  c_format[k] = 0;
+  double v = va_arg(*args, double);
+  char text[512];
+  int n = std::snprintf(text, sizeof text, c_format, int(spec.width),
+                        int(spec.precision < 0 ? 6 : spec.precision), v);
+  for (int i = 0; i < n && i < int(sizeof text) - 1; ++i) sink.put(KOCHAR(text[i]));
+}
+
+// One conversion; false when `conv` is not one.
+bool write_conversion(Sink& sink, const Spec& spec, char conv, va_list* args) {
+  switch (conv) {
+    case 'd':
+    case 'i':
+      write_signed(sink, spec, conv, args);
+      return true;
+    case 'u':
+    case 'x':
+    case 'X':
+    case 'o':
+      write_unsigned(sink, spec, conv, args);
+      return true;
+    case 'p':
+      write_pointer(sink, spec, args);
+      return true;
+    case 'c':
+      write_char(sink, spec, args);
+      return true;
+    case 's':
+    case 'S':
+      write_text(sink, spec, conv, args);
+      return true;
+    case 'e':
+    case 'E':
+    case 'f':
+    case 'F':
+    case 'g':
+    case 'G':
+    case 'a':
+    case 'A':
+      write_floating(sink, spec, conv, args);
+      return true;
+    case '%':
+      sink.put(u'%');
+      return true;
+    default:
+      return false;
+  }
+}
+
+template <typename Char>
+size_t format_impl(KOCHAR* out, size_t capacity, const Char* format, va_list list) {
   Sink sink(out, capacity);
   if (!format) return sink.finish();
+  // A copy, so that the writers can take arguments through a pointer to it.
+  va_list args;
+  va_copy(args, list);
   for (const Char* p = format; *p; ++p) {
     if (*p != '%') {
       sink.put(KOCHAR(static_cast<std::make_unsigned_t<Char>>(*p)));
       continue;
     }
     const Char* start = p++;
-    Spec spec;
-    for (;; ++p) {
-      if (*p == '-') spec.left = true;
-      else if (*p == '+') spec.plus = true;
-      else if (*p == ' ') spec.space = true;
-      else if (*p == '0') spec.zero = true;
-      else if (*p == '#') spec.alt = true;
-      else break;
-    }
-    if (*p == '*') {
-      spec.width = va_arg(args, int);
-      if (spec.width < 0) spec.left = true, spec.width = -spec.width;
-      ++p;
-    } else {
-      while (*p >= '0' && *p <= '9') spec.width = spec.width * 10 + (*p++ - '0');
-    }
-    if (*p == '.') {
-      ++p;
-      spec.precision = 0;
-      if (*p == '*') {
-        spec.precision = va_arg(args, int);
-        if (spec.precision < 0) spec.precision = -1;
-        ++p;
-      } else {
-        while (*p >= '0' && *p <= '9') spec.precision = spec.precision * 10 + (*p++ - '0');
-      }
-    }
-    bool narrow_text = false;
-    if (*p == 'h') {
-      ++p;
-      spec.size = 16;
-      narrow_text = true;
-      if (*p == 'h') ++p, spec.size = 8;
-    } else if (*p == 'l') {
-      ++p;
-      if (*p == 'l') ++p, spec.size = 64;
-    } else if (*p == 'I' && p[1] == '6' && p[2] == '4') {
-      p += 3;
-      spec.size = 64;
-    } else if (*p == 'I' && p[1] == '3' && p[2] == '2') {
-      p += 3;
-    } else if (*p == 'z' || *p == 'j' || *p == 't') {
-      ++p;
-      spec.size = 64;
-      spec.size_t_arg = true;
-    }
-    char conv = char(*p);
-    switch (conv) {
-      case 'd':
-      case 'i': {
-        int64_t v = spec.size == 64 ? va_arg(args, int64_t) : int64_t(va_arg(args, int));
-        if (spec.size == 16) v = int16_t(v);
-        if (spec.size == 8) v = int8_t(v);
-        uint64_t magnitude = v < 0 ? 0 - uint64_t(v) : uint64_t(v);
-        emit_integer(sink, spec, conv, magnitude, v < 0);
-        break;
-      }
-      case 'u':
-      case 'x':
-      case 'X':
-      case 'o': {
-        uint64_t v = spec.size == 64 ? va_arg(args, uint64_t) : uint64_t(va_arg(args, unsigned));
-        if (spec.size == 16) v = uint16_t(v);
-        if (spec.size == 8) v = uint8_t(v);
-        emit_integer(sink, spec, conv, v, false);
-        break;
-      }
-      case 'p': {
-        Spec pointer = spec;
-        pointer.precision = 16;
-        emit_integer(sink, pointer, 'X', uint64_t(uintptr_t(va_arg(args, void*))), false);
-        break;
-      }
-      case 'c': {
-        KOCHAR c = KOCHAR(va_arg(args, int));
-        long pad = spec.width > 1 ? spec.width - 1 : 0;
-        if (!spec.left) sink.repeat(u' ', pad);
-        sink.put(c);
-        if (spec.left) sink.repeat(u' ', pad);
-        break;
-      }
-      case 's':
-      case 'S': {
-        long pad;
-        if (narrow_text || conv == 'S') {
-          const char* text = va_arg(args, const char*);
-          if (!text) text = "(null)";
-          size_t n = 0;
-          while (text[n] && (spec.precision < 0 || long(n) < spec.precision)) ++n;
-          pad = spec.width > long(n) ? spec.width - long(n) : 0;
-          if (!spec.left) sink.repeat(u' ', pad);
-          for (size_t i = 0; i < n; ++i) sink.put(KOCHAR(static_cast<unsigned char>(text[i])));
-        } else {
-          const KOCHAR* text = va_arg(args, const KOCHAR*);
-          if (!text) text = u"(null)";
-          size_t n = spec.precision < 0 ? u16len(text) : u16nlen(text, size_t(spec.precision));
-          pad = spec.width > long(n) ? spec.width - long(n) : 0;
-          if (!spec.left) sink.repeat(u' ', pad);
-          for (size_t i = 0; i < n; ++i) sink.put(text[i]);
-        }
-        if (spec.left) sink.repeat(u' ', pad);
-        break;
-      }
-      case 'e':
-      case 'E':
-      case 'f':
-      case 'F':
-      case 'g':
-      case 'G':
-      case 'a':
-      case 'A': {
-        char c_format[32];
-        int k = 0;
-        c_format[k++] = '%';
-        if (spec.left) c_format[k++] = '-';
-        if (spec.plus) c_format[k++] = '+';
-        if (spec.space) c_format[k++] = ' ';
-        if (spec.zero) c_format[k++] = '0';
-        if (spec.alt) c_format[k++] = '#';
-        c_format[k++] = '*';
-        c_format[k++] = '.';
-        c_format[k++] = '*';
-        c_format[k++] = conv;
-        c_format[k] = 0;
-        double v = va_arg(args, double);
-        char text[512];
-        int n = std::snprintf(text, sizeof text, c_format, int(spec.width),
-                              int(spec.precision < 0 ? 6 : spec.precision), v);
-        for (int i = 0; i < n && i < int(sizeof text) - 1; ++i) sink.put(KOCHAR(text[i]));
-        break;
-      }
-      case '%':
-        sink.put(u'%');
-        break;
-      default:
-        // An unknown conversion is copied as it stands.
-        for (const Char* q = start; q <= p && *q; ++q) sink.put(KOCHAR(*q));
-        if (!*p) return sink.finish();
-        break;
+    const Spec spec = parse_spec(p, &args);
+    if (!write_conversion(sink, spec, char(*p), &args)) {
+      // An unknown conversion is copied as it stands.
+      for (const Char* q = start; q <= p && *q; ++q) sink.put(KOCHAR(*q));
+      if (!*p) break;
     }
   }
+  va_end(args);
   return sink.finish();
 }
 

@@ -339,7 +339,10 @@ KOSHR_API int32_t DBI_UnRegisterVendor(const KOCHAR* name);
 
 /* ---------------------------------------------------------------- keyword scanning */
 
-/* `position` must not be the first character of its buffer. */
+/* The word scans read the character just before every candidate position, the
+ * first character of `text`/`select` included: pass a pointer into a statement
+ * (the text after "select ", say) or a text with a character before it, never
+ * the first character of a buffer. */
 KOSHR_API int32_t DBI_DoCompare(const KOCHAR* position, const KOCHAR* keyword);
 /* `text` is cut in place for the comparison and restored: it must be writable. */
 KOSHR_API int32_t DBI_DoCompareFirst(KOCHAR* text, const KOCHAR* keyword);

@@ -134,6 +134,17 @@ KOSHR_API int32_t LMI_LibrarySpace(LMI_HANDLE library, LMI_SPACE_INFO* info);
 KOSHR_API int32_t LMI_CheckLibrary(KostgContext* pool, const KOCHAR* path, LMI_CHECK_REPORT report,
                                    void* context);
 
+/* An addition of our own, beyond the operations every library offers:
+ * rewrites the library at `path` into a new file (a balanced tree of full
+ * nodes, each entry's data in one run of blocks, no leaked blocks; the same
+ * entries, comments, versions and time stamps, and the same host file when
+ * the library is carried in one) that replaces the old file only once it is
+ * complete and synced. The library must not be open elsewhere meanwhile.
+ * 0, LMI_E_NAME (path missing or too long), LMI_E_NO_HANDLE (not a library),
+ * LMI_E_IO (damaged, see LMI_CheckLibrary, or a read or write failed),
+ * LMI_E_CREATE_FAILED (the new file cannot be made), LMI_E_DISK_FULL. */
+KOSHR_API int32_t LMI_OptimizeLibrary(KostgContext* pool, const KOCHAR* path);
+
 /* Entries. */
 KOSHR_API int32_t LMI_OpenEntry(LMI_HANDLE library, KOCHAR* name, int mode, const KOCHAR* comment);
 KOSHR_API int32_t LMI_ReadEntry(LMI_HANDLE library, void* buffer, uint32_t count);

@@ -72,6 +72,17 @@ KOSHR_API KoSaveContext* osSaveBegin32Web(KostgContext* pool, KostgSubpool* owne
                                           const KOCHAR* culture);
 /* Frees the column names and the context (the file is the exporter's to close). */
 KOSHR_API void osSaveEnd(KoSaveContext* context);
+/* An addition of ours. How many values of this export so far a writer could
+ * not store as they are and wrote as their field's overflow marker instead
+ * (today only the dBase III writer: a number too wide for its field becomes
+ * all asterisks, never a different number). When there is one, firstRow and
+ * firstColumn (either may be null) receive the first such value's record and
+ * column, both counted from 0 (the first record written, the first column
+ * added); otherwise they are left as they are. Ask before the writer's End,
+ * which frees the context; a caller that must not lose data treats a
+ * non-zero count as a failed export. A null context gives 0. */
+KOSHR_API uint32_t osSaveOverflow(const KoSaveContext* context, uint32_t* firstRow,
+                                  int32_t* firstColumn);
 
 KOSHR_END_C
 

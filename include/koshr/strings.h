@@ -97,11 +97,16 @@ KOSHR_API int64_t kostg_strtoansi_with_zero(char* dest, const KOCHAR* text, int6
    a null dest. */
 KOSHR_API size_t mbstowcs_force(KOCHAR* dest, const char* src, size_t count, int* lossy);
 
-/* ---- Automation strings (free them with the platform's string free). */
+/* ---- Automation strings: a 32-bit byte length stands before the text. Free
+   them with kostg_freebstr (or, on Windows, the platform's SysFreeString). */
 
 KOSHR_API KOCHAR* kostg_ansitobstr(const char* ansi);
 KOSHR_API KOCHAR* kostg_unicodetobstr(const KOCHAR* text);
 KOSHR_API KOCHAR* kostg_strtobstr(const KOCHAR* text);
+/* An addition of ours: frees an automation string of this library (SysFreeString
+   on Windows, where any automation string may be given; our own allocator
+   elsewhere, where the platform has none). Null is ignored. */
+KOSHR_API void kostg_freebstr(KOCHAR* text);
 
 /* ---- Number parsing (long is 32 bits, as on Windows) and files. */
 

@@ -11,9 +11,10 @@
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
+#include <initializer_list>
 
 #include "platform/platform.h"
-#include "platform/posix/posix_support.h"
+#include "platform/posix/last_error.h"
 #include "platform/utf16.h"
 
 namespace ko::os {
@@ -92,8 +93,8 @@ int read_code_page(const char* text, int length, KOCHAR* out, int capacity, bool
     }
     const uint32_t code = static_cast<uint32_t>(wide);
     if (code >= 0x10000 && code <= 0x10FFFF) {
-      output.put(KOCHAR(0xD800 + ((code - 0x10000) >> 10)));
-      output.put(KOCHAR(0xDC00 + ((code - 0x10000) & 0x3FF)));
+      output.put(high_surrogate_of(code));
+      output.put(low_surrogate_of(code));
     } else {
       output.put(code > 0x10FFFF ? KOCHAR(0xFFFD) : KOCHAR(code));
     }
@@ -116,10 +117,10 @@ int write_code_page(const KOCHAR* text, int length, char* out, int capacity, boo
   char bytes[MB_LEN_MAX];
   for (size_t i = 0; i < size; ++i) {
     uint32_t code = text[i];
-    if (code >= 0xD800 && code <= 0xDBFF && i + 1 < size && text[i + 1] >= 0xDC00 &&
-        text[i + 1] <= 0xDFFF) {
-      code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00u);
-    } else if (code >= 0xD800 && code <= 0xDFFF) {
+    if (is_high_surrogate(code) && i + 1 < size && is_low_surrogate(text[i + 1])) {
+      code = join_surrogates(text[i], text[i + 1]);
+      ++i;
+    } else if (is_surrogate(code)) {
       if (strict) return 0;
       output.put('?');
       continue;

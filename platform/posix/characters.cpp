@@ -12,6 +12,7 @@
 #include <wctype.h>
 
 #include "platform/platform.h"
+#include "platform/utf16.h"
 
 namespace ko::os {
 namespace {
@@ -20,8 +21,6 @@ locale_t ctype_locale() {
   static const locale_t locale = ::newlocale(LC_CTYPE_MASK, "C.UTF-8", nullptr);
   return locale;
 }
-
-bool is_surrogate(KOCHAR c) { return c >= 0xD800 && c <= 0xDFFF; }
 
 // A case mapping that keeps to the basic plane; anything else stays as it is.
 KOCHAR map_case(KOCHAR c, wint_t (*mapping)(wint_t, locale_t)) {

@@ -10,7 +10,8 @@
 #include <cstdio>
 
 #include "platform/platform.h"
-#include "platform/posix/posix_support.h"
+#include "platform/posix/last_error.h"
+#include "platform/posix/utf8_text.h"
 #include "platform/write_fault.h"
 
 namespace ko::os {

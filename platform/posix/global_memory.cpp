@@ -11,7 +11,7 @@
 #include <cstring>
 
 #include "platform/platform.h"
-#include "platform/posix/posix_support.h"
+#include "platform/posix/last_error.h"
 
 namespace ko::os {
 namespace {

@@ -11,7 +11,9 @@
 #include <string>
 
 #include "platform/platform.h"
-#include "platform/posix/posix_support.h"
+#include "platform/posix/config_paths.h"
+#include "platform/posix/last_error.h"
+#include "platform/posix/utf8_text.h"
 #include "platform/utf16.h"
 
 namespace ko::os {

@@ -19,7 +19,7 @@
 #include <string>
 
 #include "platform/platform.h"
-#include "platform/posix/posix_support.h"
+#include "platform/posix/utf8_text.h"
 
 namespace ko::os {
 

@@ -19,7 +19,9 @@
 
 #include "platform/ini_file.h"
 #include "platform/platform.h"
-#include "platform/posix/posix_support.h"
+#include "platform/posix/config_paths.h"
+#include "platform/posix/file_bytes.h"
+#include "platform/posix/last_error.h"
 #include "platform/utf16.h"
 
 namespace ko::os {

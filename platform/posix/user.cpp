@@ -7,7 +7,7 @@
 #include <cstdlib>
 
 #include "platform/platform.h"
-#include "platform/posix/posix_support.h"
+#include "platform/posix/utf8_text.h"
 
 namespace ko::os {
 

@@ -17,6 +17,18 @@ int main(void) {
   kostg_free_pool(context, pool);
   kostg_end(context);
   if (!ok) return 3;
+  /* Automation strings come back with their byte length before the text, and
+   * go back through the library's own free. */
+  KOCHAR* automation[3] = {kostg_ansitobstr("ab"), kostg_strtobstr(u"ab"),
+                           kostg_unicodetobstr(u"ab")};
+  for (int i = 0; i < 3; ++i) {
+    uint32_t bytes = 0;
+    if (automation[i] == NULL) return 4;
+    memcpy(&bytes, (const char*)automation[i] - sizeof bytes, sizeof bytes);
+    if (bytes != 4 || automation[i][0] != u'a' || automation[i][2] != 0) return 5;
+    kostg_freebstr(automation[i]);
+  }
+  kostg_freebstr(NULL);
   printf("C consumer linked against koshr %s\n", koshr_version());
   return 0;
 }

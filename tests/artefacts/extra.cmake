@@ -40,19 +40,19 @@ set_target_properties(artefacts_c_consumer PROPERTIES C_STANDARD 11 C_STANDARD_R
 target_compile_options(artefacts_c_consumer PRIVATE -Wall -Wextra -Werror)
 add_test(NAME artefacts_c_consumer COMMAND artefacts_c_consumer)
 
-# (c) An installed tree serves a CMake consumer and (where pkg-config is
-# installed) a pkg-config consumer.
-if(NOT CMAKE_CROSSCOMPILING)
-  find_program(KOSHR_PKG_CONFIG pkg-config)
+# (c) An installed tree starts its tool from the prefix alone and serves every
+# program in examples/: through find_package, and through pkg-config where it
+# is installed. `make examples` runs the same script, adding the Windows build.
+if(NOT CMAKE_CROSSCOMPILING AND TARGET koshr_tool)
   add_test(NAME artefacts_install
-    COMMAND ${CMAKE_COMMAND}
-            -DBUILD_DIR=${CMAKE_BINARY_DIR}
-            -DWORK_DIR=${CMAKE_CURRENT_BINARY_DIR}/artefacts_install
-            -DCONSUMER_DIR=${artefacts}/consumer
+    COMMAND ${CMAKE_COMMAND} -DBUILD_DIR=${CMAKE_BINARY_DIR}
+            -DPREFIX=${CMAKE_CURRENT_BINARY_DIR}/artefacts_install/prefix
+            -DWORK_DIR=${CMAKE_CURRENT_BINARY_DIR}/artefacts_install/work
             -DGENERATOR=${CMAKE_GENERATOR}
+            -DC_COMPILER=${CMAKE_C_COMPILER}
             -DCXX_COMPILER=${CMAKE_CXX_COMPILER}
-            -DPKG_CONFIG=${KOSHR_PKG_CONFIG}
+            "-DC_FLAGS=${CMAKE_C_FLAGS}"
             "-DCXX_FLAGS=${CMAKE_CXX_FLAGS}"
             "-DLINK_FLAGS=${CMAKE_EXE_LINKER_FLAGS}"
-            -P ${artefacts}/install_consumers.cmake)
+            -P ${artefacts}/install_examples.cmake)
 endif()

@@ -41,6 +41,21 @@ TEST(StringHash, RotatesXorsAndFoldsTheSign) {
   EXPECT_EQ(ko::string_hash(nullptr), 0u);
 }
 
+// ASCII text hashes as the published 32-bit FNV-1a vectors of its bytes; a
+// wider unit is XORed in whole.
+TEST(StringHash, Fnv1aStepsOverUnitsToTheCountOrTheTerminator) {
+  struct Case {
+    const KOCHAR* text;
+    size_t units;
+    uint32_t hash;
+  };
+  for (const Case& c : {Case{u"", SIZE_MAX, 0x811C9DC5}, Case{u"a", SIZE_MAX, 0xE40C292C},
+                        Case{u"foobar", SIZE_MAX, 0xBF9CF968}, Case{u"foobar", 1, 0xE30C2799},
+                        Case{u"ab\0cd", 9, 0x4D2505CA}, Case{u"\u00E9t\u00E9", 3, 0xA39E1B7B}}) {
+    EXPECT_EQ(ko::fnv1a(c.text, c.units), c.hash) << c.units;
+  }
+}
+
 class HashTableTest : public StorageTest {
  protected:
   // A table holding the keys, tagged 1, 2, ... in order of insertion.

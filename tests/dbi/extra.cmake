@@ -22,5 +22,11 @@ if(NOT CMAKE_CROSSCOMPILING AND TARGET koshr_tool)
   if(Python3_FOUND)
     add_test(NAME KoshrDbiTool
              COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/dbi/koshr_dbi_test.py $<TARGET_FILE:koshr_tool>)
+    # `koshr query` and `koshr catalog` on a SQLite file through koODB, or on
+    # the server KOSHR_TEST_CONNECT names (make test-postgres).
+    if(TARGET koODB)
+      add_test(NAME KoshrQueryTool
+               COMMAND ${Python3_EXECUTABLE} ${CMAKE_CURRENT_SOURCE_DIR}/dbi/koshr_query_test.py $<TARGET_FILE:koshr_tool>)
+    endif()
   endif()
 endif()

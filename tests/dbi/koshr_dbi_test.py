@@ -19,6 +19,7 @@ CASES = [
     (["sql", "tail", "select a from t"], 1, ""),
     (["sql", "find", "where", "select 'where' from t /* where */ where x"], 0, "34\n"),
     (["sql", "find", "where", "select a from t"], 1, ""),
+    (["sql", "find", "where", "where x = 1"], 0, "0\n"),
     (["sql", "classify", "SELECT count (*) from t"], 0, "aggregate\n"),
     (["sql", "classify", "select distinct a from t"], 0, "aggregate\n"),
     (["sql", "classify", "select count(a) from t"], 0, "plain\n"),

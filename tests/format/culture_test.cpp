@@ -68,6 +68,27 @@ TEST(CultureString, RegionalRecord) {
   EXPECT_EQ(std::u16string(s.currency), u" $");  // an oversized symbol keeps the default
 }
 
+// The separators are the first character of the value, however long the
+// value, as the profile gives them.
+TEST(CultureString, SeparatorsAreTheFirstCharacter) {
+  const struct {
+    const char16_t* culture;
+    KOCHAR decimal, thousand;
+  } cases[] = {
+      {u"sDecimal=,x\tsThousand=.y", u',', u'.'},
+      {u"sThousand=_1234567890123456789012345678901234567890123456789012345678", u'.', u'_'},
+      {u"sDecimal=!tx\tsThousand=!!", u'\t', u'!'},
+      {u"sDecimal=!x\tsThousand='y", u'!', u'\''},
+      {u"sDecimal\tsThousand= ", u'.', u' '},
+  };
+  for (const auto& c : cases) {
+    ko::RegionalSettings s;
+    ko::read_culture_settings(c.culture, s);
+    EXPECT_EQ(s.decimal, c.decimal);
+    EXPECT_EQ(s.thousand, c.thousand);
+  }
+}
+
 TEST(FormatErrors, MessagesByCode) {
   const char16_t* seconds = u"Seconds should be specified using s or ss";
   const char16_t* expected[] = {

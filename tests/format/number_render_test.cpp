@@ -27,7 +27,9 @@ TEST(NumberRender, Layouts) {
       {u"0.00", 1.005, u"1.01"},  // 1.004999999999999893 has 16 digits 1.005000000000000
       {u"0", 2.5, u"3"},
       {u"0", -2.5, u"-3"},
-      {u"0.##", 5, u"5"},
+      {u"0.##", 5, u"5."},
+      {u"#.##", 0, u"."},
+      {u"0.", 5, u"5."},
       {u"0.##", 5.5, u"5.5"},
       {u"0.0#", 5, u"5.0"},
       {u"000", 7, u"007"},
@@ -99,6 +101,7 @@ TEST(NumberRender, CultureSeparators) {
   EXPECT_EQ(number(u"[currency]", 1234.5, german), u"1.234,50 EUR");
   EXPECT_EQ(number(u"[currency]", -1234.5, german), u"-1.234,50 EUR");
   EXPECT_EQ(number(u"0 EUR", 5, german), u"5 EUR");  // the currency symbol is a literal
+  EXPECT_EQ(number(u"#,##0.00", 1234567.891, u"sDecimal=,x\tsThousand=.y"), u"1.234.567,89");
   const KOCHAR* no_grouping = u"sGrouping=0\tsThousand=,";
   EXPECT_EQ(number(u"#,##0", 1234567, no_grouping), u"1234567");
   const KOCHAR* odd_grouping = u"sGrouping=4\tsThousand=,";  // anything but 0 or 3 is 3

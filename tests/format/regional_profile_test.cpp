@@ -21,7 +21,7 @@ class RegionalProfile : public ::testing::Test {
  protected:
   void SetUp() override {
     write(profile_,
-          "[intl]\nsDecimal=,\nsThousand=.\nsGrouping=4\nsCurrency=EUR\n"
+          "[intl]\nsDecimal=,x\nsThousand=.y\nsGrouping=4\nsCurrency=EUR\n"
           "iCurrency=3\niNegCurr=8\ns1159=vm\ns2359=nm\nsShortDate=yy/m/d\nsTime=.\n");
     write(registry_, "[HKEY_CURRENT_USER\\Control Panel\\International]\nsShortDate=dd.MM.yyyy\n");
     setenv("KOSHR_PROFILE", profile_.c_str(), 1);

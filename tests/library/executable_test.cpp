@@ -2,7 +2,9 @@
 // the trailer, also behind a certificate table; resource files as entries.
 #include "library_fixture.h"
 
+#include <algorithm>
 #include <cstring>
+#include <map>
 
 using namespace library_test;
 
@@ -84,6 +86,71 @@ TEST_F(ExecutableTest, FoundBehindACertificateTable) {
   EXPECT_EQ(get(h, "a.srd"), pattern(100, 3));
   LMI_CloseLibrary(h);
   EXPECT_EQ(LMI_CloseExecutable(nullptr), -6);
+}
+
+// Every kind of host keeps its library reachable through writes: a file that
+// is no executable at all, an executable, and a signed one (whose signature
+// no longer holds once the file changes: its certificate table goes and the
+// directory entry announcing it is cleared). Signed before the library was
+// added, or after.
+TEST_F(ExecutableTest, EveryHostKeepsItsLibraryThroughWrites) {
+  Bytes plain = pattern(1000, 9);
+  plain[0] = 'Q';
+  Bytes signed_stub = pe_stub(1000);
+  signed_stub.insert(signed_stub.end(), 1000, 0xCE);
+  struct Case {
+    const char* what;
+    Bytes host;
+    bool sign_after;
+    bool is_signed;
+  };
+  const Case cases[] = {
+      {"a host that is no executable", plain, false, false},
+      {"an executable", pe_stub(0), false, false},
+      {"an executable signed after the library was added", pe_stub(0), true, true},
+      {"an executable signed before the library was added", signed_stub, false, true},
+  };
+  const size_t security_entry = 0x80 + 24 + 112 + 8 * 4;
+  int n = 0;
+  for (const Case& c : cases) {
+    SCOPED_TRACE(c.what);
+    std::string name = "host" + std::to_string(n++) + ".bin";
+    write_file(name, c.host);
+    std::u16string p = path(name);
+    LMI_HANDLE h = LMI_AppendExecutable(pool_, p.c_str(), nullptr);
+    ASSERT_NE(h, nullptr);
+    ASSERT_EQ(put(h, "a.srd", pattern(3000, 1)), 0);
+    ASSERT_EQ(LMI_CloseExecutable(h), 0);
+    if (c.sign_after) {
+      Bytes image = file_bytes(name);
+      Bytes header = pe_stub(1000);
+      std::memcpy(image.data(), header.data(), header.size());
+      image.insert(image.end(), 1000, 0xCE);
+      write_file(name, image);
+    }
+    std::map<std::string, Bytes> entries{{"a.srd", pattern(3000, 1)}};
+    for (int round = 0; round < 2; ++round) {
+      std::string entry = "b" + std::to_string(round) + ".srd";
+      h = open(p);
+      ASSERT_NE(h, nullptr) << "round " << round;
+      ASSERT_EQ(put(h, entry, pattern(1200, uint32_t(round))), 0);
+      ASSERT_EQ(LMI_CloseLibrary(h), 0);
+      entries[entry] = pattern(1200, uint32_t(round));
+      h = open(p, LMI_MODE_READ);
+      ASSERT_NE(h, nullptr) << "round " << round << ": the library is lost";
+      for (auto& [e, data] : entries) EXPECT_EQ(get(h, e), data) << e;
+      LMI_CloseLibrary(h);
+      expect_sound(p);
+    }
+    Bytes image = file_bytes(name);
+    size_t kept = c.is_signed ? security_entry : c.host.size();
+    EXPECT_TRUE(std::equal(c.host.begin(), c.host.begin() + long(kept), image.begin()))
+        << "the host stays";
+    if (c.is_signed) {
+      for (size_t i = security_entry; i < security_entry + 8; ++i) EXPECT_EQ(image[i], 0) << i;
+    }
+    EXPECT_EQ(std::memcmp(image.data() + image.size() - 512, "TRL*", 4), 0);
+  }
 }
 
 TEST_F(ExecutableTest, ResourceFilesBecomeEntries) {

@@ -60,6 +60,25 @@ with tempfile.TemporaryDirectory() as d:
     expect("imported binary", back[: len(binary)], binary)
     expect("imported padding", len(back) % 1996, 0)
 
+    # An empty entry name is an invalid name, for writing and for reading.
+    for sub in (("put", lib, "", blob), ("cat", lib, ""), ("rm", lib, "")):
+        if b"invalid name" not in run(*sub, code=1).stderr:
+            failures.append(f"koshr lib {sub[0]} with an empty name: no invalid-name message")
+
+    # Optimize keeps every entry and leaves nothing for check to report.
+    for i in range(40):
+        run("put", lib, f"n{i:03}.srd", stdin=bytes([i]) * (i * 50))
+    run("rm", lib, "n007.srd")
+    run("optimize", lib)
+    expect("optimized check", run("check", lib).stdout, b"")
+    expect("optimized binary", run("cat", lib, "pic.bmp").stdout, binary)
+    expect("optimized text", run("cat", lib, "w_main.srw", "--text").stdout, "héllo\r\nwörld\r\n".encode())
+    expect("optimized entry", run("cat", lib, "n039.srd").stdout, bytes([39]) * 1950)
+    expect("optimized listing", len(run("ls", lib).stdout.decode().splitlines()), 41)
+    run("optimize", os.path.join(d, "missing.kol"), code=1)
+    for i in range(40):
+        run("rm", lib, f"n{i:03}.srd", code=1 if i == 7 else 0)
+
     run("rm", lib, "pic.bmp")
     run("rm", lib, "pic.bmp", code=1)
     run("cat", lib, "pic.bmp", code=1)
@@ -74,7 +93,7 @@ with tempfile.TemporaryDirectory() as d:
     if not report:
         failures.append("check reported nothing on a damaged library")
     run("ls", os.path.join(d, "missing.kol"), code=1)
-    run("frobnicate", lib, code=1)
+    run("frobnicate", lib, code=2)
     expect("help", run("--help").returncode, 0)
 
 for f in failures:

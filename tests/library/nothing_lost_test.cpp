@@ -1,13 +1,22 @@
 // nothing_lost_test.cpp: a put, replace or delete that meets a failing write
-// at any of its write calls leaves a library that opens, keeps every other
-// entry byte-identical, shows the entry in question old or new (or absent when
-// it was new), and has at worst blocks marked used that nothing references.
+// at any of its write calls, or whose process is killed (SIGKILL) at any of
+// them, leaves a library that opens, keeps every other entry byte-identical,
+// shows the entry in question old or new (or absent when it was new), and has
+// at worst blocks marked used that nothing references.
 #include "library_fixture.h"
+
+#include <koshr/host.h>
 
 #include "platform/platform.h"
 
 #include <functional>
 #include <map>
+
+#ifndef _WIN32
+#include <sys/wait.h>
+#include <unistd.h>
+#include <csignal>
+#endif
 
 using namespace library_test;
 
@@ -33,15 +42,14 @@ class NothingLostTest : public LibraryTest {
   }
 
   // Runs `op` on a copy of the seeded library with the fault at every write
-  // call in turn, until a run completes without reaching the fault.
+  // call in turn, until a run completes without reaching the fault; then
+  // again in a child process killed at every write call in turn.
   void exhaust(const std::string& what, const std::function<void(LMI_HANDLE)>& op, const Contents& after) {
     Contents seeded;
     std::u16string original = seed("orig_" + what + ".kol", &seeded);
     for (ko::os::WriteFaultKind kind : {ko::os::WriteFaultKind::kFail, ko::os::WriteFaultKind::kShort}) {
       for (uint64_t call = 0;; ++call) {
-        std::filesystem::remove(file("work.kol"));
-        std::filesystem::copy_file(file("orig_" + what + ".kol"), file("work.kol"));
-        std::u16string p = path("work.kol");
+        std::u16string p = fresh_copy(what);
         LMI_HANDLE h = open(p);
         ASSERT_NE(h, nullptr);
         ko::os::WriteFault fault;
@@ -57,7 +65,53 @@ class NothingLostTest : public LibraryTest {
         if (completed) break;
       }
     }
+#ifndef _WIN32
+    for (uint64_t call = 0;; ++call) {
+      std::u16string p = fresh_copy(what);
+      bool completed = run_killed_at(p, call, op);
+      verify(p, seeded, after, completed, what + " killed at write call " + std::to_string(call));
+      if (completed || HasFatalFailure()) break;
+    }
+#endif
   }
+
+  std::u16string fresh_copy(const std::string& what) {
+    std::filesystem::remove(file("work.kol"));
+    std::filesystem::copy_file(file("orig_" + what + ".kol"), file("work.kol"));
+    return path("work.kol");
+  }
+
+#ifndef _WIN32
+  // Runs `op` in a child process that dies by SIGKILL when it reaches write
+  // call number `call`: that write fails, and the question the library then
+  // asks kills the process, so nothing of it or after it runs. True when the
+  // child finished without reaching that call.
+  static bool run_killed_at(const std::u16string& p, uint64_t call,
+                            const std::function<void(LMI_HANDLE)>& op) {
+    pid_t pid = fork();
+    if (pid == 0) {
+      KostgContext* pool = kostg_begin(0);
+      LMI_HANDLE h = LMI_OpenLibrary(pool, p.c_str(), LMI_MODE_READWRITE, 0);
+      if (!h) _exit(3);
+      koshr_set_prompt_handler([](const KOCHAR*, const KOCHAR*, unsigned) -> int {
+        raise(SIGKILL);
+        return ko::os::kAnswerCancel;
+      });
+      ko::os::WriteFault fault;
+      fault.kind = ko::os::WriteFaultKind::kFail;
+      fault.after_calls = call;
+      ko::os::set_write_fault(fault);
+      op(h);
+      LMI_CloseLibrary(h);
+      _exit(0);
+    }
+    int status = 0;
+    EXPECT_EQ(waitpid(pid, &status, 0), pid);
+    if (WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL) return false;
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0) << "status " << status;
+    return true;
+  }
+#endif
 
   // `after` holds the subjects of the operation: their new contents, or an
   // empty optional-like marker (absent) when the operation removes them.

@@ -3,7 +3,13 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <future>
+#include <memory>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/platform.h"
@@ -61,11 +67,24 @@ TEST(Lifecycle, LateRegistrationRunsAtOnce) {
   EXPECT_STREQ(g_init_order[before], "after load");
 }
 
+// A lock that is not recursive never returns from the second process_lock();
+// the locking runs on a thread of its own so that the test fails instead of
+// hanging. The stuck thread keeps the lock, so no later test could run.
 TEST(Lifecycle, ProcessLockIsRecursive) {
-  ko::os::process_lock();
-  ko::os::process_lock();
-  ko::os::process_unlock();
-  ko::os::process_unlock();
+  auto done = std::make_shared<std::promise<void>>();
+  std::future<void> finished = done->get_future();
+  std::thread([done] {
+    ko::os::process_lock();
+    ko::os::process_lock();
+    ko::os::process_unlock();
+    ko::os::process_unlock();
+    done->set_value();
+  }).detach();
+  if (finished.wait_for(std::chrono::seconds(10)) != std::future_status::ready) {
+    ADD_FAILURE() << "a second process_lock() on the same thread did not return";
+    std::fflush(stdout);
+    std::_Exit(1);
+  }
 }
 
 TEST(Resources, LookupsByNumberAndName) {

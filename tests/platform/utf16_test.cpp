@@ -97,4 +97,21 @@ TEST(Utf16, Utf8RoundTripAndRepair) {
   EXPECT_EQ(std::string(utf8), "ab");
 }
 
+TEST(Utf16, SurrogatePairsSplitAndJoin) {
+  struct Case {
+    uint32_t code;
+    KOCHAR high, low;
+  };
+  const Case cases[] = {
+      {0x10000, 0xD800, 0xDC00}, {0x1F600, 0xD83D, 0xDE00}, {0x10FFFF, 0xDBFF, 0xDFFF}};
+  for (const Case& c : cases) {
+    EXPECT_EQ(ko::high_surrogate_of(c.code), c.high) << c.code;
+    EXPECT_EQ(ko::low_surrogate_of(c.code), c.low) << c.code;
+    EXPECT_EQ(ko::join_surrogates(c.high, c.low), c.code);
+    EXPECT_TRUE(ko::is_high_surrogate(c.high) && ko::is_low_surrogate(c.low));
+    EXPECT_FALSE(ko::is_low_surrogate(c.high) || ko::is_high_surrogate(c.low));
+  }
+  EXPECT_FALSE(ko::is_surrogate(0xD7FF) || ko::is_surrogate(0xE000) || ko::is_surrogate(0x1D800));
+}
+
 }  // namespace

@@ -83,6 +83,7 @@ ExportResult SaveTest::run(IKO_SaveFileType& writer, const std::filesystem::path
     }
   }
   if (!ok) result.failed_step = step;
+  result.overflow_count = osSaveOverflow(save, &result.overflow_row, &result.overflow_column);
   result.end_result = writer.End(save);
   result.writes_after_step.push_back(ko::os::write_calls_seen());
   return result;

@@ -40,6 +40,10 @@ KODECIMAL decimal(int64_t units, uint8_t scale);
 struct ExportResult {
   int failed_step = -1;
   int end_result = 0;
+  // osSaveOverflow just before End: the count, and the first row and column.
+  uint32_t overflow_count = 0;
+  uint32_t overflow_row = UINT32_MAX;
+  int32_t overflow_column = -1;
   // The platform's count of file-write calls after each step, End last.
   std::vector<uint64_t> writes_after_step;
 };

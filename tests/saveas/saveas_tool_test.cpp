@@ -44,12 +44,18 @@ TEST(CsvReaderTest, ReadsRecordsAndNamesTheLineOfAFault) {
   }
 }
 
+std::vector<koshr_tool::ColumnSpec> infer(const std::vector<std::string>& names, const Records& rows) {
+  koshr_tool::ColumnInference inference(names.size());
+  for (const auto& row : rows) inference.add(row);
+  return inference.columns(names);
+}
+
 TEST(CsvReaderTest, InfersColumnTypes) {
   std::vector<std::string> names = {"when", "day", "at", "money", "ratio", "count", "word", "empty"};
   Records rows = {{"2024-03-05T13:45:07", "2024-03-05", "13:45", "1.50", "1e3", "12", "hello", ""},
                   {"2024-03-05 01:02:03.25", "2000-02-29", "08:00:01.5", "-2.25", "0.5", "-7", "é€", ""},
                   {"", "", "", "", "", "", "", ""}};
-  auto columns = koshr_tool::infer_columns(names, rows);
+  auto columns = infer(names, rows);
   ASSERT_EQ(columns.size(), names.size());
   const std::pair<uint8_t, int32_t> expected[] = {
       {KOSAVE_DATETIME, 0}, {KOSAVE_DATE, 0},    {KOSAVE_TIME, 0},   {KOSAVE_DECIMAL, 2},
@@ -59,7 +65,7 @@ TEST(CsvReaderTest, InfersColumnTypes) {
     EXPECT_EQ(columns[i].width, expected[i].second) << names[i];
   }
   // Differing decimals, an impossible date and a bad time all fall back.
-  auto mixed = koshr_tool::infer_columns({"a", "b", "c"}, {{"1.5", "2023-02-29", "24:00"}, {"1.25", "2024-01-01", "10:00"}});
+  auto mixed = infer({"a", "b", "c"}, {{"1.5", "2023-02-29", "24:00"}, {"1.25", "2024-01-01", "10:00"}});
   EXPECT_EQ(mixed[0].type, KOSAVE_DOUBLE);
   EXPECT_EQ(mixed[1].type, KOSAVE_STRING);
   EXPECT_EQ(mixed[2].type, KOSAVE_STRING);
@@ -103,7 +109,9 @@ TEST_F(SaveasToolTest, MalformedInputNamesTheLineAndLeavesNoFile) {
     const char* message;
   } cases[] = {{"bad.csv", "a,b\n1,2\n3,\"4\n", "line 3: a quoted field is never closed"},
                {"short.csv", "a,b\n1,2\n3\n", "line 3: 1 fields where the first line names 2"},
-               {"wide.csv", wide + "\n" + std::string(129, ',') + "\n", ""}};
+               {"wide.csv", wide + "\n" + std::string(129, ',') + "\n", ""},
+               {"huge.csv", "id,amount\n1,5.25\n2,123456789012345678901234.25\n3,9876543210987654321098.5\n",
+                "row 2, column amount: the number does not fit its field (2 values in all)"}};
   for (const auto& c : cases) {
     write_bytes(path(c.file), c.text);
     std::string output;
@@ -111,7 +119,7 @@ TEST_F(SaveasToolTest, MalformedInputNamesTheLineAndLeavesNoFile) {
     EXPECT_NE(output.find(c.message), std::string::npos) << output;
   }
   using Entries = std::filesystem::directory_iterator;
-  EXPECT_EQ(std::distance(Entries(folder_), Entries()), 3) << "the three inputs only";
+  EXPECT_EQ(std::distance(Entries(folder_), Entries()), 4) << "the four inputs only";
 }
 
 TEST_F(SaveasToolTest, SavesWithInferredOrGivenTypes) {
@@ -129,6 +137,20 @@ TEST_F(SaveasToolTest, SavesWithInferredOrGivenTypes) {
   EXPECT_EQ(read_bytes(path("goods.out")), "name,qty,price,day\r\nWidget,3,19.99,2024-03-05\r\n\"a, b\",1e3,4.50,\r\n");
   EXPECT_NE(saveas("goods.csv", "x.out", &output), 0);
   EXPECT_NE(output.find("no format for this extension"), std::string::npos);
+}
+
+TEST_F(SaveasToolTest, TheCultureReachesEveryNumberOfTheTextWriters) {
+  write_bytes(path("n.csv"), "price,ratio,at\n19.99,1.5,2024-03-05 10:11:12.5\n");
+  const struct {
+    const char* out;
+    const char* expected;
+  } cases[] = {{"n.txt", "19,99\t1,5\t3/5/24 10.11.12,5\r\n"},
+               {"n-saved.csv", "19,99,1,5,3/5/24 10.11.12.05\r\n"}};
+  for (const auto& c : cases) {
+    std::string output;
+    ASSERT_EQ(saveas("n.csv", c.out, &output, " --culture \"$(printf 'sDecimal=,\\tsTime=.')\""), 0) << output;
+    EXPECT_EQ(read_bytes(path(c.out)), c.expected) << c.out;
+  }
 }
 #endif
 

@@ -1,6 +1,7 @@
 // sql_xml_test.cpp: the SQL and XML exporters, judged by sqlite3 (which runs
 // the script and gives the values back) and xmllint (which must accept the
 // document), and their exact text where the readers would not notice.
+#include "platform/byte_order.h"
 #include "saveas/export_table.h"
 
 namespace saveas_test {
@@ -10,9 +11,8 @@ class SqlXmlTest : public SaveTest {};
 
 std::string from_utf16le(const std::string& bytes) {
   std::u16string text;
-  for (size_t i = 0; i + 1 < bytes.size(); i += 2) {
-    text += char16_t(uint8_t(bytes[i]) | uint8_t(bytes[i + 1]) << 8);
-  }
+  const auto* data = reinterpret_cast<const uint8_t*>(bytes.data());
+  for (size_t i = 0; i + 1 < bytes.size(); i += 2) text += char16_t(ko::load_le16(data + i));
   return utf8(text);
 }
 

@@ -1,6 +1,6 @@
 // tool_plumbing_test.cpp: what every koshr subcommand shares: the one
 // UTF-8 <-> UTF-16 conversion (repair of malformed input, round trip of any
-// text), the splitting of a command line into options and positionals, and
+// text), the one command-line parser (options, subcommands, operands), and
 // the reading of typed decimals.
 #include <gtest/gtest.h>
 
@@ -47,37 +47,44 @@ TEST(ToolUtfTest, EncodesLoneSurrogatesAsReplacementAndNullAsEmpty) {
   EXPECT_EQ(koshr_tool::utf16_to_utf8(static_cast<const char16_t*>(nullptr)), "");
 }
 
-TEST(ToolArgumentsTest, SplitsOptionsFromPositionals) {
+TEST(ToolArgumentsTest, SplitsOptionsSubcommandsAndOperands) {
+  const koshr_tool::Syntax syntax{{{"--as", "FORMAT"}, {"--flag", nullptr}},
+                                  {{"put", {{"-o", "DIR"}}}, {"ls", {}}}};
   struct Case {
-    std::vector<const char*> args;
-    bool strict;
+    std::vector<std::string> args;
     bool ok;
-    std::vector<std::string> positional;
-    std::string value;
-    bool flag;
     std::string why;
+    std::string subcommand;
+    std::vector<std::string> operands;
+    std::string as;  // the value of --as
+    bool flag, help;
   } cases[] = {
-      {{"cmd", "a", "--as", "x", "b"}, true, true, {"a", "b"}, "x", false, ""},
-      {{"cmd", "--flag", "-", "--as", "-y"}, true, true, {"-"}, "-y", true, ""},
-      {{"cmd", "a", "--as"}, true, false, {"a"}, "", false, "--as needs a value"},
-      {{"cmd", "-42", "--flag"}, true, false, {}, "", false, "unknown option -42"},
-      {{"cmd", "-42", "--flag"}, false, true, {"-42"}, "", true, ""},
+      {{"put", "a", "--as", "x", "b"}, true, "", "put", {"a", "b"}, "x", false, false},
+      {{"--flag", "put", "-", "--as", "-y"}, true, "", "put", {"-"}, "-y", true, false},
+      {{"ls", "--as=a=b", "-42", "-.5"}, true, "", "ls", {"-42", "-.5"}, "a=b", false, false},
+      {{"ls", "--", "--flag", "-h"}, true, "", "ls", {"--flag", "-h"}, "", false, false},
+      {{"-o", "d", "put", "--help"}, true, "", "put", {}, "", false, true},
+      {{"--help"}, true, "", "", {}, "", false, true},
+      {{"ls", "a", "--as"}, false, "--as needs a value", "ls", {"a"}, "", false, false},
+      {{"ls", "--bogus", "--as"}, false, "unknown option --bogus", "ls", {}, "", false, false},
+      {{"ls", "-o", "d"}, false, "unknown option -o", "ls", {}, "", false, false},
+      {{"ls", "--flag=1"}, false, "--flag takes no value", "ls", {}, "", false, false},
+      {{"rm", "a"}, false, "unknown subcommand 'rm'", "", {"rm", "a"}, "", false, false},
+      {{"--flag"}, false, "missing subcommand", "", {}, "", false, false},
+      {{"--flag", "--help"}, true, "", "", {}, "", false, true},
   };
   for (const Case& c : cases) {
-    SCOPED_TRACE(c.args.size());
-    std::string value, why;
-    bool flag = false;
-    std::vector<std::string> positional;
-    std::vector<char*> argv;
-    for (const char* arg : c.args) argv.push_back(const_cast<char*>(arg));
-    EXPECT_EQ(koshr_tool::parse_arguments(int(argv.size()), argv.data(),
-                                          {{"--as", &value, nullptr}, {"--flag", nullptr, &flag}},
-                                          c.strict, &positional, &why),
-              c.ok);
-    EXPECT_EQ(positional, c.positional);
-    EXPECT_EQ(value, c.value);
-    EXPECT_EQ(flag, c.flag);
+    SCOPED_TRACE(testing::PrintToString(c.args));
+    koshr_tool::Arguments args;
+    std::string why;
+    EXPECT_EQ(koshr_tool::parse_command_line(syntax, c.args, &args, &why), c.ok);
     EXPECT_EQ(why, c.why);
+    EXPECT_EQ(args.subcommand, c.subcommand);
+    EXPECT_EQ(args.operands, c.operands);
+    if (!c.ok) continue;
+    EXPECT_EQ(args.value("--as"), c.as);
+    EXPECT_EQ(args.has("--flag"), c.flag);
+    EXPECT_EQ(args.help, c.help);
   }
 }
 

@@ -99,15 +99,29 @@ TEST(StringCounted, UnconvertibleTextFails) {
   kostg_end(context);
 }
 
-TEST(StringCounted, AutomationStrings) {
-  for (auto [text, expected] : {std::pair{kostg_unicodetobstr(u"auto\u263A"), u"auto\u263A"},
-                                {kostg_strtobstr(u"auto\u263A"), u"auto\u263A"}, {kostg_ansitobstr("ansi"), u"ansi"}}) {
-    ASSERT_NE(text, nullptr);
-    EXPECT_EQ(std::u16string(text), expected);
-    EXPECT_EQ(ko::os::sys_string_len(text), std::u16string(expected).size());
-    ko::os::sys_free_string(text);
+// Every automation string the library hands out is freed with kostg_freebstr
+// (the sanitizer and Wine runs check the free matches the allocation).
+TEST(StringCounted, AutomationStringsAreFreedWithOurFree) {
+  const struct {
+    KOCHAR* text;
+    const char16_t* expected;
+  } cases[] = {
+      {kostg_unicodetobstr(u"auto\u263A"), u"auto\u263A"},
+      {kostg_strtobstr(u"auto\u263A"), u"auto\u263A"},
+      {kostg_ansitobstr("ansi"), u"ansi"},
+      {kostg_unicodetobstr(u""), u""},
+      {kostg_strtobstr(u""), u""},
+      {kostg_ansitobstr(""), u""},
+  };
+  for (const auto& c : cases) {
+    ASSERT_NE(c.text, nullptr);
+    EXPECT_EQ(std::u16string(c.text), c.expected);
+    EXPECT_EQ(ko::os::sys_string_len(c.text), std::u16string(c.expected).size());
+    kostg_freebstr(c.text);
   }
   EXPECT_EQ(kostg_ansitobstr(nullptr), nullptr);
+  EXPECT_EQ(kostg_strtobstr(nullptr), nullptr);
+  kostg_freebstr(nullptr);
 }
 
 }  // namespace

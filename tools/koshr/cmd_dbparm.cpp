@@ -9,7 +9,6 @@
 #include <koshr/lists.h>
 
 #include <cstdio>
-#include <cstring>
 
 #include "cli.h"
 #include "command.h"
@@ -37,24 +36,26 @@ void print_records(DbiContext* context) {
   DBI_FreeParmList(context, &list);
 }
 
-int run_dbparm(int argc, char** argv) {
-  if (argc == 5 && std::strcmp(argv[1], "--replace") == 0) {
-    koshr_tool::ScratchConnection context(koshr_tool::utf8_to_utf16(argv[4]));
-    DBI_ReplaceDbParm(context.get(), koshr_tool::utf8_to_utf16(argv[2]).c_str(),
-                      koshr_tool::utf8_to_utf16(argv[3]).c_str());
+int run_dbparm(const koshr_tool::Arguments& args) {
+  const auto& operands = args.operands;
+  if (args.has("--replace")) {
+    if (int status = koshr_tool::check_operands(args, 2, 2, "--replace KEYWORD VALUE TEXT")) return status;
+    koshr_tool::ScratchConnection context(koshr_tool::utf8_to_utf16(operands[1]));
+    DBI_ReplaceDbParm(context.get(), koshr_tool::utf8_to_utf16(args.value("--replace")).c_str(),
+                      koshr_tool::utf8_to_utf16(operands[0]).c_str());
     std::printf("%s\n", koshr_tool::utf16_to_utf8(context->dbparm).c_str());
     return 0;
   }
-  if (argc != 2 || argv[1][0] == '-') return koshr_tool::misuse(kUsage);
+  if (int status = koshr_tool::check_operands(args, 1, 1, "TEXT")) return status;
   // A name or value over 1024 characters stops the process, as the parser does
   // in every program that uses it.
-  koshr_tool::ScratchConnection context(koshr_tool::utf8_to_utf16(argv[1]));
+  koshr_tool::ScratchConnection context(koshr_tool::utf8_to_utf16(operands[0]));
   print_records(context.get());
   return 0;
 }
 
 const koshr_tool::Command kDbParm{"dbparm", "parse and edit connection parameters", kUsage,
-                                  &run_dbparm};
+                                  &run_dbparm, {{{"--replace", "KEYWORD"}}, {}}};
 KOSHR_COMMAND(kDbParm);
 
 }  // namespace

@@ -5,6 +5,7 @@
  */
 #include <koshr/format.h>
 
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -106,28 +107,18 @@ const char kUsage[] =
     "Values: numbers and decimals as decimal text (-1234.5), dates as\n"
     "2024-03-05, times as 13:45:07.250000, date-times as 2024-03-05T13:45:07.\n";
 
-int run_fmt(int argc, char** argv) {
+int run_fmt(const koshr_tool::Arguments& args) {
   ValueType type = ValueType::kNumber;
-  bool check = false, have_type = false, have_culture = false;
-  std::string type_name, culture_utf8;
-  std::vector<std::string> positional;
-  std::string why;
-  if (!koshr_tool::parse_arguments(argc, argv,
-                                   {{"--check", nullptr, &check},
-                                    {"--type", &type_name, &have_type},
-                                    {"--culture", &culture_utf8, &have_culture}},
-                                   false, &positional, &why)) {
-    return koshr_tool::fail("fmt", why);
+  bool check = args.has("--check"), have_culture = args.has("--culture");
+  const std::string& type_name = args.value("--type");
+  const std::vector<std::string>& positional = args.operands;
+  if (args.has("--type") && !parse_type(type_name.c_str(), &type)) {
+    return koshr_tool::usage_error(args, "unknown type \"" + type_name + "\"");
   }
-  if (have_type && !parse_type(type_name.c_str(), &type)) {
-    return koshr_tool::fail("fmt", "unknown type \"" + type_name + "\"");
-  }
-  std::u16string culture = koshr_tool::utf8_to_utf16(culture_utf8);
-  if (positional.empty() || (!check && positional.size() < 2) ||
-      (check && positional.size() != 1)) {
-    std::fprintf(stderr, "koshr: fmt: expected FORMAT and %s (see 'koshr fmt --help')\n",
-                 check ? "nothing else" : "at least one VALUE");
-    return 2;
+  std::u16string culture = koshr_tool::utf8_to_utf16(args.value("--culture"));
+  if (int status = check ? koshr_tool::check_operands(args, 1, 1, "FORMAT")
+                         : koshr_tool::check_operands(args, 2, SIZE_MAX, "FORMAT VALUE...")) {
+    return status;
   }
   const char16_t* culture_text = have_culture ? culture.c_str() : nullptr;
   std::vector<KOFMTCODE> compiled(kCompiledCodes);
@@ -150,10 +141,12 @@ int run_fmt(int argc, char** argv) {
   return 0;
 }
 
-const koshr_tool::Command kFmt{"fmt", "render values through a display format", kUsage, &run_fmt};
+const koshr_tool::Command kFmt{
+    "fmt", "render values through a display format", kUsage, &run_fmt,
+    {{{"--check", nullptr}, {"--type", "TYPE"}, {"--culture", "TEXT"}}, {}}};
 KOSHR_COMMAND(kFmt);
 
-int demo_formats() {
+int demo_formats(const std::string&) {
   const char16_t* german =
       u"sDecimal=,\tsThousand=.\tsCurrency=EUR\tiCurrency=3\tiNegCurr=8"
       u"\tsShortDate=dd.MM.yyyy\tsTime=:";

@@ -6,6 +6,8 @@
 #include <koshr/library.h>
 #include <koshr/storage.h>
 
+#include <cerrno>
+#include <cstdint>
 #include <cstdio>
 #include <cstring>
 #include <ctime>
@@ -40,17 +42,24 @@ const char kUsage[] =
     "  rm LIB ENTRY                             remove an entry\n"
     "  export LIB [ENTRY...] -o DIR             one file an entry: export header, then text or hex section\n"
     "  import LIB FILE...                       the reverse of export\n"
-    "  check LIB                                verify the file; exit 1 with one line per finding\n";
+    "  check LIB                                verify the file; exit 1 with one line per finding\n"
+    "  optimize LIB                             rewrite compactly: balanced directory, each entry's\n"
+    "                                           data in one run, leaked blocks reclaimed\n";
 
 const char kStartMarker[] = "Start of Korvane Binary Data Section : Do NOT Edit";
 
-// Arguments split into positionals and the few options.
+// The parsed command line: operands[0] is LIB.
 struct Args {
   std::vector<std::string> positional;
   std::string comment;
   bool text = false;
   std::string out_dir;
 };
+
+Args args_of(const koshr_tool::Arguments& arguments) {
+  return {arguments.operands, arguments.value("--comment"), arguments.has("--text"),
+          arguments.value("-o")};
+}
 
 std::string lmi_error(int32_t rc) {
   switch (rc) {
@@ -170,7 +179,12 @@ int cmd_new(const Args& a) {
   std::u16string comment = utf8_to_utf16(a.comment);
   Session s;
   int32_t rc = LMI_CreateLibrary(s.pool(), path.data(), comment.c_str());
-  return rc ? fail("lib new " + a.positional[0], lmi_error(rc)) : 0;
+  if (rc == 0) return 0;
+  std::string why = rc == LMI_E_EXISTS ? std::strerror(EEXIST) : "";
+  if (rc == LMI_E_CREATE_FAILED) {
+    why = koshr_tool::open_problem(a.positional[0], koshr_tool::Access::kCreate);
+  }
+  return fail("lib new " + a.positional[0], why.empty() ? lmi_error(rc) : why);
 }
 
 int cmd_ls(const Args& a, Session& s) {
@@ -203,7 +217,6 @@ int cmd_info(const Args& a, Session& s) {
 }
 
 int cmd_cat(const Args& a, Session& s) {
-  if (a.positional.size() != 2) return fail("lib cat", "expects LIB ENTRY");
   std::string bytes;
   int32_t rc = s.read(a.positional[1], &bytes);
   if (rc) return fail("lib cat " + a.positional[1], lmi_error(rc));
@@ -213,9 +226,9 @@ int cmd_cat(const Args& a, Session& s) {
 }
 
 int cmd_put(const Args& a, Session& s) {
-  if (a.positional.size() < 2 || a.positional.size() > 3) return fail("lib put", "expects LIB ENTRY [FILE]");
   std::string bytes, file = a.positional.size() == 3 ? a.positional[2] : "-";
-  if (!read_input(file, &bytes)) return fail("lib put " + file, "cannot read the file");
+  std::string why;
+  if (!read_input(file, &bytes, &why)) return fail("lib put " + file, why);
   if (a.text) bytes = as_bytes(utf8_to_utf16(bytes));
   int32_t rc = s.write(a.positional[1], bytes, utf8_to_utf16(a.comment));
   if (rc == 0) rc = s.close();
@@ -223,7 +236,6 @@ int cmd_put(const Args& a, Session& s) {
 }
 
 int cmd_rm(const Args& a, Session& s) {
-  if (a.positional.size() != 2) return fail("lib rm", "expects LIB ENTRY");
   std::u16string name = utf8_to_utf16(a.positional[1]);
   int32_t rc = LMI_DeleteEntry(s.lib(), name.data());
   if (rc == 0) rc = s.close();
@@ -251,17 +263,19 @@ int export_entry(Session& s, const std::string& entry, const std::filesystem::pa
     text.append(hex, units);
     kostg_fee(s.pool(), hex);
   }
-  std::ofstream out(dir / entry, std::ios::binary);
+  std::filesystem::path file = dir / std::filesystem::path(name);
+  errno = 0;
+  std::ofstream out(file, std::ios::binary);
   std::string utf8 = utf16_to_utf8(text);
   out.write(utf8.data(), std::streamsize(utf8.size()));
-  if (!out) return fail("lib export " + entry, "cannot write " + (dir / entry).string());
+  out.close();
+  if (!out) return fail("lib export " + file.string(), std::strerror(errno ? errno : EIO));
   return 0;
 }
 
+// Every entry named is looked up before the output folder is made, and a
+// folder the export made is removed again when the export fails.
 int cmd_export(const Args& a, Session& s) {
-  if (a.out_dir.empty()) return fail("lib export", "needs -o DIR");
-  std::error_code ec;
-  std::filesystem::create_directories(a.out_dir, ec);
   std::vector<std::string> entries(a.positional.begin() + 1, a.positional.end());
   if (entries.empty()) {
     LMI_LIST_ITEM* items = nullptr;
@@ -270,8 +284,21 @@ int cmd_export(const Args& a, Session& s) {
     for (int32_t i = 0; i < count; ++i) entries.push_back(utf16_to_utf8(items[i].name));
     kostg_fee(s.pool(), items);
   }
+  for (const std::string& entry : entries) {
+    std::u16string name = utf8_to_utf16(entry);
+    LMI_ENTRY_INFO_EX info;
+    if (int32_t rc = LMI_EntryInfoExtended(s.lib(), name.data(), &info))
+      return fail("lib export " + entry, lmi_error(rc));
+  }
+  std::filesystem::path dir = utf8_to_utf16(a.out_dir);
+  std::error_code ec;
+  bool made = std::filesystem::create_directories(dir, ec);
+  if (ec) return fail("lib export " + a.out_dir, ec.message());
+  if (!std::filesystem::is_directory(dir, ec))
+    return fail("lib export " + a.out_dir, std::strerror(ENOTDIR));
   int status = 0;
-  for (const std::string& entry : entries) status |= export_entry(s, entry, a.out_dir);
+  for (const std::string& entry : entries) status |= export_entry(s, entry, dir);
+  if (status != 0 && made) std::filesystem::remove_all(dir, ec);
   return status;
 }
 
@@ -287,7 +314,8 @@ bool take_line(std::u16string* text, const std::u16string& tag, std::u16string* 
 
 int import_file(Session& s, const std::string& file) {
   std::string raw;
-  if (!read_input(file, &raw)) return fail("lib import " + file, "cannot read the file");
+  std::string why;
+  if (!read_input(file, &raw, &why)) return fail("lib import " + file, why);
   std::u16string text = utf8_to_utf16(raw), name, escaped;
   if (!take_line(&text, u"$KOExportHeader$", &name)) return fail("lib import " + file, "no export header");
   std::u16string comment;
@@ -307,7 +335,6 @@ int import_file(Session& s, const std::string& file) {
 }
 
 int cmd_import(const Args& a, Session& s) {
-  if (a.positional.size() < 2) return fail("lib import", "expects LIB FILE...");
   int status = 0;
   for (size_t i = 1; i < a.positional.size(); ++i) status |= import_file(s, a.positional[i]);
   int32_t rc = s.close();
@@ -317,79 +344,123 @@ int cmd_import(const Args& a, Session& s) {
 int cmd_check(const Args& a) {
   Session s;
   std::u16string path = utf8_to_utf16(a.positional[0]);
+  std::string problem = koshr_tool::open_problem(a.positional[0], koshr_tool::Access::kRead);
+  if (!problem.empty()) return fail("lib check " + a.positional[0], problem);
   int32_t rc = LMI_CheckLibrary(s.pool(), path.c_str(),
                                 [](void*, int, const char* finding) { std::printf("%s\n", finding); }, nullptr);
   if (rc < 0) return fail("lib check " + a.positional[0], lmi_error(rc));
   return rc == 0 ? 0 : 1;
 }
 
-int run_lib(int argc, char** argv) {
-  if (argc < 2) return koshr_tool::misuse(kUsage);
-  std::string sub = argv[1];
-  Args a;
-  std::string error;
-  if (!koshr_tool::parse_arguments(argc - 1, argv + 1,
-                                   {{"--text", nullptr, &a.text},
-                                    {"--comment", &a.comment, nullptr},
-                                    {"-o", &a.out_dir, nullptr}},
-                                   true, &a.positional, &error)) {
-    return fail("lib " + sub, error);
-  }
-  if (a.positional.empty()) return fail("lib " + sub, "expects LIB");
-  if (sub == "new") return cmd_new(a);
-  if (sub == "check") return cmd_check(a);
-  struct Sub {
-    const char* name;
-    int mode;
-    int (*run)(const Args&, Session&);
-  } const subs[] = {{"ls", LMI_MODE_READ, cmd_ls},        {"info", LMI_MODE_READ, cmd_info},
-                    {"cat", LMI_MODE_READ, cmd_cat},      {"put", LMI_MODE_READWRITE, cmd_put},
-                    {"rm", LMI_MODE_READWRITE, cmd_rm},   {"export", LMI_MODE_READ, cmd_export},
-                    {"import", LMI_MODE_READWRITE, cmd_import}};
-  for (const Sub& s : subs) {
-    if (sub != s.name) continue;
-    Session session;
-    if (!session.open(a.positional[0], s.mode)) return fail("lib " + sub + " " + a.positional[0], lmi_error(LMI_E_NO_HANDLE));
-    return s.run(a, session);
-  }
-  return fail("lib " + sub, "unknown subcommand (see 'koshr lib --help')");
+// Why a library would not open: the system's reason, or else its content.
+std::string open_failure(const std::string& path, int mode) {
+  std::string problem = koshr_tool::open_problem(
+      path, mode == LMI_MODE_READ ? koshr_tool::Access::kRead : koshr_tool::Access::kWrite);
+  return problem.empty() ? "not a library file, or a damaged one (see 'koshr lib check')" : problem;
 }
 
-const koshr_tool::Command kLib{"lib", "read and write library files", kUsage, &run_lib};
+int cmd_optimize(const Args& a) {
+  Session s;
+  std::u16string path = utf8_to_utf16(a.positional[0]);
+  int32_t rc = LMI_OptimizeLibrary(s.pool(), path.c_str());
+  if (rc == LMI_E_IO || rc == LMI_E_NO_HANDLE) {
+    return fail("lib optimize " + a.positional[0], open_failure(a.positional[0], LMI_MODE_READWRITE));
+  }
+  return rc ? fail("lib optimize " + a.positional[0], lmi_error(rc)) : 0;
+}
+
+int run_lib(const koshr_tool::Arguments& arguments) {
+  const Args a = args_of(arguments);
+  const std::string& sub = arguments.subcommand;
+  struct Sub {
+    const char* name;
+    int mode;  // -1: the subcommand opens no handle
+    size_t least, most;
+    const char* operands;
+    int (*run)(const Args&, Session&);
+  } const subs[] = {
+      {"new", -1, 1, 1, "LIB", nullptr},
+      {"check", -1, 1, 1, "LIB", nullptr},
+      {"optimize", -1, 1, 1, "LIB", nullptr},
+      {"ls", LMI_MODE_READ, 1, 1, "LIB", cmd_ls},
+      {"info", LMI_MODE_READ, 1, 1, "LIB", cmd_info},
+      {"cat", LMI_MODE_READ, 2, 2, "LIB ENTRY", cmd_cat},
+      {"put", LMI_MODE_READWRITE, 2, 3, "LIB ENTRY [FILE]", cmd_put},
+      {"rm", LMI_MODE_READWRITE, 2, 2, "LIB ENTRY", cmd_rm},
+      {"export", LMI_MODE_READ, 1, SIZE_MAX, "LIB [ENTRY...]", cmd_export},
+      {"import", LMI_MODE_READWRITE, 2, SIZE_MAX, "LIB FILE...", cmd_import},
+  };
+  for (const Sub& s : subs) {
+    if (sub != s.name) continue;
+    if (int status = koshr_tool::check_operands(arguments, s.least, s.most, s.operands)) {
+      return status;
+    }
+    if (sub == "export" && !arguments.has("-o")) {
+      return koshr_tool::usage_error(arguments, "needs -o DIR");
+    }
+    if (sub == "new") return cmd_new(a);
+    if (sub == "check") return cmd_check(a);
+    if (sub == "optimize") return cmd_optimize(a);
+    Session session;
+    if (!session.open(a.positional[0], s.mode))
+      return fail("lib " + sub + " " + a.positional[0], open_failure(a.positional[0], s.mode));
+    return s.run(a, session);
+  }
+  return koshr_tool::usage_error(arguments, "unknown subcommand");
+}
+
+const koshr_tool::Command kLib{"lib", "read and write library files", kUsage, &run_lib,
+                               {{},
+                                {{"new", {{"--comment", "TEXT"}}},
+                                 {"ls", {}},
+                                 {"info", {}},
+                                 {"cat", {{"--text", nullptr}}},
+                                 {"put", {{"--text", nullptr}, {"--comment", "TEXT"}}},
+                                 {"rm", {}},
+                                 {"export", {{"-o", "DIR"}}},
+                                 {"import", {}},
+                                 {"check", {}},
+                                 {"optimize", {}}}}};
 KOSHR_COMMAND(kLib);
 
-// The tour's stop: a small library, its listing and one exported entry.
-int demo_library() {
-  std::filesystem::path dir = std::filesystem::temp_directory_path() / "koshr_demo_library";
-  std::filesystem::remove_all(dir);
-  std::filesystem::create_directories(dir);
-  std::string lib = (dir / "demo.kol").string();
-  Session s;
-  std::u16string path = utf8_to_utf16(lib);
-  if (LMI_CreateLibrary(s.pool(), path.data(), u"a demonstration library") != 0 || !s.open(lib, LMI_MODE_READWRITE))
-    return 1;
-  s.write("w_main.srw", as_bytes(u"forward\r\nglobal type w_main from window\r\nend type\r\n"), u"main window");
-  s.write("d_orders.srd", as_bytes(u"release 6;\r\ndatawindow(units=0)\r\n"), u"orders");
+// The tour's stop: a small library built, listed, exported and checked with
+// the very commands shown, in the demo's folder, where it stays to be tried.
+int demo_library(const std::string& folder) {
+  std::filesystem::path dir = utf8_to_utf16(folder);
+  std::string lib = (dir / "orders.kol").string(), source = (dir / "main_window.txt").string();
+  std::ofstream(dir / "main_window.txt", std::ios::binary)
+      << "forward\r\nglobal type main_window from window\r\nend type\r\n";
+  std::ofstream(dir / "orders.txt", std::ios::binary) << "release 1;\r\ngrid(units=0)\r\n";
   std::string icon(600, '\0');
   for (size_t i = 0; i < icon.size(); ++i) icon[i] = char(i * 37);
-  s.write("app.ico", icon, u"");
-  if (s.close() != 0) return 1;
-  std::printf("$ koshr lib ls %s\n", lib.c_str());
-  char* argv_ls[] = {const_cast<char*>("lib"), const_cast<char*>("ls"), lib.data()};
-  if (run_lib(3, argv_ls) != 0) return 1;
-  std::string out = (dir / "export").string();
-  std::printf("\n$ koshr lib export %s w_main.srw -o %s\n", lib.c_str(), out.c_str());
-  char* argv_export[] = {const_cast<char*>("lib"), const_cast<char*>("export"), lib.data(),
-                         const_cast<char*>("w_main.srw"), const_cast<char*>("-o"), out.data()};
-  if (run_lib(6, argv_export) != 0) return 1;
-  std::string exported;
-  read_input((std::filesystem::path(out) / "w_main.srw").string(), &exported);
+  std::ofstream(dir / "app.bin", std::ios::binary) << icon;
+  const std::vector<std::vector<std::string>> steps = {
+      {"lib", "new", lib, "--comment", "a demonstration library"},
+      {"lib", "put", lib, "main_window.kos", source, "--text", "--comment", "main window"},
+      {"lib", "put", lib, "orders.kos", (dir / "orders.txt").string(), "--text", "--comment",
+       "orders"},
+      {"lib", "put", lib, "app.bin", (dir / "app.bin").string()},
+      {"lib", "ls", lib},
+      {"lib", "export", lib, "main_window.kos", "-o", (dir / "export").string()},
+  };
+  for (const auto& step : steps) {
+    std::string line = "$ koshr";
+    for (const std::string& word : step)
+      line += " " + (word.find(' ') == std::string::npos ? word : "'" + word + "'");
+    std::printf("%s\n", line.c_str());
+    std::fflush(stdout);
+    if (koshr_tool::run_command_line(step) != 0) return 1;
+  }
+  std::string exported, exported_file = (dir / "export" / "main_window.kos").string();
+  std::printf("$ cat %s\n", exported_file.c_str());
+  read_input(exported_file, &exported);
   write_stdout(exported);
-  std::printf("\n$ koshr lib check %s\n", lib.c_str());
-  char* argv_check[] = {const_cast<char*>("lib"), const_cast<char*>("check"), lib.data()};
-  int rc = run_lib(3, argv_check);
+  std::printf("$ koshr lib check %s && echo sound\n", lib.c_str());
+  std::fflush(stdout);
+  int rc = koshr_tool::run_command_line({"lib", "check", lib});
   if (rc == 0) std::printf("sound\n");
-  std::filesystem::remove_all(dir);
+  std::printf("\n(lib new refuses a library that exists: remove orders.kol to replay from the "
+              "first step.)\n");
   return rc;
 }
 

@@ -8,7 +8,7 @@
  *                                 grouped or union query
  */
 #include <cstdio>
-#include <cstring>
+#include <string>
 
 #include "cli.h"
 #include "command.h"
@@ -29,52 +29,66 @@ const char kUsage[] =
     "classify  prints 'aggregate' for an aggregate, distinct, grouped or union\n"
     "          SELECT, else 'plain'\n";
 
+// The scans read the character before the text they are given: the text
+// goes after a blank, as it would stand in a statement.
+std::u16string after_blank(const std::u16string& text) { return u" " + text; }
+
 int tail(const std::u16string& select) {
+  const std::u16string buffer = after_blank(select);
   const KOCHAR* found = nullptr;
-  DBI_ParseBasicSelect(nullptr, select.c_str(), &found);
+  DBI_ParseBasicSelect(nullptr, buffer.c_str() + 1, &found);
   if (found == nullptr) return 1;
   std::printf("%s\n", koshr_tool::utf16_to_utf8(found).c_str());
   return 0;
 }
 
 int find(const std::u16string& keyword, const std::u16string& text) {
+  const std::u16string buffer = after_blank(text);
   int32_t found = 0;
   uint32_t position = 0;
-  DBI_LookForKeyWord(nullptr, keyword.c_str(), text.c_str(), &found, &position, nullptr);
+  DBI_LookForKeyWord(nullptr, keyword.c_str(), buffer.c_str() + 1, &found, &position, nullptr);
   if (found == 0) return 1;
   std::printf("%u\n", position);
   return 0;
 }
 
-// The classification reads what follows the word SELECT, blank included.
-int classify(std::u16string select) {
-  size_t start = select.find_first_not_of(u" \t\r\n");
-  if (start != std::u16string::npos && DBI_DoCompareFirst(select.data() + start, u"select") != 0) {
-    select.erase(0, start + 6);
+// The classification reads what follows the word SELECT.
+int classify(const std::u16string& select) {
+  std::u16string buffer = after_blank(select);
+  size_t start = buffer.find_first_not_of(u" \t\r\n");
+  if (start == std::u16string::npos || DBI_DoCompareFirst(buffer.data() + start, u"select") == 0) {
+    start = 1;
+  } else {
+    start += 6;
   }
   int32_t flag = 0;
-  DBI_ParseKeyWords(nullptr, select.c_str(), &flag);
+  DBI_ParseKeyWords(nullptr, buffer.c_str() + start, &flag);
   std::printf("%s\n", flag != 0 ? "aggregate" : "plain");
   return 0;
 }
 
-int run_sql(int argc, char** argv) {
-  const char* what = argc > 1 ? argv[1] : "";
-  if (std::strcmp(what, "tail") == 0 && argc == 3) return tail(koshr_tool::utf8_to_utf16(argv[2]));
-  if (std::strcmp(what, "find") == 0 && argc == 4) {
-    return find(koshr_tool::utf8_to_utf16(argv[2]), koshr_tool::utf8_to_utf16(argv[3]));
+int run_sql(const koshr_tool::Arguments& args) {
+  const auto& operands = args.operands;
+  size_t wanted = args.subcommand == "find" ? 2 : 1;
+  const char* expects = wanted == 2 ? "KEYWORD TEXT" : "TEXT";
+  if (int status = koshr_tool::check_operands(args, wanted, wanted, expects)) return status;
+  if (args.subcommand == "tail") return tail(koshr_tool::utf8_to_utf16(operands[0]));
+  if (args.subcommand == "find") {
+    return find(koshr_tool::utf8_to_utf16(operands[0]), koshr_tool::utf8_to_utf16(operands[1]));
   }
-  if (std::strcmp(what, "classify") == 0 && argc == 3) return classify(koshr_tool::utf8_to_utf16(argv[2]));
-  return koshr_tool::misuse(kUsage);
+  return classify(koshr_tool::utf8_to_utf16(operands[0]));
 }
 
-const koshr_tool::Command kSql{"sql", "find keywords and clauses in SQL text", kUsage, &run_sql};
+const koshr_tool::Command kSql{"sql", "find keywords and clauses in SQL text", kUsage, &run_sql,
+                               {{}, {{"tail", {}}, {"find", {}}, {"classify", {}}}}};
 KOSHR_COMMAND(kSql);
 
-int demo() {
-  const char16_t* select = u"select name, sum(total) from orders where note <> 'where' group by name";
+int demo(const std::string&) {
+  const std::u16string select =
+      u"select name, sum(total) from orders where note <> 'where' group by name";
+  const std::u16string buffer = after_blank(select);
   const KOCHAR* found = nullptr;
-  DBI_ParseBasicSelect(nullptr, select, &found);
+  DBI_ParseBasicSelect(nullptr, buffer.c_str() + 1, &found);
   std::printf("SQL      %s\ntail     %s\n", koshr_tool::utf16_to_utf8(select).c_str(),
               koshr_tool::utf16_to_utf8(found).c_str());
   KOCHAR name[DBI_NAME_LENGTH + 16];

@@ -6,15 +6,41 @@
 #include "utf.h"
 
 namespace koshr_tool {
+namespace {
+
+constexpr size_t kWindowBytes = 1 << 16;
+
+}  // namespace
 
 CsvReader::CsvReader(std::string_view text) : text_(text) {
   if (text_.substr(0, 3) == "\xEF\xBB\xBF") at_ = 3;
 }
 
+CsvReader::CsvReader(std::FILE* file) : file_(file) {
+  if (peek() == 0xEF && peek(1) == 0xBB && peek(2) == 0xBF) at_ = 3;
+}
+
+bool CsvReader::refill(size_t ahead) {
+  if (!file_) return false;
+  window_.erase(0, at_);
+  at_ = 0;
+  while (window_.size() <= ahead) {
+    size_t kept = window_.size();
+    window_.resize(kept + kWindowBytes);
+    size_t got = std::fread(&window_[kept], 1, kWindowBytes, file_);
+    window_.resize(kept + got);
+    if (got == 0) break;
+  }
+  text_ = window_;
+  return window_.size() > ahead;
+}
+
 bool CsvReader::fail(size_t line, const std::string& why) {
   error_ = "line " + std::to_string(line) + ": " + why;
   record_line_ = line;
-  at_ = text_.size();
+  file_ = nullptr;
+  text_ = {};
+  at_ = 0;
   return false;
 }
 
@@ -22,19 +48,20 @@ bool CsvReader::read_field(std::string& field, bool& record_end) {
   field.clear();
   record_end = false;
   auto end_of_line = [&]() {
-    if (text_[at_] == '\r' && at_ + 1 < text_.size() && text_[at_ + 1] == '\n') ++at_;
+    if (peek() == '\r' && peek(1) == '\n') ++at_;
     ++at_;
     ++line_;
     record_end = true;
   };
-  if (at_ < text_.size() && text_[at_] == '"') {
+  if (peek() == '"') {
     size_t opened = line_;
     ++at_;
     for (;;) {
-      if (at_ >= text_.size()) return fail(opened, "a quoted field is never closed");
-      char c = text_[at_++];
+      int c = peek();
+      if (c < 0) return fail(opened, "a quoted field is never closed");
+      ++at_;
       if (c == '"') {
-        if (at_ < text_.size() && text_[at_] == '"') {
+        if (peek() == '"') {
           field += '"';
           ++at_;
           continue;
@@ -42,21 +69,21 @@ bool CsvReader::read_field(std::string& field, bool& record_end) {
         break;
       }
       if (c == '\n') ++line_;
-      field += c;
+      field += char(c);
     }
-    if (at_ >= text_.size()) {
+    int next = peek();
+    if (next < 0) {
       record_end = true;
-    } else if (text_[at_] == ',') {
+    } else if (next == ',') {
       ++at_;
-    } else if (text_[at_] == '\r' || text_[at_] == '\n') {
+    } else if (next == '\r' || next == '\n') {
       end_of_line();
     } else {
       return fail(line_, "text after the closing quote of a field");
     }
     return true;
   }
-  while (at_ < text_.size()) {
-    char c = text_[at_];
+  for (int c; (c = peek()) >= 0;) {
     if (c == ',') {
       ++at_;
       return true;
@@ -66,24 +93,40 @@ bool CsvReader::read_field(std::string& field, bool& record_end) {
       return true;
     }
     if (c == '"') return fail(line_, "a quote inside a field that does not start with one");
-    field += c;
-    ++at_;
+    // Plain bytes up to the next special one go in at once.
+    size_t run = at_ + 1;
+    while (run < text_.size() && text_[run] != ',' && text_[run] != '\r' && text_[run] != '\n' &&
+           text_[run] != '"') {
+      ++run;
+    }
+    field.append(text_.data() + at_, run - at_);
+    at_ = run;
   }
   record_end = true;
   return true;
 }
 
 bool CsvReader::next(std::vector<std::string>& fields) {
-  fields.clear();
-  if (at_ >= text_.size()) return false;
+  if (at_end()) {
+    fields.clear();
+    return false;
+  }
   record_line_ = line_;
   bool record_end = false;
-  std::string field;
+  size_t count = 0;
   while (!record_end) {
-    if (!read_field(field, record_end)) return false;
-    if (!valid_utf8(field)) return fail(record_line_, "the text is not UTF-8");
-    fields.push_back(field);
+    if (count == fields.size()) fields.emplace_back();
+    std::string& field = fields[count++];
+    if (!read_field(field, record_end)) {
+      fields.clear();
+      return false;
+    }
+    if (!valid_utf8(field)) {
+      fields.clear();
+      return fail(record_line_, "the text is not UTF-8");
+    }
   }
+  fields.resize(count);
   return true;
 }
 

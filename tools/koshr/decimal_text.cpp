@@ -1,5 +1,5 @@
 /*
- * decimal_text.cpp: reads a decimal number typed as text into a KODECIMAL.
+ * decimal_text.cpp: decimal numbers between text and KODECIMAL.
  */
 #include "decimal_text.h"
 
@@ -36,6 +36,24 @@ bool read_decimal(std::string_view text, KODECIMAL& out) {
   out.hi32 = uint32_t(magnitude >> 64);
   out.lo64 = uint64_t(magnitude);
   return true;
+}
+
+std::string decimal_to_text(const KODECIMAL& value) {
+  unsigned __int128 magnitude = (static_cast<unsigned __int128>(value.hi32) << 64) | value.lo64;
+  char digits[48];
+  size_t length = 0;
+  do {
+    digits[length++] = char('0' + unsigned(magnitude % 10));
+    magnitude /= 10;
+  } while (magnitude != 0);
+  while (length <= value.scale) digits[length++] = '0';
+  std::string text;
+  if (value.sign & KODECIMAL_NEGATIVE) text += '-';
+  for (size_t i = length; i-- > 0;) {
+    text += digits[i];
+    if (i == value.scale && i != 0) text += '.';
+  }
+  return text;
 }
 
 }  // namespace koshr_tool

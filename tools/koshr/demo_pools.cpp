@@ -17,7 +17,7 @@ uint64_t held(KostgContext* context) {
   return uint64_t(kostg_stat(context, counters));
 }
 
-int tour_pools() {
+int tour_pools(const std::string&) {
   KostgContext* context = kostg_begin(0);
   if (!context) return koshr_tool::fail("demo", "cannot open a storage context");
   std::printf("A storage context holds %llu bytes before its first block.\n",

@@ -124,43 +124,45 @@ uint8_t type_from_name(const std::string& name) {
   return 0;
 }
 
-std::vector<ColumnSpec> infer_columns(const std::vector<std::string>& names,
-                                      const std::vector<std::vector<std::string>>& rows) {
+void ColumnInference::add(const std::vector<std::string>& row) {
+  for (size_t c = 0; c < seen_.size() && c < row.size(); ++c) {
+    const std::string& field = row[c];
+    if (field.empty()) continue;
+    Seen& seen = seen_[c];
+    ++seen.filled;
+    KODATETIME when{};
+    KODECIMAL decimal{};
+    double number;
+    seen.datetimes = seen.datetimes && read_datetime(field, when);
+    seen.dates = seen.dates && read_date_only(field, when);
+    seen.times = seen.times && read_time_only(field, when);
+    if (seen.fixed && read_decimal(field, decimal) &&
+        (seen.scale < 0 || seen.scale == decimal.scale)) {
+      seen.scale = decimal.scale;
+    } else {
+      seen.fixed = false;
+    }
+    seen.numbers = seen.numbers && read_double(field, number);
+    seen.longest = std::max(seen.longest, utf16_length(field));
+  }
+}
+
+std::vector<ColumnSpec> ColumnInference::columns(const std::vector<std::string>& names) const {
   std::vector<ColumnSpec> columns;
   for (size_t c = 0; c < names.size(); ++c) {
-    bool datetimes = true, dates = true, times = true, fixed = true, numbers = true;
-    int scale = -1;
-    size_t longest = 1, filled = 0;
-    for (const auto& row : rows) {
-      const std::string& field = row[c];
-      if (field.empty()) continue;
-      ++filled;
-      KODATETIME when{};
-      KODECIMAL decimal{};
-      double number;
-      datetimes = datetimes && read_datetime(field, when);
-      dates = dates && read_date_only(field, when);
-      times = times && read_time_only(field, when);
-      if (fixed && read_decimal(field, decimal) && (scale < 0 || scale == decimal.scale)) {
-        scale = decimal.scale;
-      } else {
-        fixed = false;
-      }
-      numbers = numbers && read_double(field, number);
-      longest = std::max(longest, utf8_to_utf16(field).size());
-    }
-    ColumnSpec column{names[c], KOSAVE_STRING, int32_t(longest)};
-    if (filled == 0) {
+    const Seen& seen = seen_[c];
+    ColumnSpec column{names[c], KOSAVE_STRING, int32_t(seen.longest)};
+    if (seen.filled == 0) {
       column.width = 1;
-    } else if (datetimes) {
+    } else if (seen.datetimes) {
       column = {names[c], KOSAVE_DATETIME, 0};
-    } else if (dates) {
+    } else if (seen.dates) {
       column = {names[c], KOSAVE_DATE, 0};
-    } else if (times) {
+    } else if (seen.times) {
       column = {names[c], KOSAVE_TIME, 0};
-    } else if (fixed) {
-      column = {names[c], KOSAVE_DECIMAL, scale};
-    } else if (numbers) {
+    } else if (seen.fixed) {
+      column = {names[c], KOSAVE_DECIMAL, seen.scale};
+    } else if (seen.numbers) {
       column = {names[c], KOSAVE_DOUBLE, 0};
     }
     columns.push_back(column);
@@ -209,13 +211,14 @@ bool parse_column_list(const std::string& text, std::vector<ColumnSpec>& out, st
 
 bool convert_field(const ColumnSpec& column, const std::string& field, CellValue& out,
                    std::string& why) {
-  out = CellValue{};
-  if (field.empty()) return true;
-  out.missing = false;
+  // The cell is reused row after row: its text keeps its buffer.
+  out.missing = field.empty();
+  out.text.clear();
+  if (out.missing) return true;
+  out.when = KODATETIME{};
   if (column.type >= KOSAVE_DATETIME && column.type <= KOSAVE_TIME) {
-    out.text.reserve(field.size() + 2);
     out.text.push_back(u'\'');
-    out.text += utf8_to_utf16(field);
+    append_utf16(field, out.text);
     out.text.push_back(u'\'');
   }
   switch (column.type) {
@@ -240,7 +243,7 @@ bool convert_field(const ColumnSpec& column, const std::string& field, CellValue
       why = "'" + field + "' is not an ISO 8601 time";
       return false;
     default:
-      out.text = utf8_to_utf16(field);
+      append_utf16(field, out.text);
       return true;
   }
 }

@@ -42,8 +42,27 @@ const char* type_name(uint8_t type);
 // "string", "double", "datetime", "date", "time" or "decimal"; 0 when unknown.
 uint8_t type_from_name(const std::string& name);
 
-std::vector<ColumnSpec> infer_columns(const std::vector<std::string>& names,
-                                      const std::vector<std::vector<std::string>>& rows);
+// Infers the columns from the rows seen one at a time, so a file of any size
+// is typed in one pass without being held; it also keeps each column's
+// longest field (in UTF-16 units), the width of a string column.
+class ColumnInference {
+ public:
+  explicit ColumnInference(size_t columns) : seen_(columns) {}
+  void add(const std::vector<std::string>& row);
+  // The columns the rows seen so far make.
+  std::vector<ColumnSpec> columns(const std::vector<std::string>& names) const;
+  // The longest field of column `c`, at least 1.
+  int32_t longest(size_t c) const { return int32_t(seen_[c].longest); }
+
+ private:
+  struct Seen {
+    bool datetimes = true, dates = true, times = true, fixed = true, numbers = true;
+    int scale = -1;
+    size_t longest = 1, filled = 0;
+  };
+  std::vector<Seen> seen_;
+};
+
 // Reads "NAME:TYPE[:WIDTH],..."; false with `why` on a mistake.
 bool parse_column_list(const std::string& text, std::vector<ColumnSpec>& out, std::string& why);
 // Converts a field; false with `why` when it does not read as the column's

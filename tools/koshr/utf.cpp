@@ -27,8 +27,17 @@ size_t decode_utf8(std::string_view text, size_t at, char32_t* code) {
 
 std::u16string utf8_to_utf16(std::string_view text) {
   std::u16string out;
-  out.reserve(text.size());
+  append_utf16(text, out);
+  return out;
+}
+
+void append_utf16(std::string_view text, std::u16string& out) {
+  out.reserve(out.size() + text.size());
   for (size_t i = 0; i < text.size();) {
+    if (static_cast<unsigned char>(text[i]) < 0x80) {
+      out += char16_t(text[i++]);
+      continue;
+    }
     char32_t code = 0;
     size_t length = decode_utf8(text, i, &code);
     if (length == 0) {
@@ -45,7 +54,17 @@ std::u16string utf8_to_utf16(std::string_view text) {
       out += char16_t(code);
     }
   }
-  return out;
+}
+
+size_t utf16_length(std::string_view text) {
+  // One unit per sequence, two for the four-byte ones beyond the BMP.
+  size_t units = 0;
+  for (char c : text) {
+    auto byte = static_cast<unsigned char>(c);
+    units += (byte & 0xC0) != 0x80;
+    units += byte >= 0xF0;
+  }
+  return units;
 }
 
 bool valid_utf8(std::string_view text) {

@@ -12,9 +12,13 @@
 namespace koshr_tool {
 
 std::u16string utf8_to_utf16(std::string_view text);
+// The same, appended to `out`.
+void append_utf16(std::string_view text, std::u16string& out);
 std::string utf16_to_utf8(std::u16string_view text);
 // A null text gives "".
 std::string utf16_to_utf8(const char16_t* text);
+// The UTF-16 units well-formed UTF-8 `text` takes.
+size_t utf16_length(std::string_view text);
 // True when `text` is well-formed UTF-8.
 bool valid_utf8(std::string_view text);
 

@@ -1,5 +1,5 @@
 /*
- * library_name.cpp: the driver library file name of a DBMS name
+ * driver_file_name.cpp: the driver library file name of a DBMS name
  * (DBI_LibraryName).
  *
  * The name is a prefix ("ko", or "gl" for the managed runtime's ADO

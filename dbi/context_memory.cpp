@@ -1,16 +1,13 @@
 /*
- * context_support.cpp: pool access, error raising and driver calls for a
- * connection context.
+ * context_memory.cpp: pool memory and strings of a connection context.
  */
-#include "dbi/context_support.h"
+#include "dbi/context_memory.h"
 
-#include <koshr/strings.h>
+#include <koshr/storage.h>
 
 #include <cstring>
 
-#include "dbi/runtime_services.h"
 #include "platform/utf16.h"
-#include "storage/u16_format.h"
 
 namespace ko::dbi {
 
@@ -50,27 +47,6 @@ void release_secret(DbiContext* context, KOCHAR* text) {
   if (text == nullptr) return;
   wipe(text, u16len(text) * sizeof(KOCHAR));
   release(context, text);
-}
-
-void raise_error(DbiContext* context, const char* key, const KOCHAR* argument) {
-  u16_format(context->message, DBI_MESSAGE_LENGTH, runtime_services().message_text(key),
-             argument != nullptr ? argument : u"");
-  context->return_code = DBI_RC_ERROR;
-  context->sql_code = -1;
-}
-
-bool is_in_process(const KOCHAR* dbms) {
-  if (dbms == nullptr) return false;
-  return u16str(dbms, u"ADO.Net") != nullptr || u16str(dbms, u"ADO.NET") != nullptr;
-}
-
-void call_driver(DbiContext* context, int32_t operation) {
-  context->operation = operation;
-  if (context->driver != nullptr) {
-    context->driver(context);
-  } else if (is_in_process(context->dbms)) {
-    runtime_services().in_process_driver(context);
-  }
 }
 
 }  // namespace ko::dbi

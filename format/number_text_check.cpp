@@ -1,5 +1,5 @@
 /*
- * real_text.cpp: checks that a text is a plain written number.
+ * number_text_check.cpp: checks that a text is a plain written number.
  *
  * A valid number is: optional blanks, an optional sign, digits (grouping
  * characters allowed between them), an optional fraction after the decimal
