@@ -366,28 +366,40 @@ TEST_F(OdbcDriverTest, EveryValueTypeRoundTripsExactly) {
   }
 }
 
-TEST_F(OdbcDriverTest, DescribesColumnsWithOurTypes) {
+TEST_F(OdbcDriverTest, DescribesColumnsWithOurTypesBeforeOrAfterExecuting) {
   DbiContext* context = connect();
   fresh_table(context, u"described",
               u"i integer NOT NULL, n numeric(12,2), t timestamp, s varchar(20)");
-  DbiStatement* statement = nullptr;
-  DBI_Prepare(context, u"SELECT i, n, t, s FROM described", &statement);
-  DBI_Execute(context, statement);
-  const DbiColumnDescriptor* columns = nullptr;
-  uint32_t count = 0;
-  DBI_DescribeColumns(context, statement, &columns, &count);
-  ASSERT_EQ(count, 4u);
-  std::vector<std::pair<std::string, int32_t>> seen;
-  for (uint32_t i = 0; i < count; ++i)
-    seen.emplace_back(narrow(columns[i].name), columns[i].data_type);
-  EXPECT_EQ(seen, (std::vector<std::pair<std::string, int32_t>>{{"i", DBI_TYPE_INTEGER},
-                                                                {"n", DBI_TYPE_DECIMAL},
-                                                                {"t", DBI_TYPE_TIMESTAMP},
-                                                                {"s", DBI_TYPE_TEXT}}));
-  if (on_postgres()) {
-    EXPECT_EQ(columns[1].scale, 2);  // SQLite does not say
+  run(context, u"INSERT INTO described VALUES (1, 2.5, '2024-01-02 03:04:05', 'x')");
+  for (const bool execute_first : {true, false}) {
+    SCOPED_TRACE(execute_first ? "executed first" : "described first");
+    DbiStatement* statement = nullptr;
+    const std::u16string sql = execute_first ? u"SELECT i, n, t, s FROM described"
+                                             : u"SELECT i, n, t, s FROM described WHERE 1 = 1";
+    DBI_Prepare(context, sql.c_str(), &statement);
+    if (execute_first) DBI_Execute(context, statement);
+    const DbiColumnDescriptor* columns = nullptr;
+    uint32_t count = 0;
+    DBI_DescribeColumns(context, statement, &columns, &count);
+    ASSERT_EQ(count, 4u) << narrow(context->message);
+    std::vector<std::pair<std::string, int32_t>> seen;
+    for (uint32_t i = 0; i < count; ++i) {
+      seen.emplace_back(narrow(columns[i].name), columns[i].data_type);
+    }
+    EXPECT_EQ(seen, (std::vector<std::pair<std::string, int32_t>>{{"i", DBI_TYPE_INTEGER},
+                                                                  {"n", DBI_TYPE_DECIMAL},
+                                                                  {"t", DBI_TYPE_TIMESTAMP},
+                                                                  {"s", DBI_TYPE_TEXT}}));
+    if (on_postgres()) {
+      EXPECT_EQ(columns[1].scale, 2);  // SQLite does not say
+    }
+    if (!execute_first) DBI_Execute(context, statement);
+    DbiRowBlock block{};
+    DBI_FetchBlock(context, statement, 0, &block);
+    ASSERT_EQ(block.rows, 1u) << narrow(context->message);
+    EXPECT_EQ(show(block.values[1]), "decimal 2.5");
+    DBI_CloseStatement(context, statement);
   }
-  DBI_CloseStatement(context, statement);
 }
 
 TEST_F(OdbcDriverTest, FetchesInBlocksAcrossBoundariesAndLongValuesWhole) {
