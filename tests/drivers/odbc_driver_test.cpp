@@ -615,26 +615,46 @@ TEST_F(OdbcDriverTest, ConnectTakesTheFirstConnectStringAndNewParametersApply) {
 
 TEST_F(OdbcDriverTest, AServerGoneMidQueryGivesAClearErrorAndDisconnectFreesAll) {
   if (!on_postgres()) GTEST_SKIP() << "needs a server that can end a session";
-  DbiContext* victim = connect();
+  // The session ends before the statement runs, or between two blocks of a
+  // result read from a server-side cursor.
+  const struct {
+    const char16_t* connect_extra;
+    bool after_first_block;
+  } cases[] = {{u"", false}, {u";UseDeclareFetch=1;Fetch=50", true}};
   DbiContext* other = connect();
-  const std::string pid = single(victim, u"SELECT pg_backend_pid()");
-  ASSERT_EQ(pid.rfind("int ", 0), 0u) << pid;
-  DbiStatement* statement = nullptr;
-  DBI_Prepare(victim, u"SELECT generate_series(1, 100000)", &statement);
-  ASSERT_NE(statement, nullptr);
-  run(other, u"SELECT pg_terminate_backend(" + widen(pid.substr(4)) + u")");
-  DBI_Execute(victim, statement);
-  DbiRowBlock block{};
-  if (victim->return_code == 0) DBI_FetchBlock(victim, statement, 0, &block);
-  EXPECT_NE(victim->return_code, 0);
-  EXPECT_NE(narrow(victim->message).find("connection to the database was lost"), std::string::npos)
-      << narrow(victim->message);
-  DBI_CloseStatement(victim, statement);
-  DBI_ExecuteSQL(victim, u"SELECT 1", nullptr);
-  EXPECT_EQ(narrow(victim->message, 7), "08S01: ");
-  DBI_Disconnect(victim);
-  open_.erase(open_.begin());
-  EXPECT_EQ(victim->driver_connection, nullptr);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.after_first_block ? "between blocks" : "before execute");
+    const std::u16string saved = connect_;
+    connect_ += c.connect_extra;
+    DbiContext* victim = connect(u",FetchBlockSize=50");
+    connect_ = saved;
+    const std::string pid = single(victim, u"SELECT pg_backend_pid()");
+    ASSERT_EQ(pid.rfind("int ", 0), 0u) << pid;
+    DbiStatement* statement = nullptr;
+    DBI_Prepare(victim, u"SELECT generate_series(1, 100000)", &statement);
+    ASSERT_NE(statement, nullptr);
+    DbiRowBlock block{};
+    if (c.after_first_block) {
+      DBI_Execute(victim, statement);
+      DBI_FetchBlock(victim, statement, 0, &block);
+      ASSERT_EQ(block.rows, 50u) << narrow(victim->message);
+    }
+    run(other, u"SELECT pg_terminate_backend(" + widen(pid.substr(4)) + u")");
+    if (!c.after_first_block) DBI_Execute(victim, statement);
+    for (int i = 0; i < 100 && victim->return_code == 0; ++i) {
+      DBI_FetchBlock(victim, statement, 0, &block);
+    }
+    EXPECT_NE(victim->return_code, 0);
+    EXPECT_NE(narrow(victim->message).find("connection to the database was lost"),
+              std::string::npos)
+        << narrow(victim->message);
+    DBI_CloseStatement(victim, statement);
+    DBI_ExecuteSQL(victim, u"SELECT 1", nullptr);
+    EXPECT_EQ(narrow(victim->message, 7), "08S01: ");
+    DBI_Disconnect(victim);
+    open_.pop_back();
+    EXPECT_EQ(victim->driver_connection, nullptr);
+  }
   EXPECT_EQ(single(other, u"SELECT 1"), "int 1");
 }
 
