@@ -492,9 +492,20 @@ TEST_F(OdbcDriverTest, StatementCacheReusesPreparedStatementsAndClosesEvictedOne
               std::tuple(std::string("n"), DBI_TYPE_INTEGER));
     DBI_CloseStatement(context, statement);
   }
+  // Executed again before its result was read to the end: a fresh result.
+  DbiStatement* twice = nullptr;
+  DBI_Prepare(context, u"SELECT n FROM c", &twice);
+  for (int i = 0; i < 2; ++i) {
+    DBI_Execute(context, twice);
+    DbiRowBlock block{};
+    DBI_FetchBlock(context, twice, 0, &block);
+    EXPECT_EQ(std::tuple(context->return_code, block.rows), std::tuple(0, 1u))
+        << narrow(context->message);
+  }
+  DBI_CloseStatement(context, twice);
   EXPECT_EQ(std::tuple(g_recorder.counts[DBI_OP_PREPARE], g_recorder.counts[DBI_OP_DESCRIBE],
                        g_recorder.counts[DBI_OP_EXECUTE]),
-            std::tuple(1, 1, 3));
+            std::tuple(1, 1, 5));
   EXPECT_EQ(single(context, u"  SELECT n FROM c"), "int 7");
   EXPECT_EQ(g_recorder.counts[DBI_OP_PREPARE], 1);
 
