@@ -9,17 +9,17 @@
  *
  * `koshr query --as csv` of a table of 1,000,000 rows x 5 columns (integer,
  * text, numeric(12,2), double, timestamp) against, in the same run: the
- * floor of any ODBC client (this program fetching the same rows with bound
+ * floor of any ODBC client (odbc_floor.h: the same rows fetched with bound
  * columns and row arrays, writing nothing, in a child process of its own),
  * the sqlite3 shell's CSV output, Python's sqlite3 and csv modules; and for
  * PostgreSQL (when KOSHR_TEST_CONNECT names a server, as `make bench-postgres`
- * does) the floor and psql's \copy. A statement run again from the cache
- * against prepare, execute and close every time (one row by key, SQLite).
+ * does) the floor and psql's \copy. And what the statement cache saves
+ * inside our own stack: a one-row SELECT by key served from the cache
+ * against the same statement prepared anew and closed each time (the
+ * plain-ODBC peer is bench/dbi_odbc_cache.cpp).
  */
 #include <benchmark/benchmark.h>
 #include <koshr/dbi_sql.h>
-#include <sql.h>
-#include <sqlext.h>
 
 #include <sys/resource.h>
 #include <sys/wait.h>
@@ -32,6 +32,8 @@
 #include <filesystem>
 #include <string>
 #include <vector>
+
+#include "odbc_floor.h"
 
 namespace {
 
@@ -156,67 +158,11 @@ constexpr int kFetchRows = 256;  // rows per fetch, as the driver's default bloc
 // is theirs alone and the driver module is found the way a host finds it.
 fs::path self_path() { return fs::read_symlink("/proc/self/exe"); }
 
-// Fetches every row of `sql` with bound columns in row arrays of 256 rows,
-// row-wise, writing nothing: what any ODBC client must at least spend. Each
-// column is bound to its natural C type, or (`as_driver`) to the one our
-// driver binds (dates and times as text it reads itself).
-int run_floor(const std::string& connect, const std::string& sql, bool as_driver) {
-  SQLHENV env = SQL_NULL_HENV;
-  SQLHDBC dbc = SQL_NULL_HDBC;
-  SQLHSTMT stmt = SQL_NULL_HSTMT;
-  SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
-  SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-  SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
-  if (!SQL_SUCCEEDED(SQLDriverConnectA(dbc, nullptr, (SQLCHAR*)connect.c_str(), SQL_NTS, nullptr, 0,
-                                       nullptr, SQL_DRIVER_NOPROMPT))) {
-    return 2;
-  }
-  SQLAllocHandle(SQL_HANDLE_STMT, dbc, &stmt);
-  if (!SQL_SUCCEEDED(SQLExecDirectA(stmt, (SQLCHAR*)sql.c_str(), SQL_NTS))) return 3;
-  SQLSMALLINT count = 0;
-  SQLNumResultCols(stmt, &count);
-  struct Bound {
-    SQLSMALLINT c_type;
-    SQLLEN width, offset;
-  };
-  std::vector<Bound> bound;
-  SQLLEN row = 0;
-  for (SQLUSMALLINT c = 1; c <= SQLUSMALLINT(count); ++c) {
-    SQLSMALLINT type = 0, digits = 0, nullable = 0, name_length = 0;
-    SQLULEN size = 0;
-    SQLCHAR name[256];
-    SQLDescribeColA(stmt, c, name, sizeof name, &name_length, &type, &size, &digits, &nullable);
-    Bound b{SQL_C_WCHAR, SQLLEN(std::min<SQLULEN>(size ? size : 255, 1023) + 1) * 2, 0};
-    if (type == SQL_INTEGER || type == SQL_BIGINT || type == SQL_SMALLINT)
-      b = {SQL_C_SBIGINT, 8, 0};
-    if (type == SQL_NUMERIC || type == SQL_DECIMAL) b = {SQL_C_CHAR, 48, 0};
-    if (type == SQL_DOUBLE || type == SQL_FLOAT || type == SQL_REAL) b = {SQL_C_DOUBLE, 8, 0};
-    if (type == SQL_TYPE_TIMESTAMP) b = {SQL_C_TYPE_TIMESTAMP, sizeof(SQL_TIMESTAMP_STRUCT), 0};
-    if (type == SQL_TYPE_TIMESTAMP && as_driver) b = {SQL_C_CHAR, 48, 0};
-    b.offset = row;
-    row += (b.width + sizeof(SQLLEN) + 7) & ~SQLLEN{7};
-    bound.push_back(b);
-  }
-  std::vector<unsigned char> buffer(size_t(row) * kFetchRows);
-  SQLULEN fetched = 0;
-  SQLSetStmtAttr(stmt, SQL_ATTR_ROW_BIND_TYPE, reinterpret_cast<SQLPOINTER>(row), 0);
-  SQLSetStmtAttr(stmt, SQL_ATTR_ROW_ARRAY_SIZE, reinterpret_cast<SQLPOINTER>(SQLULEN(kFetchRows)),
-                 0);
-  SQLSetStmtAttr(stmt, SQL_ATTR_ROWS_FETCHED_PTR, &fetched, 0);
-  for (size_t c = 0; c < bound.size(); ++c) {
-    unsigned char* at = buffer.data() + bound[c].offset;
-    SQLBindCol(stmt, SQLUSMALLINT(c + 1), bound[c].c_type, at, bound[c].width,
-               reinterpret_cast<SQLLEN*>(at + ((bound[c].width + 7) & ~SQLLEN{7})));
-  }
-  uint64_t rows = 0;
-  SQLRETURN rc;
-  while (SQL_SUCCEEDED(rc = SQLFetch(stmt))) rows += fetched;
-  std::printf("%llu\n", static_cast<unsigned long long>(rows));
-  SQLFreeHandle(SQL_HANDLE_STMT, stmt);
-  SQLDisconnect(dbc);
-  SQLFreeHandle(SQL_HANDLE_DBC, dbc);
-  SQLFreeHandle(SQL_HANDLE_ENV, env);
-  return rc == SQL_NO_DATA ? 0 : 4;
+// The floor (odbc_floor.h) in this process, printing the rows fetched.
+int run_floor(const std::string& connect, const std::string& sql) {
+  int64_t rows = bench::odbc_fetch_floor(connect, sql, kFetchRows);
+  std::printf("%lld\n", static_cast<long long>(rows));
+  return rows == kTableRows ? 0 : 4;
 }
 
 // CPU seconds of this process so far: on a shared machine the wall clock
@@ -226,49 +172,6 @@ double cpu_seconds() {
   getrusage(RUSAGE_SELF, &usage);
   return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
          double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
-}
-
-// The same one-row SELECT by key on bare ODBC: one statement prepared once
-// and executed `rounds` times (`reuse`), or allocated, prepared and freed
-// every time. The most a statement cache can save with this driver.
-int run_odbc_statements(const std::string& connect, int rounds, bool reuse) {
-  SQLHENV env = SQL_NULL_HENV;
-  SQLHDBC dbc = SQL_NULL_HDBC;
-  SQLAllocHandle(SQL_HANDLE_ENV, SQL_NULL_HANDLE, &env);
-  SQLSetEnvAttr(env, SQL_ATTR_ODBC_VERSION, reinterpret_cast<SQLPOINTER>(SQL_OV_ODBC3), 0);
-  SQLAllocHandle(SQL_HANDLE_DBC, env, &dbc);
-  if (!SQL_SUCCEEDED(SQLDriverConnectA(dbc, nullptr, (SQLCHAR*)connect.c_str(), SQL_NTS, nullptr, 0,
-                                       nullptr, SQL_DRIVER_NOPROMPT))) {
-    return 2;
-  }
-  SQLHSTMT stmt = SQL_NULL_HSTMT;
-  SQLBIGINT key = 0, id = 0;
-  SQLLEN key_length = 0, id_length = 0;
-  auto prepare = [&] {
-    SQLAllocHandle(SQL_HANDLE_STMT, dbc, &stmt);
-    SQLPrepareA(stmt, (SQLCHAR*)"SELECT id, name, amount FROM t WHERE id = ?", SQL_NTS);
-    SQLBindParameter(stmt, 1, SQL_PARAM_INPUT, SQL_C_SBIGINT, SQL_BIGINT, 0, 0, &key, 0,
-                     &key_length);
-    SQLBindCol(stmt, 1, SQL_C_SBIGINT, &id, 0, &id_length);
-  };
-  if (reuse) prepare();
-  double start = cpu_seconds();
-  for (int i = 0; i < rounds; ++i) {
-    if (!reuse) prepare();
-    key = 1 + (int64_t(i) * 7919) % kTableRows;
-    if (!SQL_SUCCEEDED(SQLExecute(stmt)) || !SQL_SUCCEEDED(SQLFetch(stmt)) || id != key) return 3;
-    if (reuse) {
-      SQLFreeStmt(stmt, SQL_CLOSE);
-    } else {
-      SQLFreeHandle(SQL_HANDLE_STMT, stmt);
-    }
-  }
-  std::printf("%.9f\n", (cpu_seconds() - start) / rounds);
-  if (reuse) SQLFreeHandle(SQL_HANDLE_STMT, stmt);
-  SQLDisconnect(dbc);
-  SQLFreeHandle(SQL_HANDLE_DBC, dbc);
-  SQLFreeHandle(SQL_HANDLE_ENV, env);
-  return 0;
 }
 
 // Runs a one-row SELECT by key `rounds` times through the database
@@ -378,14 +281,12 @@ std::string connect_for(bool postgres) {
   return db.empty() ? std::string() : sqlite_connect(db);
 }
 
-void BM_OdbcFloor(benchmark::State& state, bool postgres, bool as_driver) {
+void BM_OdbcFloor(benchmark::State& state, bool postgres) {
   std::string connect = connect_for(postgres);
   if (connect.empty())
     state.SkipWithError(postgres ? "no server (KOSHR_TEST_CONNECT)" : "no table");
   for (auto _ : state) {
-    report_rows(state,
-                run_process({self_path().string(), as_driver ? "--floor-as-driver" : "--floor",
-                             connect, kSelect}));
+    report_rows(state, run_process({self_path().string(), "--floor", connect, kSelect}));
   }
 }
 
@@ -405,11 +306,7 @@ BENCHMARK_CAPTURE(BM_KoshrQueryCsv, sqlite, false)
     ->Iterations(3)
     ->Unit(benchmark::kMillisecond);
 #endif
-BENCHMARK_CAPTURE(BM_OdbcFloor, sqlite, false, false)
-    ->UseManualTime()
-    ->Iterations(3)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_OdbcFloor, sqlite_as_driver, false, true)
+BENCHMARK_CAPTURE(BM_OdbcFloor, sqlite, false)
     ->UseManualTime()
     ->Iterations(3)
     ->Unit(benchmark::kMillisecond);
@@ -447,11 +344,7 @@ BENCHMARK_CAPTURE(BM_KoshrQueryCsv, postgres, true)
     ->Iterations(3)
     ->Unit(benchmark::kMillisecond);
 #endif
-BENCHMARK_CAPTURE(BM_OdbcFloor, postgres, true, false)
-    ->UseManualTime()
-    ->Iterations(3)
-    ->Unit(benchmark::kMillisecond);
-BENCHMARK_CAPTURE(BM_OdbcFloor, postgres_as_driver, true, true)
+BENCHMARK_CAPTURE(BM_OdbcFloor, postgres, true)
     ->UseManualTime()
     ->Iterations(3)
     ->Unit(benchmark::kMillisecond);
@@ -502,34 +395,12 @@ BENCHMARK_CAPTURE(BM_StatementByKey, prepared_each_time, true)
     ->Iterations(3)
     ->Unit(benchmark::kMicrosecond);
 
-// The same on bare ODBC: what the driver itself saves when a statement is kept.
-void BM_OdbcStatementByKey(benchmark::State& state, bool reuse) {
-  std::string connect = sqlite_connect(sqlite_table());
-  for (auto _ : state) {
-    report_per_round(
-        state, {self_path().string(), "--odbc-statements", connect, "50000", reuse ? "1" : "0"});
-  }
-}
-BENCHMARK_CAPTURE(BM_OdbcStatementByKey, kept, true)
-    ->UseManualTime()
-    ->Iterations(3)
-    ->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BM_OdbcStatementByKey, prepared_each_time, false)
-    ->UseManualTime()
-    ->Iterations(3)
-    ->Unit(benchmark::kMicrosecond);
-
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc == 4 && std::string(argv[1]) == "--floor") return run_floor(argv[2], argv[3], false);
-  if (argc == 4 && std::string(argv[1]) == "--floor-as-driver")
-    return run_floor(argv[2], argv[3], true);
+  if (argc == 4 && std::string(argv[1]) == "--floor") return run_floor(argv[2], argv[3]);
   if (argc == 6 && std::string(argv[1]) == "--statements") {
     return run_statements(argv[2], std::atoi(argv[3]), std::atoi(argv[4]) != 0, argv[5]);
-  }
-  if (argc == 5 && std::string(argv[1]) == "--odbc-statements") {
-    return run_odbc_statements(argv[2], std::atoi(argv[3]), std::atoi(argv[4]) != 0);
   }
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
