@@ -8,6 +8,7 @@
  * memory does not grow with the result; the file appears only when the
  * export is complete.
  */
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
