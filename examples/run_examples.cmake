@@ -26,6 +26,9 @@ endfunction()
 # The installed tool starts from its prefix alone (no library path set), with
 # its man page and completion beside it.
 run("^koshr [0-9]+\\.[0-9]+\\.[0-9]+" ${PREFIX}/bin/koshr --version)
+execute_process(COMMAND ${PREFIX}/bin/koshr --version OUTPUT_VARIABLE version
+                OUTPUT_STRIP_TRAILING_WHITESPACE)
+string(REPLACE "koshr " "" version "${version}")
 foreach(doc share/man/man1/koshr.1 share/bash-completion/completions/koshr include/koshr/version.h)
   if(NOT EXISTS ${PREFIX}/${doc})
     message(FATAL_ERROR "not installed: ${PREFIX}/${doc}")
@@ -45,7 +48,7 @@ endforeach()
 if(LINK_FLAGS)
   list(APPEND configure "-DCMAKE_EXE_LINKER_FLAGS=${LINK_FLAGS}")
 endif()
-run("" ${configure})
+run("Using koshr ${version} from" ${configure})  # the CMake package's version is the library's
 run("" ${CMAKE_COMMAND} --build ${WORK_DIR}/cmake)
 set(bin ${WORK_DIR}/cmake)
 run("hello from a pool: headers [0-9.]+, library [0-9.]+" ${bin}/hello)
@@ -54,6 +57,16 @@ run("1,234,567\\.89.*1\\.234\\.567,89.*Tuesday, March 5, 2024 13:45" ${bin}/form
 run("main_window\\.kos\t88 bytes\tthe main window.*read back 88 bytes" ${bin}/library
     ${WORK_DIR}/example.kol)
 run("item,price\r?\nWidget,19\\.99\r?\n\"Gadget, large\",4\\.5" ${bin}/saveas ${WORK_DIR}/goods.csv)
+
+# The query goes through the ODBC driver module installed beside the library,
+# to SQLite through unixODBC (the driver module is built where unixODBC is).
+if(EXISTS ${PREFIX}/lib/koODB.so)
+  run("item +quantity *\nGadget +6 *\nSprocket +9" ${bin}/query ${WORK_DIR}/orders.db)
+elseif(REQUIRE_ALL)
+  message(FATAL_ERROR "the ODBC driver module is not installed in ${PREFIX}/lib")
+else()
+  message(STATUS "the ODBC driver module is not built: the query example is left out")
+endif()
 
 # pkg-config: the C++ example compiled with the flags koshr.pc gives.
 find_program(pkg_config pkg-config)
@@ -71,6 +84,12 @@ if(NOT status EQUAL 0)
   message(FATAL_ERROR "pkg-config does not find koshr in ${PREFIX}/lib/pkgconfig")
 endif()
 separate_arguments(pc_flags UNIX_COMMAND "${pc_flags}")
+# The package files carry the library's own version.
+execute_process(COMMAND ${pkg_config} --modversion koshr OUTPUT_VARIABLE pc_version
+                OUTPUT_STRIP_TRAILING_WHITESPACE)
+if(NOT pc_version STREQUAL version)
+  message(FATAL_ERROR "koshr.pc says ${pc_version}, the library ${version}")
+endif()
 separate_arguments(extra_flags UNIX_COMMAND "${CXX_FLAGS} ${LINK_FLAGS}")
 if(NOT CXX_COMPILER)
   set(CXX_COMPILER c++)
