@@ -80,7 +80,8 @@ std::string utf16_to_utf8(std::u16string_view text) {
   out.reserve(text.size());
   for (size_t i = 0; i < text.size(); ++i) {
     char32_t code = text[i];
-    if (code >= 0xD800 && code < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 && text[i + 1] < 0xE000) {
+    if (code >= 0xD800 && code < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
+        text[i + 1] < 0xE000) {
       code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00);
     } else if (code >= 0xD800 && code < 0xE000) {
       code = 0xFFFD;
