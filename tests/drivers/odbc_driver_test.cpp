@@ -261,6 +261,25 @@ TEST_F(OdbcDriverTest, ConnectsAnswersTheFrontEndAndDisconnects) {
             std::tuple(0, static_cast<void*>(nullptr)));
 }
 
+// SQLite's streaming mode types an expression column as text, which shows
+// whether the driver asked for it: only when DBParm Streaming says yes.
+TEST_F(OdbcDriverTest, StreamingSettingsThatChangeTypesComeOnlyWhenAskedFor) {
+  const struct {
+    const char16_t* dbparm;
+    bool types_change;
+  } cases[] = {{u"", false},
+               {u",Streaming='No'", false},
+               {u",Streaming=0", false},
+               {u",Streaming='Yes'", true},
+               {u",Streaming=1", true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(narrow(c.dbparm));
+    DbiContext* context = connect(c.dbparm);
+    const bool as_text = c.types_change && !on_postgres();
+    EXPECT_EQ(single(context, u"SELECT 1 + 1"), as_text ? "text 50" : "int 2");
+  }
+}
+
 TEST_F(OdbcDriverTest, ConnectionFailuresReportTheirSqlState) {
   const struct {
     const char16_t* dbparm;

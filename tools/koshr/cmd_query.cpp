@@ -51,7 +51,9 @@ const char kUsage[] =
     "                  (kocatcol) gives it\n"
     "\n"
     "A statement without a result prints the number of rows it changed. NULL shows\n"
-    "as NULL in a table and as an empty or missing value in a saved file.\n";
+    "as NULL in a table and as an empty or missing value in a saved file.\n"
+    "An export streams (DBParm Streaming='Yes' unless --dbparm names Streaming), so\n"
+    "SQLite's expression columns such as count(*) may come out as text.\n";
 
 struct Options {
   ConnectOptions connect;
@@ -193,6 +195,7 @@ int run_query(const Arguments& args) {
     }
   }
 
+  options.connect.stream_results = !table;
   std::string why;
   DbSession session;
   if (!session.open(options.connect, why)) return fail("query", why);
