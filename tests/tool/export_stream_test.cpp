@@ -121,7 +121,7 @@ TEST_F(SaveTest, AFailedSourceLeavesTheTargetAsItWas) {
     EXPECT_EQ(read_bytes(path(name)), "before");
   }
   using Entries = std::filesystem::directory_iterator;
-  EXPECT_EQ(std::distance(Entries(folder_), Entries()), 2) << "no staging folder left";
+  EXPECT_EQ(std::distance(Entries(folder_.path()), Entries()), 2) << "no staging folder left";
 }
 
 #ifndef _WIN32
@@ -140,7 +140,7 @@ TEST_F(SaveTest, ASignalRemovesTheStagedFileAndKeepsTheTarget) {
   }
   EXPECT_EQ(read_bytes(path("target.csv")), "before");
   using Entries = std::filesystem::directory_iterator;
-  EXPECT_EQ(std::distance(Entries(folder_), Entries()), 1) << "only the target";
+  EXPECT_EQ(std::distance(Entries(folder_.path()), Entries()), 1) << "only the target";
 }
 #endif
 

@@ -119,7 +119,7 @@ TEST_F(SaveasToolTest, MalformedInputNamesTheLineAndLeavesNoFile) {
     EXPECT_NE(output.find(c.message), std::string::npos) << output;
   }
   using Entries = std::filesystem::directory_iterator;
-  EXPECT_EQ(std::distance(Entries(folder_), Entries()), 4) << "the four inputs only";
+  EXPECT_EQ(std::distance(Entries(folder_.path()), Entries()), 4) << "the four inputs only";
 }
 
 TEST_F(SaveasToolTest, SavesWithInferredOrGivenTypes) {
