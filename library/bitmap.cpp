@@ -131,6 +131,8 @@ int32_t BitmapChain::allocate_run(uint32_t count, uint32_t* offset) {
     if (!first_free) first_free = n;
     if (run++ == 0) run_start = n;
     if (run == count) {
+      uint64_t end = uint64_t(to_offset(run_start + count - 1)) + 512;
+      if (guard_ && end > guarded_ && (rc = guard_(guard_context_, end, &guarded_)) != 0) return rc;
       rc = cover(run_start + count - 1);
       if (rc) return rc;
       for (uint32_t b = run_start; b < run_start + count; ++b) flip(b);
@@ -177,6 +179,17 @@ int32_t BitmapChain::write_dirty() {
     b.dirty = false;
   }
   return 0;
+}
+
+uint64_t BitmapChain::used_end() const {
+  for (uint32_t k = count_; k-- > 0;) {
+    const uint8_t* bits = blocks_[k].bytes + 8;
+    for (uint32_t i = 504; i-- > 0;) {
+      if (bits[i])
+        return uint64_t(to_offset(k * kBitsPerBitmap + i * 8 + 8 - __builtin_ctz(bits[i]))) + 512;
+    }
+  }
+  return base_;
 }
 
 void BitmapChain::count(uint32_t* covered, uint32_t* used, uint32_t* bitmaps) const {

@@ -48,6 +48,18 @@ class BitmapChain {
   bool in_use(uint32_t offset) const;
 
   int32_t write_dirty();
+  // Called before a run is handed out whose end lies beyond `guarded` (and
+  // the run is refused when the guard fails); the guard answers the new
+  // guarded end. A library in a host file keeps its trailer beyond every
+  // block it may write this way.
+  using GrowthGuard = int32_t (*)(void* context, uint64_t end, uint64_t* guarded);
+  void guard_growth(GrowthGuard guard, void* context, uint64_t guarded) {
+    guard_ = guard;
+    guard_context_ = context;
+    guarded_ = guarded;
+  }
+  // The end (absolute offset) of the last block in use.
+  uint64_t used_end() const;
   // Blocks covered and in use, the number of bitmap blocks.
   void count(uint32_t* covered, uint32_t* used, uint32_t* bitmaps) const;
   // Unlinks trailing bitmap blocks that mark nothing but themselves.
@@ -79,6 +91,9 @@ class BitmapChain {
   uint32_t capacity_ = 0;
   uint32_t search_from_ = 1;
   bool loaded_ = false;
+  GrowthGuard guard_ = nullptr;
+  void* guard_context_ = nullptr;
+  uint64_t guarded_ = 0;
 };
 
 }  // namespace ko

@@ -93,4 +93,21 @@ int32_t cut_back_to_trailer(os::FileHandle file, const LibraryPlace& place) {
   return os::file_truncate(file, place.trailer_offset) ? 0 : -3;
 }
 
+int32_t drop_certificate_table(os::FileHandle file, const LibraryPlace& place,
+                               uint32_t* trailer_at) {
+  *trailer_at = place.trailer_offset;
+  if (!place.certificates || !place.certificate_entry) return 0;
+  uint64_t table = uint64_t(place.trailer_offset) + 512;
+  if (place.certificates < 512) return cut_back_to_trailer(file, place);
+  uint8_t trailer[512];
+  build_trailer(trailer, place.base);
+  static const uint8_t kNone[8] = {};
+  int32_t rc = library_write(file, trailer, 512, table);
+  if (rc == 0) rc = library_write(file, trailer, 512, table + place.certificates - 512);
+  if (rc == 0) rc = library_write(file, kNone, sizeof kNone, place.certificate_entry);
+  if (rc == 0 && !os::file_truncate(file, table + 512)) rc = -3;
+  if (rc == 0) *trailer_at = uint32_t(table);
+  return rc;
+}
+
 }  // namespace ko

@@ -38,12 +38,18 @@ LibraryPlace locate_library(os::FileHandle file, const uint8_t* start = nullptr,
 // The base used for an executable without a trailer (0 unless set).
 uint32_t default_base_offset();
 void build_trailer(uint8_t* block, uint32_t base);
-// Makes the file end where the library's trailer will go, so that new blocks
-// and, at close, a fresh trailer can follow: the old trailer goes, and with
-// it a certificate table, whose directory entry is cleared first (a signature
-// no longer holds once the file changes, and an entry left pointing past the
-// end would hide the trailer from the next open). 0 or -3.
+// Cuts a certificate table off the end of the file and clears the directory
+// entry that announces it: a signature no longer holds once the file
+// changes, and an entry left pointing past the end would hide the trailer
+// from the next open. The file then ends at place.trailer_offset. 0 or -3.
 int32_t cut_back_to_trailer(os::FileHandle file, const LibraryPlace& place);
+// The same for a library about to be written, in steps that each leave a
+// trailer where the next open looks for it (a process killed between them
+// loses nothing): the trailer is copied over the certificate table's first
+// and last blocks, the entry cleared, the file cut behind the first copy,
+// whose offset goes to *trailer_at. 0 or -3.
+int32_t drop_certificate_table(os::FileHandle file, const LibraryPlace& place,
+                               uint32_t* trailer_at);
 
 }  // namespace ko
 

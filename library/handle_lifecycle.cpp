@@ -39,6 +39,39 @@ void destroy(LmiLibrary* lib) {
   kostg_free_pool(pool.context, pool.subpool);
 }
 
+// Before a block at or past the trailer is handed out, the trailer moves
+// beyond it (with some room, so that a growing library moves it seldom): the
+// file ends in a trailer at every moment, and a process killed at any point
+// leaves the library reachable.
+int32_t move_trailer(void* context, uint64_t end, uint64_t* guarded) {
+  constexpr uint64_t kRoom = 64 * 512;
+  LmiLibrary* lib = static_cast<LmiLibrary*>(context);
+  uint64_t at = end + kRoom;
+  if (at > 0xFFFFFE00u) at = end;
+  if (at > 0xFFFFFE00u) return -17;
+  uint8_t trailer[512];
+  build_trailer(trailer, lib->base);
+  int32_t rc = library_write(lib->file, trailer, 512, at);
+  if (rc) return rc;
+  lib->trailer_at = uint32_t(at);
+  *guarded = at;
+  return 0;
+}
+
+// At close the trailer comes back to the end of the last block in use: a
+// fresh one is written there first, then the file is cut behind it.
+int32_t settle_trailer(LmiLibrary* lib) {
+  if (!lib->bitmap.loaded()) return 0;
+  uint64_t end = lib->bitmap.used_end();
+  if (end >= lib->trailer_at) return 0;
+  uint8_t trailer[512];
+  build_trailer(trailer, lib->base);
+  int32_t rc = library_write(lib->file, trailer, 512, end);
+  if (rc) return rc;
+  lib->trailer_at = uint32_t(end);
+  return os::file_truncate(lib->file, end + 512) ? 0 : -3;
+}
+
 }  // namespace
 
 bool library_path_fits(const KOCHAR* path) {
@@ -81,12 +114,13 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
   LibraryPlace place = locate_library(lib->file, lib->header, got < 0 ? 0 : size_t(got));
   lib->base = place.base;
   // Whatever the host file is, a library found through its trailer is
-  // written like one inside an executable: new blocks go where the trailer
-  // was, and a fresh trailer follows them at close.
+  // written like one inside an executable: its blocks may grow over the
+  // trailer's place, and the trailer moves ahead of them (move_trailer).
   lib->in_host = place.has_trailer;
+  lib->trailer_at = place.trailer_offset;
   int64_t file_size = place.file_size;
   if (lib->in_host && mode != 1) {
-    if (cut_back_to_trailer(lib->file, place) != 0) {
+    if (drop_certificate_table(lib->file, place, &lib->trailer_at) != 0) {
       destroy(lib);
       return nullptr;
     }
@@ -111,6 +145,7 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
     return nullptr;
   }
   lib->bitmap.attach(pool, lib->file, lib->base, lib->header + kFirstBitmapOffset);
+  if (lib->in_host && mode != 1) lib->bitmap.guard_growth(&move_trailer, lib, lib->trailer_at);
   lib->nodes.attach(pool, lib->file, lib->base, lib->geometry, lib->header + kRootOffset);
   lib->names.attach(pool);
   // A read-only handle never writes: it gets no write buffer.
@@ -134,11 +169,8 @@ int32_t close_handle(LmiLibrary* lib) {
     if (!rc) rc = committed;
     if (!rc && repair_empty_block() != 1) rc = lib->bitmap.trim_empty_tail();
     if (lib->in_host) {
-      uint8_t trailer[512];
-      build_trailer(trailer, lib->base);
-      int64_t end = os::file_size(lib->file);
-      int32_t written = end < 0 ? -3 : library_write(lib->file, trailer, 512, uint64_t(end));
-      if (!rc) rc = written;
+      int32_t settled = settle_trailer(lib);
+      if (!rc) rc = settled;
     }
   }
   destroy(lib);

@@ -47,13 +47,16 @@ struct Lines {
   shlistx* list;
   size_t units = 0;
 
-  bool add(const KOCHAR* text, size_t length) {
-    KOCHAR* line = static_cast<KOCHAR*>(kostg_alc(pool, 2 * (length + 1), nullptr));
-    if (!line) return false;
-    std::memcpy(line, text, 2 * length);
+  // One line more; the whole text must stay within what a length of 32 bits counts.
+  static int32_t sink(void* context, const KOCHAR* text, uint32_t length) {
+    Lines* lines = static_cast<Lines*>(context);
+    if (lines->units + length >= 0xFFFFFFFFu) return LMI_E_DISK_FULL;
+    KOCHAR* line = static_cast<KOCHAR*>(kostg_alc(lines->pool, 2 * (size_t(length) + 1), nullptr));
+    if (!line) return LMI_E_DISK_FULL;
+    std::memcpy(line, text, 2 * size_t(length));
     line[length] = 0;
-    units += length;
-    return shlist_insert(list, line) == 1;
+    lines->units += length;
+    return shlist_insert(lines->list, line) == 1 ? 0 : LMI_E_DISK_FULL;
   }
 };
 
@@ -121,35 +124,46 @@ const KOCHAR* find_marker(const KOCHAR* text, size_t length) {
 
 }  // namespace
 
-KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, KostgContext* pool, KOCHAR** text,
-                                          uint32_t* length) {
+KOSHR_API int32_t LMI_StreamHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, LMI_TEXT_SINK sink,
+                                             void* context) {
+  if (!library) return LMI_E_NO_HANDLE;
+  if (!sink) return LMI_E_NO_RESULT;
+  int32_t rc = LMI_OpenEntry(library, name, LMI_ENTRY_READ, nullptr);
+  if (rc) return rc;
+  KOCHAR entry_name[LMI_MAX_NAME + 1];
+  ko::u16lcpy(entry_name, name, LMI_MAX_NAME + 1);
+  KOCHAR line[kMaxLine + 200];
+  // The read buffer keeps what the previous chunk left behind its end: the
+  // last word of a final chunk of odd size takes its missing bytes from there.
+  uint8_t chunk[kChunk + 4] = {};
+  size_t n = ko::u16_format(line, 200, "\r\n%s\r\n", kStartMarker);
+  rc = sink(context, line, uint32_t(n));
+  if (rc == 0) rc = sink(context, line, uint32_t(name_line(u'0', entry_name, line)));
+  int32_t got = 0;
+  while (rc == 0 && (got = LMI_ReadEntry(library, chunk, kChunk)) > 0)
+    rc = sink(context, line, uint32_t(data_line(chunk, uint32_t(got), line)));
+  if (rc == 0 && got < 0) rc = got;
+  LMI_CloseEntry(library);
+  if (rc == 0) {
+    n = name_line(u'1', entry_name, line);
+    n += ko::u16_format(line + n, kMaxLine + 200 - n, "%s\r\n", kEndMarker);
+    rc = sink(context, line, uint32_t(n));
+  }
+  return rc;
+}
+
+KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, KostgContext* pool,
+                                          KOCHAR** text, uint32_t* length) {
   if (text) *text = nullptr;
   if (length) *length = 0;
   if (!library) return LMI_E_NO_HANDLE;
   if (!text || !length) return LMI_E_NO_RESULT;
   if (!pool) return LMI_E_NO_POOL;
-  int32_t rc = LMI_OpenEntry(library, name, LMI_ENTRY_READ, nullptr);
-  if (rc) return rc;
-  KOCHAR entry_name[LMI_MAX_NAME + 1];
-  ko::u16lcpy(entry_name, name, LMI_MAX_NAME + 1);
   Lines lines{pool, shlist_new(pool, nullptr)};
-  KOCHAR* line = static_cast<KOCHAR*>(kostg_alc(pool, 2 * (kMaxLine + 200), nullptr));
-  uint8_t chunk[kChunk + 4] = {};
-  bool ok = lines.list && line;
-  if (ok) {
-    size_t n = ko::u16_format(line, 200, "\r\n%s\r\n", kStartMarker);
-    ok = lines.add(line, n) && lines.add(line, name_line(u'0', entry_name, line));
-  }
-  int32_t got;
-  while (ok && (got = LMI_ReadEntry(library, chunk, kChunk)) > 0) ok = lines.add(line, data_line(chunk, uint32_t(got), line));
-  if (ok && got < 0) rc = got;
-  LMI_CloseEntry(library);
-  if (ok && rc == 0) {
-    size_t n = name_line(u'1', entry_name, line);
-    n += ko::u16_format(line + n, kMaxLine + 200 - n, "%s\r\n", kEndMarker);
-    ok = lines.add(line, n);
-  }
-  KOCHAR* joined = ok && rc == 0 ? static_cast<KOCHAR*>(kostg_alc(pool, 2 * (lines.units + 1), nullptr)) : nullptr;
+  if (!lines.list) return LMI_E_DISK_FULL;
+  int32_t rc = LMI_StreamHexAsciiForEntry(library, name, &Lines::sink, &lines);
+  KOCHAR* joined =
+      rc == 0 ? static_cast<KOCHAR*>(kostg_alc(pool, 2 * (lines.units + 1), nullptr)) : nullptr;
   if (joined) {
     KOCHAR* at = joined;
     for (void* item = shlist_get_first(lines.list); item; item = shlist_get_next(lines.list)) {
@@ -163,8 +177,7 @@ KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, Kost
   } else if (rc == 0) {
     rc = LMI_E_DISK_FULL;
   }
-  if (lines.list) shlist_deleteFree(lines.list);
-  kostg_fee(pool, line);
+  shlist_deleteFree(lines.list);
   return rc;
 }
 

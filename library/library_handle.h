@@ -61,6 +61,7 @@ struct LmiLibrary {
   uint32_t base = 0;
   int mode = 0;
   bool in_host = false;  // found through a trailer (an executable or any other host file)
+  uint32_t trailer_at = 0;  // where the trailer of a library in a host file is now
   alignas(8) uint8_t header[ko::kHeaderBufferSize];  // in the handle's own block
   ko::NodeGeometry geometry{};
   ko::BitmapChain bitmap;

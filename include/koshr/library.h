@@ -203,6 +203,13 @@ KOSHR_API KOCHAR* LMI_EncryptSpecialChars(KostgContext* pool, const KOCHAR* text
 KOSHR_API KOCHAR* LMI_DecryptSpecialChars(KostgContext* pool, const KOCHAR* text);
 KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, KostgContext* pool, KOCHAR** text,
                                           uint32_t* length);
+/* An addition of our own: the same section as LMI_GetHexAsciiForEntry, handed
+ * to `sink` one line at a time (CR LF included, not terminated) instead of
+ * joined in memory, so an entry of any size streams. A non-zero answer from
+ * the sink stops and is returned. */
+typedef int32_t (*LMI_TEXT_SINK)(void* context, const KOCHAR* text, uint32_t units);
+KOSHR_API int32_t LMI_StreamHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, LMI_TEXT_SINK sink,
+                                             void* context);
 KOSHR_API int32_t LMI_EntryFromHexAscii(LMI_HANDLE library, KOCHAR* name, const KOCHAR* text, uint32_t length);
 
 KOSHR_END_C

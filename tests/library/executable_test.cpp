@@ -10,33 +10,7 @@ using namespace library_test;
 
 namespace {
 
-void put_u32(Bytes& b, size_t at, uint32_t v) {
-  for (int i = 0; i < 4; ++i) b[at + size_t(i)] = uint8_t(v >> (8 * i));
-}
-
-// A minimal PE32+ image whose security directory announces `certificates` bytes.
-Bytes pe_stub(uint32_t certificates) {
-  Bytes b(1024, 0);
-  b[0] = 'M';
-  b[1] = 'Z';
-  put_u32(b, 0x3C, 0x80);
-  std::memcpy(b.data() + 0x80, "PE\0\0", 4);
-  b[0x80 + 20] = 240;  // size of the optional header
-  size_t optional = 0x80 + 24;
-  b[optional] = 0x0B;
-  b[optional + 1] = 0x02;
-  put_u32(b, optional + 108, 16);  // data directories
-  put_u32(b, optional + 112 + 8 * 4, 0x5000);
-  put_u32(b, optional + 112 + 8 * 4 + 4, certificates);
-  return b;
-}
-
-class ExecutableTest : public LibraryTest {
- protected:
-  void write_file(const std::string& name, const Bytes& b) {
-    std::ofstream(file(name), std::ios::binary).write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
-  }
-};
+class ExecutableTest : public LibraryTest {};
 
 TEST_F(ExecutableTest, BuildAppendFillAndReopen) {
   write_file("stub.exe", pe_stub(0));
@@ -75,12 +49,7 @@ TEST_F(ExecutableTest, FoundBehindACertificateTable) {
   LMI_HANDLE h = LMI_AppendExecutable(pool_, exe.c_str(), nullptr);
   ASSERT_EQ(put(h, "a.srd", pattern(100, 3)), 0);
   ASSERT_EQ(LMI_CloseExecutable(h), 0);
-  // Sign it: announce a 1000-byte certificate table and append it.
-  Bytes image = file_bytes("signed.exe");
-  Bytes header = pe_stub(1000);
-  std::memcpy(image.data(), header.data(), header.size());
-  image.insert(image.end(), 1000, 0xCE);
-  write_file("signed.exe", image);
+  sign_file("signed.exe", 1000);
   h = open(exe, LMI_MODE_READ);
   ASSERT_NE(h, nullptr);
   EXPECT_EQ(get(h, "a.srd"), pattern(100, 3));
@@ -121,13 +90,7 @@ TEST_F(ExecutableTest, EveryHostKeepsItsLibraryThroughWrites) {
     ASSERT_NE(h, nullptr);
     ASSERT_EQ(put(h, "a.srd", pattern(3000, 1)), 0);
     ASSERT_EQ(LMI_CloseExecutable(h), 0);
-    if (c.sign_after) {
-      Bytes image = file_bytes(name);
-      Bytes header = pe_stub(1000);
-      std::memcpy(image.data(), header.data(), header.size());
-      image.insert(image.end(), 1000, 0xCE);
-      write_file(name, image);
-    }
+    if (c.sign_after) sign_file(name, 1000);
     std::map<std::string, Bytes> entries{{"a.srd", pattern(3000, 1)}};
     for (int round = 0; round < 2; ++round) {
       std::string entry = "b" + std::to_string(round) + ".srd";

@@ -125,6 +125,44 @@ TEST_F(ExportTest, ChunkQuirksAreKept) {
   expect_sound(p);
 }
 
+// The section handed out a line at a time is the joined one, line for line;
+// a sink that stops stops the stream with its answer and leaves no entry open.
+TEST_F(ExportTest, StreamedSectionIsTheJoinedOne) {
+  std::u16string p = create();
+  LMI_HANDLE lib = open(p);
+  ASSERT_EQ(put(lib, "s.bin", pattern(5000, 3)), 0);
+  struct Sink {
+    std::vector<std::u16string> lines;
+    size_t stop_after = SIZE_MAX;
+  };
+  auto take = [](void* context, const KOCHAR* text, uint32_t units) -> int32_t {
+    Sink* sink = static_cast<Sink*>(context);
+    if (sink->lines.size() == sink->stop_after) return 42;
+    sink->lines.emplace_back(text, units);
+    return 0;
+  };
+  Sink all;
+  std::u16string name = u"S.bin";
+  ASSERT_EQ(LMI_StreamHexAsciiForEntry(lib, name.data(), take, &all), 0);
+  std::u16string joined;
+  for (const auto& line : all.lines) {
+    EXPECT_EQ(line.substr(line.size() - 2), u"\r\n");
+    joined += line;
+  }
+  EXPECT_EQ(joined, hex(lib, "s.bin"));
+  EXPECT_EQ(all.lines.size(), 2u + 3u + 1u) << "marker, header, three data lines, end";
+  Sink stopping;
+  stopping.stop_after = 3;
+  EXPECT_EQ(LMI_StreamHexAsciiForEntry(lib, name.data(), take, &stopping), 42);
+  EXPECT_EQ(stopping.lines.size(), 3u);
+  EXPECT_EQ(LMI_StreamHexAsciiForEntry(lib, name.data(), nullptr, nullptr), LMI_E_NO_RESULT);
+  EXPECT_EQ(LMI_StreamHexAsciiForEntry(nullptr, name.data(), take, &all), LMI_E_NO_HANDLE);
+  std::u16string missing = u"none.bin";
+  EXPECT_EQ(LMI_StreamHexAsciiForEntry(lib, missing.data(), take, &all), LMI_E_NOT_FOUND);
+  EXPECT_EQ(get(lib, "s.bin"), pattern(5000, 3)) << "no entry was left open";
+  LMI_CloseLibrary(lib);
+}
+
 TEST_F(ExportTest, DecodingRefusals) {
   std::u16string p = create();
   LMI_HANDLE lib = open(p);

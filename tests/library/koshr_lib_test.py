@@ -1,11 +1,14 @@
 """koshr_lib_test.py: `koshr lib` end to end: every subcommand, its output and
 its exit status, on a scratch directory."""
+import filecmp
 import os
+import resource
 import subprocess
 import sys
 import tempfile
 
 KOSHR = sys.argv[1]
+MEMORY_PEAK = "--no-memory-peak" not in sys.argv[2:]
 failures = []
 
 
@@ -78,6 +81,45 @@ with tempfile.TemporaryDirectory() as d:
     run("optimize", os.path.join(d, "missing.kol"), code=1)
     for i in range(40):
         run("rm", lib, f"n{i:03}.srd", code=1 if i == 7 else 0)
+
+    # Entries move a chunk at a time: put, cat and export of a 40 MB entry stay
+    # far below its size in memory (the largest child so far is the measure;
+    # this script keeps its own memory small too, since a child starts as its
+    # copy).
+    large, back = os.path.join(d, "large.bin"), os.path.join(d, "large.back")
+    with open(large, "wb") as f:
+        for i in range(40):
+            f.write(bytes([i]) * 1000 + os.urandom((1 << 20) - 1000))
+    run("put", lib, "large.bin", large, "--comment", "forty megabytes")
+    with open(back, "wb") as f:
+        subprocess.run([KOSHR, "lib", "cat", lib, "large.bin"], stdout=f, check=True)
+    run("export", lib, "large.bin", "-o", os.path.join(d, "large_out"))
+    peak_kb = resource.getrusage(resource.RUSAGE_CHILDREN).ru_maxrss
+    if MEMORY_PEAK and peak_kb > 24 * 1024:
+        failures.append(f"put, cat and export of 40 MB took {peak_kb} KB at their peak")
+    expect("streamed cat", filecmp.cmp(large, back, shallow=False), True)
+    with open(os.path.join(d, "large_out", "large.bin"), encoding="utf-8", newline="") as f:
+        data_lines = sum(1 for line in f if line.startswith("2"))
+    expect("streamed export lines", data_lines, -(-(40 << 20) // 1996))
+    run("rm", lib, "large.bin")
+
+    # What the format cannot hold is refused before anything is written: an
+    # entry of 4 GiB or more (its length has 32 bits), and one that would take
+    # the library's blocks past 4 GiB (their offsets have 32 bits). Sparse
+    # files: nothing is read before the refusal.
+    with open(lib, "rb") as f:
+        unchanged = f.read()
+    for size, reason in ((1 << 32, "too large"), ((1 << 32) - 1000, "does not fit"),
+                         ((1 << 32) - 100, "too large")):
+        sparse = os.path.join(d, "sparse.bin")
+        with open(sparse, "wb") as f:
+            f.truncate(size)
+        args = ("put", lib, "huge.bin", sparse) + (("--comment", "x" * 60) if size == (1 << 32) - 100 else ())
+        if reason.encode() not in run(*args, code=1).stderr:
+            failures.append(f"put of {size} bytes: not refused as {reason!r}")
+        os.remove(sparse)
+    with open(lib, "rb") as f:
+        expect("library after refusals", f.read() == unchanged, True)
 
     run("rm", lib, "pic.bmp")
     run("rm", lib, "pic.bmp", code=1)

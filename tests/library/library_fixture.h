@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 #include <koshr/library.h>
 
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -33,6 +34,27 @@ inline Bytes pattern(size_t size, uint32_t seed) {
     x = x * 1103515245u + 12345u;
     v = uint8_t(x >> 16);
   }
+  return b;
+}
+
+inline void put_u32(Bytes& b, size_t at, uint32_t v) {
+  for (int i = 0; i < 4; ++i) b[at + size_t(i)] = uint8_t(v >> (8 * i));
+}
+
+// A minimal PE32+ image whose security directory announces `certificates` bytes.
+inline Bytes pe_stub(uint32_t certificates) {
+  Bytes b(1024, 0);
+  b[0] = 'M';
+  b[1] = 'Z';
+  put_u32(b, 0x3C, 0x80);
+  std::memcpy(b.data() + 0x80, "PE\0\0", 4);
+  b[0x80 + 20] = 240;  // size of the optional header
+  size_t optional = 0x80 + 24;
+  b[optional] = 0x0B;
+  b[optional + 1] = 0x02;
+  put_u32(b, optional + 108, 16);  // data directories
+  put_u32(b, optional + 112 + 8 * 4, 0x5000);
+  put_u32(b, optional + 112 + 8 * 4 + 4, certificates);
   return b;
 }
 
@@ -86,6 +108,19 @@ class LibraryTest : public ::testing::Test {
     }
     if (rc) *rc = r;
     return out;
+  }
+  void write_file(const std::string& name, const Bytes& b) const {
+    std::ofstream(file(name), std::ios::binary)
+        .write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
+  }
+  // Signs an executable made from pe_stub: its header announces a
+  // certificate table of that size, which is appended.
+  void sign_file(const std::string& name, uint32_t certificates) const {
+    Bytes image = file_bytes(name);
+    Bytes header = pe_stub(certificates);
+    std::memcpy(image.data(), header.data(), header.size());
+    image.insert(image.end(), certificates, 0xCE);
+    write_file(name, image);
   }
   std::vector<uint8_t> file_bytes(const std::string& name) const {
     std::ifstream in(file(name), std::ios::binary);

@@ -25,11 +25,20 @@ namespace {
 using Contents = std::map<std::string, Bytes>;
 const Bytes kAbsent{0xDE, 0xAD};  // stands for "removed" among the expected contents
 
+enum class Host { kNone, kExecutable, kSignedExecutable };
+
 class NothingLostTest : public LibraryTest {
  protected:
-  // A library with enough entries that the root has children and splits happen.
-  std::u16string seed(const std::string& name, Contents* contents) {
-    std::u16string p = create(name);
+  // A library with enough entries that the root has children and splits
+  // happen, standing alone or carried in an executable (signed or not).
+  std::u16string seed(const std::string& name, Contents* contents, Host host = Host::kNone) {
+    std::u16string p = path(name);
+    if (host == Host::kNone) {
+      create(name);
+    } else {
+      write_file(name, pe_stub(0));
+      EXPECT_EQ(LMI_CloseLibrary(LMI_AppendExecutable(pool_, p.c_str(), nullptr)), 0);
+    }
     LMI_HANDLE h = open(p);
     for (int i = 0; i < 120; ++i) {
       std::string entry = "entry_" + std::to_string(i * 37 % 120) + "_with_a_longer_name.srd";
@@ -38,15 +47,17 @@ class NothingLostTest : public LibraryTest {
       (*contents)[entry] = data;
     }
     EXPECT_EQ(LMI_CloseLibrary(h), 0);
+    if (host == Host::kSignedExecutable) sign_file(name, 1500);
     return p;
   }
 
   // Runs `op` on a copy of the seeded library with the fault at every write
   // call in turn, until a run completes without reaching the fault; then
   // again in a child process killed at every write call in turn.
-  void exhaust(const std::string& what, const std::function<void(LMI_HANDLE)>& op, const Contents& after) {
+  void exhaust(const std::string& what, const std::function<void(LMI_HANDLE)>& op,
+               const Contents& after, Host host = Host::kNone) {
     Contents seeded;
-    std::u16string original = seed("orig_" + what + ".kol", &seeded);
+    std::u16string original = seed("orig_" + what + ".kol", &seeded, host);
     for (ko::os::WriteFaultKind kind : {ko::os::WriteFaultKind::kFail, ko::os::WriteFaultKind::kShort}) {
       for (uint64_t call = 0;; ++call) {
         std::u16string p = fresh_copy(what);
@@ -148,6 +159,29 @@ TEST_F(NothingLostTest, ReplaceOfAnEntry) {
   Bytes data = pattern(20000, 98);
   const std::string subject = "entry_7_with_a_longer_name.srd";
   exhaust("replace", [&](LMI_HANDLE h) { put(h, subject, data); }, {{subject, data}});
+}
+
+// In a host file the trailer moves ahead of the blocks the library grows
+// into, so the file ends in a trailer at every write call; a certificate
+// table goes in steps that keep one where the next open looks.
+TEST_F(NothingLostTest, PutAndDeleteInExecutables) {
+  Bytes data = pattern(60000, 97);
+  const std::string gone = "entry_3_with_a_longer_name.srd";
+  for (Host host : {Host::kExecutable, Host::kSignedExecutable}) {
+    std::string kind = host == Host::kExecutable ? "exe" : "signed";
+    SCOPED_TRACE(kind);
+    exhaust(
+        kind + "_put",
+        [&](LMI_HANDLE h) { put(h, "entry_new_with_a_longer_name.srd", data, u"fresh"); },
+        {{"entry_new_with_a_longer_name.srd", data}}, host);
+    exhaust(
+        kind + "_delete",
+        [&](LMI_HANDLE h) {
+          std::u16string n = u16(gone);
+          LMI_DeleteEntry(h, n.data());
+        },
+        {{gone, kAbsent}}, host);
+  }
 }
 
 TEST_F(NothingLostTest, DeleteOfEntries) {

@@ -1,11 +1,14 @@
 /*
  * cmd_lib.cpp: `koshr lib`, library files from the command line: create,
- * list, describe, read, write, remove, export, import and check entries,
- * through the public LMI_* interface only.
+ * list, describe, read, write, remove, export, import, check and optimize,
+ * through the public LMI_* interface only. Entries move between files and
+ * the library a chunk at a time (put, cat, export), so memory stays flat
+ * whatever their size.
  */
 #include <koshr/library.h>
 #include <koshr/storage.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdint>
 #include <cstdio>
@@ -14,11 +17,17 @@
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "cli.h"
 #include "command.h"
 #include "utf.h"
+
+#ifdef _WIN32
+#include <fcntl.h>
+#include <io.h>
+#endif
 
 namespace {
 
@@ -48,6 +57,16 @@ const char kUsage[] =
 
 const char kStartMarker[] = "Start of Korvane Binary Data Section : Do NOT Edit";
 
+// Bytes moved at a time between a file and an entry.
+constexpr size_t kChunk = 1 << 20;
+// An entry's data (comment and object) has a 32-bit length, and every block
+// a 32-bit offset: neither an entry nor a library reaches 4 GiB.
+constexpr uint64_t kMaxEntryData = 0xFFFFFFFFu;
+constexpr uint64_t kPayloadPerBlock = 502;
+// What returns from a streaming step when the other side (a file, stdout)
+// failed, apart from every LMI_* code.
+constexpr int32_t kOutsideFailed = 1;
+
 // The parsed command line: operands[0] is LIB.
 struct Args {
   std::vector<std::string> positional;
@@ -72,6 +91,7 @@ std::string lmi_error(int32_t rc) {
     case LMI_E_NOT_FOUND: return "no such entry";
     case LMI_E_FORBIDDEN: return "not allowed in this mode";
     case LMI_E_DISK_FULL: return "out of disk space";
+    case kOutsideFailed: return "cannot write the output";
     default: return "error " + std::to_string(rc);
   }
 }
@@ -105,22 +125,160 @@ std::u16string as_units(const std::string& bytes) {
   return out;
 }
 
-// Whether an object reads as UTF-16LE text: even size, no NUL, surrogates paired.
-bool looks_like_text(const std::string& bytes) {
-  if (bytes.size() % 2) return false;
-  std::u16string units = as_units(bytes);
-  for (size_t i = 0; i < units.size(); ++i) {
-    char16_t c = units[i];
-    if (c == 0) return false;
-    if (c >= 0xD800 && c < 0xDC00) {
-      if (i + 1 >= units.size() || units[i + 1] < 0xDC00 || units[i + 1] >= 0xE000) return false;
-      ++i;
-    } else if (c >= 0xDC00 && c < 0xE000) {
-      return false;
+// The length of the longest prefix that does not end inside a UTF-8 sequence.
+size_t whole_utf8_prefix(std::string_view bytes) {
+  size_t n = bytes.size();
+  for (size_t back = 1; back <= 4 && back <= n; ++back) {
+    unsigned char c = uint8_t(bytes[n - back]);
+    if ((c & 0xC0) == 0x80) continue;
+    size_t length = c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : c >= 0xC0 ? 2 : 1;
+    return length > back ? n - back : n;
+  }
+  return n;
+}
+
+// UTF-16LE bytes arriving in pieces, as UTF-8: an odd byte or a high
+// surrogate at the end of a piece waits for the next one.
+class Utf16Pieces {
+ public:
+  std::string take(std::string_view bytes, bool last) {
+    pending_.append(bytes);
+    size_t whole = pending_.size() & ~size_t(1);
+    if (!last && whole >= 2) {
+      char16_t unit = char16_t(uint8_t(pending_[whole - 2]) | uint8_t(pending_[whole - 1]) << 8);
+      if (unit >= 0xD800 && unit < 0xDC00) whole -= 2;
+    }
+    std::string out = utf16_to_utf8(as_units(pending_.substr(0, whole)));
+    pending_.erase(0, last ? pending_.size() : whole);
+    return out;
+  }
+
+ private:
+  std::string pending_;
+};
+
+// Whether an object read in pieces is UTF-16LE text: even size, no NUL,
+// surrogates paired.
+class TextProbe {
+ public:
+  void feed(std::string_view bytes) {
+    pending_.append(bytes);
+    size_t whole = pending_.size() & ~size_t(1);
+    for (size_t i = 0; text_ && i < whole; i += 2) {
+      char16_t c = char16_t(uint8_t(pending_[i]) | uint8_t(pending_[i + 1]) << 8);
+      bool low = c >= 0xDC00 && c < 0xE000;
+      if (c == 0 || low != high_pending_) text_ = false;
+      high_pending_ = c >= 0xD800 && c < 0xDC00;
+    }
+    pending_.erase(0, whole);
+  }
+  bool is_text() const { return text_ && pending_.empty() && !high_pending_; }
+
+ private:
+  std::string pending_;
+  bool text_ = true;
+  bool high_pending_ = false;
+};
+
+// The input of `put`: a file, or stdin (or anything else that cannot tell its
+// size) copied to a temporary file first, so that the size is known before
+// anything is written.
+class PutInput {
+ public:
+  ~PutInput() {
+    if (spool_) std::fclose(spool_);
+  }
+  // False with the system's reason.
+  bool open(const std::string& path, std::string* why) {
+    errno = 0;
+    bool ok;
+    if (path.empty() || path == "-") {
+#ifdef _WIN32
+      _setmode(_fileno(stdin), _O_BINARY);
+#endif
+      ok = spool([](char* to, size_t n) { return std::fread(to, 1, n, stdin); }) &&
+           !std::ferror(stdin);
+    } else {
+      std::error_code error;
+      if (std::filesystem::is_directory(std::filesystem::path(path), error)) {
+        *why = std::strerror(EISDIR);
+        return false;
+      }
+      file_.open(std::filesystem::path(path), std::ios::binary | std::ios::ate);
+      if (!file_) {
+        *why = std::strerror(errno ? errno : ENOENT);
+        return false;
+      }
+      std::streamoff end = file_.tellg();
+      if (end >= 0 && file_.seekg(0)) {
+        size_ = uint64_t(end);
+        return true;
+      }
+      file_.clear();
+      ok = spool([this](char* to, size_t n) {
+        file_.read(to, std::streamsize(n));
+        return size_t(file_.gcount());
+      });
+    }
+    if (!ok) *why = std::strerror(errno ? errno : EIO);
+    return ok;
+  }
+  uint64_t size() const { return size_; }
+  // Up to n bytes; 0 at the end.
+  size_t read(char* to, size_t n) {
+    if (spool_) return std::fread(to, 1, n, spool_);
+    file_.read(to, std::streamsize(n));
+    return size_t(file_.gcount());
+  }
+  bool failed() const { return spool_ ? std::ferror(spool_) != 0 : file_.bad(); }
+  bool rewind() {
+    if (spool_) return std::fseek(spool_, 0, SEEK_SET) == 0;
+    file_.clear();
+    return bool(file_.seekg(0));
+  }
+
+ private:
+  template <typename Source>
+  bool spool(Source source) {
+    spool_ = std::tmpfile();
+    if (!spool_) return false;
+    std::vector<char> chunk(kChunk);
+    for (size_t got; (got = source(chunk.data(), chunk.size())) > 0; size_ += got) {
+      if (std::fwrite(chunk.data(), 1, got, spool_) != got) return false;
+    }
+    return std::fflush(spool_) == 0 && rewind();
+  }
+
+  std::ifstream file_;
+  std::FILE* spool_ = nullptr;
+  uint64_t size_ = 0;
+};
+
+// Pieces of the input as the entry will hold them: as they are, or (--text)
+// UTF-8 as UTF-16LE, never cutting a UTF-8 sequence.
+class PutPieces {
+ public:
+  PutPieces(PutInput& in, bool text) : in_(in), text_(text), chunk_(kChunk) {}
+  // The next piece; empty at the end.
+  std::string_view next() {
+    if (!text_) return std::string_view(chunk_.data(), in_.read(chunk_.data(), kChunk));
+    for (;;) {
+      size_t got = in_.read(chunk_.data() + carry_.size(), kChunk - carry_.size());
+      std::memcpy(chunk_.data(), carry_.data(), carry_.size());
+      std::string_view all(chunk_.data(), carry_.size() + got);
+      size_t whole = got ? whole_utf8_prefix(all) : all.size();
+      converted_ = as_bytes(utf8_to_utf16(all.substr(0, whole)));
+      carry_.assign(all.substr(whole));
+      if (!converted_.empty() || all.empty()) return converted_;
     }
   }
-  return true;
-}
+
+ private:
+  PutInput& in_;
+  bool text_;
+  std::vector<char> chunk_;
+  std::string carry_, converted_;
+};
 
 class Session {
  public:
@@ -141,23 +299,23 @@ class Session {
     lib_ = nullptr;
     return rc;
   }
-  // The object bytes of an entry.
-  int32_t read(const std::string& entry, std::string* out, std::u16string* comment = nullptr) {
+  // Hands an entry's object to `take` a chunk at a time; `take` answers
+  // false when it cannot go on (kOutsideFailed).
+  template <typename Take>
+  int32_t stream(const std::string& entry, Take take) {
     std::u16string name = utf8_to_utf16(entry);
     int32_t rc = LMI_OpenEntry(lib_, name.data(), LMI_ENTRY_READ, nullptr);
     if (rc) return rc;
-    if (comment) {
-      LMI_ENTRY_INFO_EX info;
-      LMI_CloseEntry(lib_);
-      if ((rc = LMI_EntryInfoExtended(lib_, name.data(), &info)) != 0) return rc;
-      *comment = info.comment;
-      if ((rc = LMI_OpenEntry(lib_, name.data(), LMI_ENTRY_READ, nullptr)) != 0) return rc;
-    }
-    char chunk[65536];
+    std::vector<char> chunk(kChunk);
     int32_t got;
-    while ((got = LMI_ReadEntry(lib_, chunk, sizeof chunk)) > 0) out->append(chunk, size_t(got));
+    while ((got = LMI_ReadEntry(lib_, chunk.data(), uint32_t(chunk.size()))) > 0) {
+      if (!take(std::string_view(chunk.data(), size_t(got)))) {
+        got = kOutsideFailed;
+        break;
+      }
+    }
     LMI_CloseEntry(lib_);
-    return got < 0 ? got : 0;
+    return got;
   }
   int32_t write(const std::string& entry, const std::string& bytes, const std::u16string& comment) {
     std::u16string name = utf8_to_utf16(entry);
@@ -217,21 +375,81 @@ int cmd_info(const Args& a, Session& s) {
 }
 
 int cmd_cat(const Args& a, Session& s) {
-  std::string bytes;
-  int32_t rc = s.read(a.positional[1], &bytes);
+  Utf16Pieces text;
+  int32_t rc = s.stream(a.positional[1], [&](std::string_view chunk) {
+    write_stdout(a.text ? text.take(chunk, false) : chunk);
+    return true;
+  });
   if (rc) return fail("lib cat " + a.positional[1], lmi_error(rc));
-  if (a.text) bytes = utf16_to_utf8(as_units(bytes));
-  write_stdout(bytes);
+  if (a.text) write_stdout(text.take({}, true));
   return 0;
 }
 
+// Characters of comment the entry will carry: the new one as the library
+// trims and cuts it, else (on replacing) the old one.
+uint64_t stored_comment(Session& s, const std::u16string& entry, const std::u16string& comment) {
+  auto blank = [](char16_t c) { return c == u' ' || (c >= u'\t' && c <= u'\r'); };
+  size_t first = 0, last = comment.size();
+  while (first < last && blank(comment[first])) ++first;
+  while (last > first && blank(comment[last - 1])) --last;
+  if (last > first) return std::min<uint64_t>(last - first, LMI_MAX_COMMENT);
+  std::u16string name = entry;
+  LMI_ENTRY_INFO_EX info;
+  return LMI_EntryInfoExtended(s.lib(), name.data(), &info) == 0 ? info.commentLength : 0;
+}
+
+// What the entry's data will take, or why the format cannot hold it.
+bool fits(Session& s, const Args& a, uint64_t data, std::string* why) {
+  if (data > kMaxEntryData) {
+    *why = "too large: " + std::to_string(data) +
+           " bytes with its comment, an entry holds at most " + std::to_string(kMaxEntryData);
+    return false;
+  }
+  // The free blocks inside, and what the 32-bit offsets still reach beyond
+  // the end (less a bitmap block every 4,032 blocks, and room for a node).
+  LMI_SPACE_INFO space;
+  std::error_code ec;
+  uint64_t end = std::filesystem::file_size(std::filesystem::u8path(a.positional[0]), ec);
+  if (ec || LMI_LibrarySpace(s.lib(), &space) != 0) return true;  // the write itself will tell
+  uint64_t beyond = end < kMaxEntryData ? (kMaxEntryData - end) / 512 : 0;
+  uint64_t room = space.blocksFree + beyond - beyond / 4032;
+  uint64_t needed = (data + kPayloadPerBlock - 1) / kPayloadPerBlock + 6;
+  if (needed <= room) return true;
+  *why = "does not fit: the library's offsets reach 4 GiB, and " + std::to_string(data) +
+         " bytes need " + std::to_string(needed) + " blocks of the " + std::to_string(room) +
+         " left";
+  return false;
+}
+
 int cmd_put(const Args& a, Session& s) {
-  std::string bytes, file = a.positional.size() == 3 ? a.positional[2] : "-";
+  std::string file = a.positional.size() == 3 ? a.positional[2] : "-";
+  PutInput in;
   std::string why;
-  if (!read_input(file, &bytes, &why)) return fail("lib put " + file, why);
-  if (a.text) bytes = as_bytes(utf8_to_utf16(bytes));
-  int32_t rc = s.write(a.positional[1], bytes, utf8_to_utf16(a.comment));
+  if (!in.open(file, &why)) return fail("lib put " + file, why);
+  std::u16string name = utf8_to_utf16(a.positional[1]), comment = utf8_to_utf16(a.comment);
+  // The object's size as the entry will hold it: --text needs a pass of its own.
+  uint64_t object = 0;
+  if (a.text) {
+    PutPieces count(in, true);
+    for (std::string_view piece; !(piece = count.next()).empty();) object += piece.size();
+    if (in.failed() || !in.rewind()) return fail("lib put " + file, std::strerror(EIO));
+  } else {
+    object = in.size();
+  }
+  if (!fits(s, a, object + 2 * stored_comment(s, name, comment), &why))
+    return fail("lib put " + a.positional[1], why);
+  int32_t rc = LMI_OpenEntry(s.lib(), name.data(), LMI_ENTRY_WRITE, comment.c_str());
+  if (rc) return fail("lib put " + a.positional[1], lmi_error(rc));
+  PutPieces pieces(in, a.text);
+  int32_t wrote = 0;
+  for (std::string_view piece; wrote >= 0 && !(piece = pieces.next()).empty();)
+    wrote = LMI_WriteEntry(s.lib(), piece.data(), uint32_t(piece.size()));
+  // A failed read drops the entry's new data: the library keeps what it had.
+  if (wrote >= 0 && in.failed()) wrote = LMI_E_IO;
+  int32_t closed = LMI_CloseEntry(s.lib());
+  rc = wrote < 0 ? wrote : closed;
   if (rc == 0) rc = s.close();
+  if (rc == 0 && in.failed()) return fail("lib put " + file, std::strerror(EIO));
   return rc ? fail("lib put " + a.positional[1], lmi_error(rc)) : 0;
 }
 
@@ -242,35 +460,51 @@ int cmd_rm(const Args& a, Session& s) {
   return rc ? fail("lib rm " + a.positional[1], lmi_error(rc)) : 0;
 }
 
+// Writes UTF-8 to an export file; false once the file failed.
+bool put_text(std::ofstream& out, const std::string& utf8) {
+  out.write(utf8.data(), std::streamsize(utf8.size()));
+  return bool(out);
+}
+
+// The entry read twice, a chunk at a time: once to tell text from binary,
+// once to write it.
 int export_entry(Session& s, const std::string& entry, const std::filesystem::path& dir) {
   std::u16string name = utf8_to_utf16(entry);
   LMI_ENTRY_INFO_EX info;
   int32_t rc = LMI_EntryInfoExtended(s.lib(), name.data(), &info);
-  std::string bytes;
-  if (rc == 0) rc = s.read(entry, &bytes);
+  TextProbe probe;
+  if (rc == 0)
+    rc = s.stream(entry, [&](std::string_view chunk) {
+      probe.feed(chunk);
+      return true;
+    });
   if (rc) return fail("lib export " + entry, lmi_error(rc));
   KOCHAR header[LMI_EXPORT_HEADER_MAX];
   uint32_t length = 0;
   LMI_Build_Export_Header(s.pool(), &info, header, &length);
-  std::u16string text(header, length);
-  if (looks_like_text(bytes)) {
-    text += as_units(bytes);
-  } else {
-    KOCHAR* hex = nullptr;
-    uint32_t units = 0;
-    if ((rc = LMI_GetHexAsciiForEntry(s.lib(), name.data(), s.pool(), &hex, &units)) != 0)
-      return fail("lib export " + entry, lmi_error(rc));
-    text.append(hex, units);
-    kostg_fee(s.pool(), hex);
-  }
-  std::filesystem::path file = dir / std::filesystem::path(name);
+  std::filesystem::path target = dir / std::filesystem::path(name);
   errno = 0;
-  std::ofstream out(file, std::ios::binary);
-  std::string utf8 = utf16_to_utf8(text);
-  out.write(utf8.data(), std::streamsize(utf8.size()));
+  std::ofstream out(target, std::ios::binary);
+  bool written = put_text(out, utf16_to_utf8(std::u16string_view(header, length)));
+  if (written && probe.is_text()) {
+    Utf16Pieces text;
+    rc = s.stream(entry,
+                  [&](std::string_view chunk) { return put_text(out, text.take(chunk, false)); });
+    written = rc != kOutsideFailed && put_text(out, text.take({}, true));
+  } else if (written) {
+    rc = LMI_StreamHexAsciiForEntry(
+        s.lib(), name.data(),
+        [](void* file, const KOCHAR* line, uint32_t units) {
+          std::string utf8 = utf16_to_utf8(std::u16string_view(line, units));
+          return put_text(*static_cast<std::ofstream*>(file), utf8) ? 0 : kOutsideFailed;
+        },
+        &out);
+    written = rc != kOutsideFailed;
+  }
   out.close();
-  if (!out) return fail("lib export " + file.string(), std::strerror(errno ? errno : EIO));
-  return 0;
+  if (!written || !out)
+    return fail("lib export " + target.string(), std::strerror(errno ? errno : EIO));
+  return rc ? fail("lib export " + entry, lmi_error(rc)) : 0;
 }
 
 // Every entry named is looked up before the output folder is made, and a
