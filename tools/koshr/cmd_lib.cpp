@@ -32,6 +32,8 @@
 namespace {
 
 using koshr_tool::fail;
+using koshr_tool::is_high_surrogate;
+using koshr_tool::is_low_surrogate;
 using koshr_tool::read_input;
 using koshr_tool::utf16_to_utf8;
 using koshr_tool::utf8_to_utf16;
@@ -146,7 +148,7 @@ class Utf16Pieces {
     size_t whole = pending_.size() & ~size_t(1);
     if (!last && whole >= 2) {
       char16_t unit = char16_t(uint8_t(pending_[whole - 2]) | uint8_t(pending_[whole - 1]) << 8);
-      if (unit >= 0xD800 && unit < 0xDC00) whole -= 2;
+      if (is_high_surrogate(unit)) whole -= 2;
     }
     std::string out = utf16_to_utf8(as_units(pending_.substr(0, whole)));
     pending_.erase(0, last ? pending_.size() : whole);
@@ -166,9 +168,9 @@ class TextProbe {
     size_t whole = pending_.size() & ~size_t(1);
     for (size_t i = 0; text_ && i < whole; i += 2) {
       char16_t c = char16_t(uint8_t(pending_[i]) | uint8_t(pending_[i + 1]) << 8);
-      bool low = c >= 0xDC00 && c < 0xE000;
+      bool low = is_low_surrogate(c);
       if (c == 0 || low != high_pending_) text_ = false;
-      high_pending_ = c >= 0xD800 && c < 0xDC00;
+      high_pending_ = is_high_surrogate(c);
     }
     pending_.erase(0, whole);
   }
