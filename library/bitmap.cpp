@@ -4,7 +4,8 @@
 #include "library/bitmap.h"
 
 #include "library/block_io.h"
-#include "library/byte_order.h"
+#include "library/magic.h"
+#include "platform/byte_order.h"
 
 #include <cstring>
 
@@ -54,7 +55,7 @@ int32_t BitmapChain::load() {
   if (loaded_) return 0;
   if (!blocks_) return -3;
   int64_t size = os::file_size(file_);
-  uint32_t next = load_u32(blocks_[0].bytes + 4);
+  uint32_t next = load_le32(blocks_[0].bytes + 4);
   while (next) {
     // The k-th block sits inside the file, on a block boundary, and the chain
     // cannot be longer than the file has ranges.
@@ -65,7 +66,7 @@ int32_t BitmapChain::load() {
     uint8_t* bytes = pool_.alloc_array<uint8_t>(512);
     if (!bytes || library_read_exact(file_, bytes, 512, next) != 0 || !has_magic(bytes, "FRE*")) return -3;
     blocks_[count_++] = {next, bytes, false, false};
-    next = load_u32(bytes + 4);
+    next = load_le32(bytes + 4);
   }
   loaded_ = true;
   return 0;
@@ -106,7 +107,7 @@ int32_t BitmapChain::cover(uint32_t number) {
     init_bitmap_block(bytes);
     mark_first_blocks(bytes, 1);
     uint32_t offset = to_offset(count_ * kBitsPerBitmap + 1);
-    store_u32(blocks_[count_ - 1].bytes + 4, offset);
+    store_le32(blocks_[count_ - 1].bytes + 4, offset);
     blocks_[count_ - 1].dirty = true;
     blocks_[count_++] = {offset, bytes, true, true};
   }
@@ -211,7 +212,7 @@ int32_t BitmapChain::trim_empty_tail() {
     for (uint32_t i = 1; only_itself && i < 504; ++i) only_itself = bits[i] == 0;
     if (!only_itself) break;
     --count_;
-    store_u32(blocks_[count_ - 1].bytes + 4, 0);
+    store_le32(blocks_[count_ - 1].bytes + 4, 0);
     blocks_[count_ - 1].dirty = true;
   }
   return write_dirty();

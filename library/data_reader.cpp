@@ -4,8 +4,9 @@
 #include "library/data_reader.h"
 
 #include "library/block_io.h"
-#include "library/byte_order.h"
 #include "library/data_block.h"
+#include "library/magic.h"
+#include "platform/byte_order.h"
 
 #include <cstring>
 
@@ -68,10 +69,10 @@ int32_t DataReader::read(void* out, uint32_t count) {
       if (!next_) break;
       const uint8_t* block = block_at(next_, blocks_for_bytes(remaining_));
       if (!block || !has_magic(block, "DAT*")) return -3;
-      uint32_t used = load_u16(block + kDataUsed);
+      uint32_t used = load_le16(block + kDataUsed);
       if (used == 0 || used > kPayloadPerBlock) return -3;
       current_ = next_;
-      next_ = load_u32(block + kDataNext);
+      next_ = load_le32(block + kDataNext);
       in_block_ = 0;
       block_used_ = used;
     }
@@ -96,11 +97,11 @@ int32_t DataReader::each_block(uint32_t first_block, uint32_t length, void (*vis
   while (next && left) {
     const uint8_t* block = block_at(next, blocks_for_bytes(left));
     if (!block || !has_magic(block, "DAT*")) return -3;
-    uint32_t used = load_u16(block + kDataUsed);
+    uint32_t used = load_le16(block + kDataUsed);
     if (used == 0 || used > kPayloadPerBlock) return -3;
     visit(context, next);
     left = used >= left ? 0 : left - used;
-    next = load_u32(block + kDataNext);
+    next = load_le32(block + kDataNext);
   }
   return 0;
 }

@@ -4,8 +4,9 @@
 #include "library/data_writer.h"
 
 #include "library/block_io.h"
-#include "library/byte_order.h"
 #include "library/data_block.h"
+#include "library/magic.h"
+#include "platform/byte_order.h"
 
 #include <cstring>
 
@@ -49,14 +50,14 @@ int32_t DataWriter::assign_offsets(uint32_t from, uint32_t extra, BitmapChain& b
 
 void DataWriter::link(uint32_t from, uint32_t last_next) {
   for (uint32_t i = from; i < used_; ++i) {
-    store_u32(blocks_ + size_t(i) * 512 + kDataNext, i + 1 < used_ ? offsets_[i + 1] : last_next);
+    store_le32(blocks_ + size_t(i) * 512 + kDataNext, i + 1 < used_ ? offsets_[i + 1] : last_next);
   }
 }
 
 int32_t DataWriter::write(const uint8_t* data, uint32_t size, BitmapChain& bitmap) {
   while (size) {
     uint8_t* block = used_ > stream_first_ ? blocks_ + size_t(used_ - 1) * 512 : nullptr;
-    uint32_t filled = block ? load_u16(block + kDataUsed) : kPayloadPerBlock;
+    uint32_t filled = block ? load_le16(block + kDataUsed) : kPayloadPerBlock;
     if (filled == kPayloadPerBlock) {
       uint32_t preplaced = 0;
       if (used_ == slots_) {
@@ -80,7 +81,7 @@ int32_t DataWriter::write(const uint8_t* data, uint32_t size, BitmapChain& bitma
     }
     uint32_t take = kPayloadPerBlock - filled < size ? kPayloadPerBlock - filled : size;
     std::memcpy(block + kDataHeaderSize + filled, data, take);
-    store_u16(block + kDataUsed, uint16_t(filled + take));
+    store_le16(block + kDataUsed, uint16_t(filled + take));
     data += take;
     size -= take;
     stream_bytes_ += take;
@@ -93,7 +94,7 @@ int32_t DataWriter::finish_stream(BitmapChain& bitmap, uint32_t* first_block) {
   *first_block = stream_first_block_;
   if (used_ == stream_first_) return 0;
   uint8_t* last = blocks_ + size_t(used_ - 1) * 512;
-  uint32_t filled = load_u16(last + kDataUsed);
+  uint32_t filled = load_le16(last + kDataUsed);
   std::memset(last + kDataHeaderSize + filled, 0, kPayloadPerBlock - filled);
   uint32_t unused = 0;
   int32_t rc = assign_offsets(stream_first_, 0, bitmap, &unused);

@@ -3,10 +3,10 @@
  */
 #include "library/directory.h"
 
-#include "library/byte_order.h"
 #include "library/commit.h"
 #include "library/entry_name.h"
 #include "library/node.h"
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 
 #include <algorithm>
@@ -21,11 +21,11 @@ const KOCHAR* name_at(const CachedNode* node, uint32_t name_offset) {
   return reinterpret_cast<const KOCHAR*>(node->bytes + name_offset);
 }
 uint32_t room_at(const CachedNode* node, uint32_t name_offset) {
-  return load_u16(node->bytes + name_offset - kRecordHeaderSize + kRecordNameLength) / 2;
+  return load_le16(node->bytes + name_offset - kRecordHeaderSize + kRecordNameLength) / 2;
 }
-uint32_t link(const CachedNode* node, uint32_t field) { return load_u32(node->bytes + field); }
+uint32_t link(const CachedNode* node, uint32_t field) { return load_le32(node->bytes + field); }
 void set_link(LmiLibrary* lib, CachedNode* node, uint32_t field, uint32_t value) {
-  store_u32(node->bytes + field, value);
+  store_le32(node->bytes + field, value);
   lib->nodes.touch(node, false);
 }
 
@@ -83,10 +83,10 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
 
   // The staying records keep their storage order.
   std::memset(x->bytes + kNodeHeaderSize, 0, g.capacity);
-  store_u16(x->bytes + kNodeFree, uint16_t(g.capacity));
-  store_u16(x->bytes + kNodeCount, 0);
-  store_u16(x->bytes + kNodeLowest, 0);
-  store_u16(x->bytes + kNodeHighest, 0);
+  store_le16(x->bytes + kNodeFree, uint16_t(g.capacity));
+  store_le16(x->bytes + kNodeCount, 0);
+  store_le16(x->bytes + kNodeLowest, 0);
+  store_le16(x->bytes + kNodeHighest, 0);
   std::sort(positions + (lower_moves ? cut : 0), positions + (lower_moves ? n : cut));
   for (uint32_t i = lower_moves ? cut : 0; i < (lower_moves ? n : cut); ++i)
     append_record_copy(x->bytes, g, keep + positions[i]);
@@ -94,7 +94,7 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
   // The new node takes over the child on its side, and hangs there itself.
   uint32_t side = lower_moves ? kNodeLeft : kNodeRight;
   uint32_t below = lower_moves ? left : right;
-  store_u32(y->bytes + side, below);
+  store_le32(y->bytes + side, below);
   set_link(lib, x, side, at);
   if (below) {
     CachedNode* child = lib->nodes.get(below, &rc);
@@ -115,7 +115,7 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
   for (uint32_t steps = lib->nodes.max_nodes(); steps && node; --steps) {
     if (!push_path(lib, node)) return -3;
     result->node = node;
-    uint32_t lowest = load_u16(node->bytes + kNodeLowest);
+    uint32_t lowest = load_le16(node->bytes + kNodeLowest);
     if (!lowest) {
       result->landing = Landing::kInNode;
       return 0;
@@ -135,7 +135,7 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
       node = lib->nodes.get(child, &rc);
       continue;
     }
-    uint32_t highest = load_u16(node->bytes + kNodeHighest);
+    uint32_t highest = load_le16(node->bytes + kNodeHighest);
     c = compare_names_nocase(name, units, name_at(node, highest), room_at(node, highest));
     if (c == 0) {
       result->landing = Landing::kFound;
@@ -174,7 +174,7 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
     for (uint32_t i = 0; i < node->key_count; ++i) {
       if (node->keys[i] != key) continue;
       uint32_t pos = node->key_records[i];
-      uint32_t room = load_u16(node->bytes + pos + kRecordNameLength) / 2;
+      uint32_t room = load_le16(node->bytes + pos + kRecordNameLength) / 2;
       if (compare_names_nocase(name, units, name_at(node, pos + kRecordHeaderSize), room) == 0) {
         result->landing = Landing::kFound;
         result->record = pos;
@@ -210,7 +210,7 @@ int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, cons
     if (rc) return rc;
     if (r.landing == Landing::kFound) return -2;
     CachedNode* x = r.node;
-    if (load_u16(x->bytes + kNodeFree) >= size) {
+    if (load_le16(x->bytes + kNodeFree) >= size) {
       placed->node = x;
       placed->landing = Landing::kFound;
       placed->record = append_record(x->bytes, g, name, now);
@@ -241,7 +241,7 @@ int32_t directory_remove(LmiLibrary* lib, const SearchResult& found) {
   CachedNode* x = found.node;
   CachedNode* root = lib->nodes.root();
   uint32_t left = link(x, kNodeLeft), right = link(x, kNodeRight);
-  if (load_u16(x->bytes + kNodeCount) > 1 || (x == root && !left && !right)) {
+  if (load_le16(x->bytes + kNodeCount) > 1 || (x == root && !left && !right)) {
     remove_record(x->bytes, lib->geometry, found.record);
     NodeCache::drop_keys(x);
     lib->nodes.touch(x, false);
@@ -272,7 +272,7 @@ int32_t directory_remove(LmiLibrary* lib, const SearchResult& found) {
     if (!c) return rc;
     std::memcpy(root->bytes, c->bytes, lib->geometry.node_size);
     NodeCache::drop_keys(root);
-    store_u32(root->bytes + kNodeParent, 0);
+    store_le32(root->bytes + kNodeParent, 0);
     lib->nodes.touch(root, false);
     if ((rc = commit(lib)) != 0) return rc;
     for (uint32_t field : {kNodeLeft, kNodeRight}) {

@@ -4,7 +4,8 @@
 #include "library/exe_trailer.h"
 
 #include "library/block_io.h"
-#include "library/byte_order.h"
+#include "library/magic.h"
+#include "platform/byte_order.h"
 
 #include <cstring>
 
@@ -37,21 +38,21 @@ uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t f
   *entry = 0;
   if (read_at(file, start, dos, 64, 0) != 64 || dos[0] != 'M' || dos[1] != 'Z') return 0;
   *executable = true;
-  uint32_t pe = load_u32(dos + 0x3C);
+  uint32_t pe = load_le32(dos + 0x3C);
   uint8_t nt[24 + 240];
   if (int64_t(pe) + 24 > file_size) return 0;
   int64_t got = read_at(file, start, nt, sizeof nt, pe);
   if (got < 24 || std::memcmp(nt, "PE\0\0", 4) != 0) return 0;
   const uint8_t* optional = nt + 24;
-  uint32_t optional_size = load_u16(nt + 20);
+  uint32_t optional_size = load_le16(nt + 20);
   if (optional_size > got - 24) optional_size = uint32_t(got - 24);
-  uint16_t magic = optional_size >= 2 ? load_u16(optional) : 0;
+  uint16_t magic = optional_size >= 2 ? load_le16(optional) : 0;
   uint32_t count_at = magic == 0x20B ? 108 : 92;
   uint32_t dirs_at = magic == 0x20B ? 112 : 96;
   if ((magic != 0x10B && magic != 0x20B) || optional_size < dirs_at + 8 * (kSecurityDirectory + 1)) return 0;
-  if (load_u32(optional + count_at) <= kSecurityDirectory) return 0;
+  if (load_le32(optional + count_at) <= kSecurityDirectory) return 0;
   *entry = uint64_t(pe) + 24 + dirs_at + 8 * kSecurityDirectory;
-  return load_u32(optional + dirs_at + 8 * kSecurityDirectory + 4);
+  return load_le32(optional + dirs_at + 8 * kSecurityDirectory + 4);
 }
 
 }  // namespace
@@ -61,7 +62,7 @@ uint32_t default_base_offset() { return 0; }
 void build_trailer(uint8_t* block, uint32_t base) {
   std::memset(block, 0, 512);
   put_magic(block, "TRL*");
-  store_u32(block + 4, base);
+  store_le32(block + 4, base);
 }
 
 LibraryPlace locate_library(os::FileHandle file, const uint8_t* start, size_t start_size) {
@@ -77,7 +78,7 @@ LibraryPlace locate_library(os::FileHandle file, const uint8_t* start, size_t st
   if (at >= 0 && read_at(file, first, trailer, 8, uint64_t(at)) == 8 && has_magic(trailer, "TRL*")) {
     place.has_trailer = true;
     place.trailer_offset = uint32_t(at);
-    place.base = load_u32(trailer + 4);
+    place.base = load_le32(trailer + 4);
   } else if (place.executable) {
     place.base = default_base_offset();
   }

@@ -22,8 +22,8 @@
 #include <koshr/library.h>
 #include <koshr/lists.h>
 
-#include "library/byte_order.h"
 #include "library/library_handle.h"
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 #include "storage/u16_format.h"
 
@@ -76,7 +76,7 @@ size_t data_line(const uint8_t* chunk, uint32_t n, KOCHAR* out) {
   uint32_t words = words_for_chunk(n), sum = 0;
   KOCHAR* at = out + 2;
   for (uint32_t w = 0; w < words; ++w) {
-    uint32_t value = ko::load_u32(chunk + 4 * w);
+    uint32_t value = ko::load_le32(chunk + 4 * w);
     sum += value;
     for (int d = 7; d >= 0; --d) *at++ = KOCHAR(u"0123456789abcdef"[(value >> (4 * d)) & 15]);
   }
@@ -108,7 +108,7 @@ uint32_t decode_piece(const KOCHAR* piece, size_t length, uint8_t* out) {
       if (digit < 0) break;
       value = value << 4 | uint32_t(digit);
     }
-    ko::store_u32(out + bytes, value);
+    ko::store_le32(out + bytes, value);
     bytes += 4;
   }
   return bytes;

@@ -8,6 +8,7 @@
 #include "library/directory.h"
 #include "library/entry_name.h"
 #include "library/listing.h"
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 
 #include <cstring>
@@ -184,7 +185,7 @@ KOSHR_API int32_t LMI_SetEntryVersion(LMI_HANDLE library, KOCHAR* name, const KO
   if (!version || !valid_version(version)) return LMI_E_NAME;
   EntryRef e;
   if ((rc = find_entry(library, name, &e)) != 0) return found_or_code(rc);
-  for (int i = 0; i < 4; ++i) store_u16(e.bytes() + kRecordVersion + 2 * i, version[i]);
+  for (int i = 0; i < 4; ++i) store_le16(e.bytes() + kRecordVersion + 2 * i, version[i]);
   touch_record(library->nodes, e);
   return commit_if_due(library);
 }

@@ -4,7 +4,6 @@
 #include "library/node_cache.h"
 
 #include "library/block_io.h"
-#include "library/byte_order.h"
 #include "library/entry_name.h"
 #include "library/node.h"
 

@@ -24,13 +24,14 @@
 
 #include "library/bitmap.h"
 #include "library/block_io.h"
-#include "library/byte_order.h"
 #include "library/data_block.h"
 #include "library/entry_name.h"
 #include "library/exe_trailer.h"
 #include "library/handle_lifecycle.h"
 #include "library/listing.h"
+#include "library/magic.h"
 #include "library/node.h"
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 
 #include <algorithm>
@@ -159,7 +160,7 @@ struct Optimizer {
     if ((rc = copy_host()) != 0) return rc;
     if ((rc = write_nodes()) != 0) return rc;
     if (scc_length &&
-        (rc = copy_chain(load_u32(lib->header + kHeaderSccStart), scc_length, scc_start)) != 0)
+        (rc = copy_chain(load_le32(lib->header + kHeaderSccStart), scc_length, scc_start)) != 0)
       return rc;
     for (uint32_t i = 0; i < count && rc == 0; ++i)
       rc = copy_chain(entries[i].start(), entries[i].length(), starts[i]);
@@ -206,8 +207,8 @@ struct Optimizer {
 
   // The source-control stream, when there is one the library would read.
   uint32_t source_control_length() {
-    uint32_t first = load_u32(lib->header + kHeaderSccStart),
-             length = load_u32(lib->header + kHeaderSccLength);
+    uint32_t first = load_le32(lib->header + kHeaderSccStart),
+             length = load_le32(lib->header + kHeaderSccLength);
     if (!first || length < 4) return 0;
     uint8_t magic[4];
     lib->reader.begin(first, length);
@@ -256,13 +257,13 @@ struct Optimizer {
       uint32_t mid = s.lo + (s.hi - s.lo) / 2;
       init_node(node, g, s.parent ? layout.offset(s.parent) : 0);
       uint32_t left = subtree(s.lo, mid), right = subtree(mid + 1, s.hi);
-      store_u32(node + kNodeLeft, left ? layout.offset(left) : 0);
-      store_u32(node + kNodeRight, right ? layout.offset(right) : 0);
+      store_le32(node + kNodeLeft, left ? layout.offset(left) : 0);
+      store_le32(node + kNodeRight, right ? layout.offset(right) : 0);
       uint8_t record[kRecordHeaderSize + 2 * (LMI_MAX_NAME + 1)];
       for (uint32_t i = group_first[mid]; i < group_first[mid + 1]; ++i) {
         uint32_t size = kRecordHeaderSize + 2 * entries[i].name_units();
         std::memcpy(record, entries[i].bytes(), size);
-        store_u32(record + kRecordStart, starts[i] ? layout.offset(starts[i]) : 0);
+        store_le32(record + kRecordStart, starts[i] ? layout.offset(starts[i]) : 0);
         append_record_copy(node, g, record);
       }
       if (mid == nodes / 2 && s.lo == 0 && s.hi == nodes) {
@@ -289,8 +290,8 @@ struct Optimizer {
       std::memset(block, 0, 512);
       put_magic(block, "DAT*");
       uint32_t next = Layout::after(b);
-      store_u32(block + kDataNext, i + 1 < blocks ? layout.offset(next) : 0);
-      store_u16(block + kDataUsed, uint16_t(used));
+      store_le32(block + kDataNext, i + 1 < blocks ? layout.offset(next) : 0);
+      store_le16(block + kDataUsed, uint16_t(used));
       if (lib->reader.read(block + kDataHeaderSize, used) != int32_t(used)) return LMI_E_IO;
       ++in_batch;
       // A batch goes out when full, at the end, or where the run steps over a bitmap block.
@@ -309,8 +310,8 @@ struct Optimizer {
   int32_t write_front() {
     uint8_t front[kHeaderBufferSize];
     std::memcpy(front, lib->header, kHeaderSize);
-    store_u32(front + kHeaderSccStart, scc_start ? layout.offset(scc_start) : 0);
-    store_u32(front + kHeaderSccLength, scc_length);
+    store_le32(front + kHeaderSccStart, scc_start ? layout.offset(scc_start) : 0);
+    store_le32(front + kHeaderSccLength, scc_length);
     bitmap_block(front + kFirstBitmapOffset, 0);
     std::memcpy(front + kRootOffset, root_, g.node_size);
     return library_write(out, front, kRootOffset + g.node_size, lib->base);
@@ -320,7 +321,7 @@ struct Optimizer {
     init_bitmap_block(block);
     std::memcpy(block + 8, layout.bits(k), 504);
     uint32_t next = k + 1 < layout.used_ranges() ? layout.offset((k + 1) * kBitsPerBitmap + 1) : 0;
-    store_u32(block + 4, next);
+    store_le32(block + 4, next);
   }
 
   int32_t write_bitmaps() {

@@ -43,7 +43,7 @@ TEST_F(BlockTailTest, UnusedPayloadIsZeroWhateverTheBufferHeldBefore) {
     const uint8_t* block = image.data() + at;
     if (std::memcmp(block, "DAT*", 4) != 0) continue;
     ++data_blocks;
-    size_t used = size_t(block[8] | block[9] << 8);
+    size_t used = ko::load_le16(block + 8);
     ASSERT_GE(used, 1u) << "block at " << at;
     ASSERT_LE(used, 502u) << "block at " << at;
     for (size_t i = 10 + used; i < 512; ++i) ASSERT_EQ(block[i], 0) << "block at " << at << ", byte " << i;

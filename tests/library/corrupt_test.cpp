@@ -9,10 +9,6 @@ using namespace library_test;
 
 namespace {
 
-void put_u32(Bytes& b, size_t at, uint32_t v) {
-  for (int i = 0; i < 4; ++i) b[at + size_t(i)] = uint8_t(v >> (8 * i));
-}
-
 class CorruptTest : public LibraryTest {
  protected:
   // A library with one entry "a.srd" of 2000 bytes (its record first in the root).
@@ -47,7 +43,7 @@ TEST_F(CorruptTest, DamageGivesCodesAndFindings) {
       {"data link into the header", [](Bytes& b) { put_u32(b, kRecord + 12, 512); }, true, -3},
       {"data length too long", [](Bytes& b) { put_u32(b, kRecord + 16, 0x10000000); }, true, 0},
       {"cyclic chain", [](Bytes& b) {
-         uint32_t first = b[kRecord + 12] | b[kRecord + 13] << 8 | b[kRecord + 14] << 16;
+         uint32_t first = u32_at(b, kRecord + 12);
          put_u32(b, first + 4, first);
          put_u32(b, kRecord + 16, 0x00100000);
        }, true, 0},

@@ -24,7 +24,7 @@ TEST_F(ExecutableTest, BuildAppendFillAndReopen) {
   Bytes image = file_bytes("app.exe");
   ASSERT_EQ(std::memcmp(image.data(), pe_stub(0).data(), 1024), 0) << "the stub stays as it was";
   ASSERT_EQ(std::memcmp(image.data() + image.size() - 512, "TRL*", 4), 0);
-  EXPECT_EQ(image[image.size() - 508] | image[image.size() - 507] << 8, 1024);
+  EXPECT_EQ(u16_at(image, image.size() - 508), 1024);
   expect_sound(exe);
 
   // Reopened for writing: cut back to the trailer, which comes back at close.

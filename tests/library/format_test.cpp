@@ -7,9 +7,6 @@ using namespace library_test;
 
 namespace {
 
-uint32_t u32_at(const Bytes& b, size_t at) { return b[at] | b[at + 1] << 8 | b[at + 2] << 16 | uint32_t(b[at + 3]) << 24; }
-uint16_t u16_at(const Bytes& b, size_t at) { return uint16_t(b[at] | b[at + 1] << 8); }
-
 class FormatTest : public LibraryTest {};
 
 TEST_F(FormatTest, NewLibraryIsHeaderBitmapAndEmptyRoot) {

@@ -12,6 +12,8 @@
 #include <string>
 #include <vector>
 
+#include "platform/byte_order.h"
+
 namespace library_test {
 
 inline std::u16string u16(const std::string& s) {
@@ -37,9 +39,10 @@ inline Bytes pattern(size_t size, uint32_t seed) {
   return b;
 }
 
-inline void put_u32(Bytes& b, size_t at, uint32_t v) {
-  for (int i = 0; i < 4; ++i) b[at + size_t(i)] = uint8_t(v >> (8 * i));
-}
+// The little-endian fields of a file's bytes.
+inline uint16_t u16_at(const Bytes& b, size_t at) { return ko::load_le16(&b[at]); }
+inline uint32_t u32_at(const Bytes& b, size_t at) { return ko::load_le32(&b[at]); }
+inline void put_u32(Bytes& b, size_t at, uint32_t v) { ko::store_le32(&b[at], v); }
 
 // A minimal PE32+ image whose security directory announces `certificates` bytes.
 inline Bytes pe_stub(uint32_t certificates) {

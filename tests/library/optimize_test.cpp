@@ -17,12 +17,6 @@ using namespace library_test;
 
 namespace {
 
-uint32_t u32_at(const Bytes& b, size_t at) {
-  return uint32_t(b[at]) | uint32_t(b[at + 1]) << 8 | uint32_t(b[at + 2]) << 16 |
-         uint32_t(b[at + 3]) << 24;
-}
-uint16_t u16_at(const Bytes& b, size_t at) { return uint16_t(b[at] | b[at + 1] << 8); }
-
 // What a library shows through the interface, to compare before and after.
 struct Snapshot {
   std::vector<std::string> listing;  // name, sizes, time, version, comment of each entry

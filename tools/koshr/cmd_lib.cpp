@@ -120,10 +120,14 @@ std::string as_bytes(const std::u16string& text) {
   return out;
 }
 
+// The UTF-16LE unit at byte `at`.
+char16_t unit_at(std::string_view bytes, size_t at) {
+  return char16_t(uint8_t(bytes[at]) | uint8_t(bytes[at + 1]) << 8);
+}
+
 std::u16string as_units(const std::string& bytes) {
   std::u16string out(bytes.size() / 2, u'\0');
-  for (size_t i = 0; i < out.size(); ++i)
-    out[i] = char16_t(uint8_t(bytes[2 * i]) | uint8_t(bytes[2 * i + 1]) << 8);
+  for (size_t i = 0; i < out.size(); ++i) out[i] = unit_at(bytes, 2 * i);
   return out;
 }
 
@@ -147,7 +151,7 @@ class Utf16Pieces {
     pending_.append(bytes);
     size_t whole = pending_.size() & ~size_t(1);
     if (!last && whole >= 2) {
-      char16_t unit = char16_t(uint8_t(pending_[whole - 2]) | uint8_t(pending_[whole - 1]) << 8);
+      char16_t unit = unit_at(pending_, whole - 2);
       if (is_high_surrogate(unit)) whole -= 2;
     }
     std::string out = utf16_to_utf8(as_units(pending_.substr(0, whole)));
@@ -167,7 +171,7 @@ class TextProbe {
     pending_.append(bytes);
     size_t whole = pending_.size() & ~size_t(1);
     for (size_t i = 0; text_ && i < whole; i += 2) {
-      char16_t c = char16_t(uint8_t(pending_[i]) | uint8_t(pending_[i + 1]) << 8);
+      char16_t c = unit_at(pending_, i);
       bool low = is_low_surrogate(c);
       if (c == 0 || low != high_pending_) text_ = false;
       high_pending_ = is_high_surrogate(c);
