@@ -1,5 +1,6 @@
 // export_test.cpp: the export header, tilde escaping and the hex-ASCII section.
 #include "library_fixture.h"
+#include "platform/utf16.h"
 
 #include <cstring>
 
@@ -77,15 +78,15 @@ TEST_F(ExportTest, HexSectionLines) {
   ASSERT_EQ(text.substr(0, start.size()), start);
   uint32_t sum = 0;
   for (char16_t c : std::u16string(u"six.bin")) sum += c;
-  const char16_t digits[] = u"0123456789ABCDEF";
-  std::u16string header = std::u16string(u"0") + digits[sum & 15] + u"six.bin \r\n";
+  auto digit = [](uint32_t value) { return char16_t(ko::kHexDigitsUpper[value & 15]); };
+  std::u16string header = std::u16string(u"0") + digit(sum) + u"six.bin \r\n";
   EXPECT_EQ(text.substr(start.size(), header.size()), header);
   std::u16string data = text.substr(start.size() + header.size(), 3996);
-  EXPECT_EQ(data.substr(0, 2), std::u16string(u"2") + digits[(0x04030201 + 0x00000605) & 15]);
+  EXPECT_EQ(data.substr(0, 2), std::u16string(u"2") + digit(0x04030201 + 0x00000605));
   EXPECT_EQ(data.substr(2, 16), u"0403020100000605");
   EXPECT_EQ(data.substr(18, 3976), std::u16string(3976, u'0'));
   EXPECT_EQ(data.substr(3994), u"\r\n");
-  std::u16string end = std::u16string(u"1") + digits[sum & 15] +
+  std::u16string end = std::u16string(u"1") + digit(sum) +
                        u"six.bin \r\nEnd of Korvane Binary Data Section : No Source Expected After This Point\r\n";
   EXPECT_EQ(text.substr(start.size() + header.size() + 3996), end);
 
