@@ -61,7 +61,7 @@ struct Checker {
 
   // Whether `count` blocks at an absolute offset lie in the file, on block boundaries.
   bool inside(uint32_t offset, uint32_t count) const {
-    return offset >= base && (offset - base) % 512 == 0 && (offset - base) / 512 + uint64_t(count) <= blocks;
+    return offset >= base && (offset - base) % kBlockSize == 0 && (offset - base) / kBlockSize + uint64_t(count) <= blocks;
   }
   const uint8_t* at(uint32_t offset) const { return file + (offset - base); }
 
@@ -71,7 +71,7 @@ struct Checker {
       finding(LMI_CHECK_DAMAGE, "%s at 0x%08x lies outside the file", what, offset);
       return false;
     }
-    uint32_t first = (offset - base) / 512;
+    uint32_t first = (offset - base) / kBlockSize;
     for (uint32_t i = first; i < first + count; ++i) {
       if (claimed[i]) {
         finding(LMI_CHECK_DAMAGE, "%s at 0x%08x: block %u is used twice", what, offset, i + 1);
@@ -151,7 +151,7 @@ void check_tree(Checker& c) {
   bool root = true;
   while (depth) {
     Pending p = stack[--depth];
-    if (!root && !c.claim(p.offset, c.g.node_size / 512, "node")) continue;
+    if (!root && !c.claim(p.offset, c.g.node_size / kBlockSize, "node")) continue;
     root = false;
     const uint8_t* node = c.at(p.offset);
     if (!node_is_sound(node, c.g)) {
@@ -197,9 +197,9 @@ uint8_t* check_bitmaps(Checker& c, uint32_t* covered) {
     if (!grown) break;
     marked = static_cast<uint8_t*>(grown);
     for (uint32_t i = 0; i < kBitsPerBitmap; ++i)
-      marked[count * kBitsPerBitmap + i] = (block[8 + i / 8] >> (7 - i % 8)) & 1;
+      marked[count * kBitsPerBitmap + i] = (block[kBitmapBits + i / 8] >> (7 - i % 8)) & 1;
     ++count;
-    offset = load_le32(block + 4);
+    offset = load_le32(block + kBitmapNext);
   }
   *covered = count * kBitsPerBitmap;
   return marked;
@@ -264,7 +264,7 @@ KOSHR_API int32_t LMI_CheckLibrary(KostgContext* pool, const KOCHAR* path, LMI_C
     }
     if (!bytes) rc = LMI_E_IO;
     c.file = bytes;
-    c.blocks = uint32_t(length / 512);
+    c.blocks = uint32_t(length / kBlockSize);
   }
   if (bytes && rc == 0) {
     c.claimed = c.pool.alloc_array<uint8_t>(c.blocks);
@@ -274,7 +274,7 @@ KOSHR_API int32_t LMI_CheckLibrary(KostgContext* pool, const KOCHAR* path, LMI_C
     } else if (c.claimed) {
       c.g = geometry_for_version(bytes + kHeaderVersion);
       c.claim(c.base, 3, "header");
-      c.claim(c.base + kRootOffset, c.g.node_size / 512, "root node");
+      c.claim(c.base + kRootOffset, c.g.node_size / kBlockSize, "root node");
       uint32_t covered = 0;
       uint8_t* marked = check_bitmaps(c, &covered);
       check_tree(c);

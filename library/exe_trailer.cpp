@@ -3,7 +3,10 @@
  */
 #include "library/exe_trailer.h"
 
+#include <koshr/library.h>
+
 #include "library/block_io.h"
+#include "library/header.h"
 #include "library/magic.h"
 #include "platform/byte_order.h"
 
@@ -60,7 +63,7 @@ uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t f
 uint32_t default_base_offset() { return 0; }
 
 void build_trailer(uint8_t* block, uint32_t base) {
-  std::memset(block, 0, 512);
+  std::memset(block, 0, kBlockSize);
   put_magic(block, "TRL*");
   store_le32(block + 4, base);
 }
@@ -73,7 +76,7 @@ LibraryPlace locate_library(os::FileHandle file, const uint8_t* start, size_t st
   uint32_t certificates =
       certificate_size(file, first, size, &place.executable, &place.certificate_entry);
   place.certificates = certificates;
-  int64_t at = size - 512 - int64_t(certificates);
+  int64_t at = size - kBlockSize - int64_t(certificates);
   uint8_t trailer[8];
   if (at >= 0 && read_at(file, first, trailer, 8, uint64_t(at)) == 8 && has_magic(trailer, "TRL*")) {
     place.has_trailer = true;
@@ -91,22 +94,22 @@ int32_t cut_back_to_trailer(os::FileHandle file, const LibraryPlace& place) {
     int32_t rc = library_write(file, kNone, sizeof kNone, place.certificate_entry);
     if (rc) return rc;
   }
-  return os::file_truncate(file, place.trailer_offset) ? 0 : -3;
+  return os::file_truncate(file, place.trailer_offset) ? 0 : LMI_E_IO;
 }
 
 int32_t drop_certificate_table(os::FileHandle file, const LibraryPlace& place,
                                uint32_t* trailer_at) {
   *trailer_at = place.trailer_offset;
   if (!place.certificates || !place.certificate_entry) return 0;
-  uint64_t table = uint64_t(place.trailer_offset) + 512;
-  if (place.certificates < 512) return cut_back_to_trailer(file, place);
-  uint8_t trailer[512];
+  uint64_t table = uint64_t(place.trailer_offset) + kBlockSize;
+  if (place.certificates < kBlockSize) return cut_back_to_trailer(file, place);
+  uint8_t trailer[kBlockSize];
   build_trailer(trailer, place.base);
   static const uint8_t kNone[8] = {};
-  int32_t rc = library_write(file, trailer, 512, table);
-  if (rc == 0) rc = library_write(file, trailer, 512, table + place.certificates - 512);
+  int32_t rc = library_write(file, trailer, kBlockSize, table);
+  if (rc == 0) rc = library_write(file, trailer, kBlockSize, table + place.certificates - kBlockSize);
   if (rc == 0) rc = library_write(file, kNone, sizeof kNone, place.certificate_entry);
-  if (rc == 0 && !os::file_truncate(file, table + 512)) rc = -3;
+  if (rc == 0 && !os::file_truncate(file, table + kBlockSize)) rc = LMI_E_IO;
   if (rc == 0) *trailer_at = uint32_t(table);
   return rc;
 }

@@ -57,7 +57,7 @@ int32_t open_for_writing(LmiLibrary* lib, const KOCHAR* name, const KOCHAR* comm
   uint32_t now = seconds_since_1970();
   SearchResult searched;
   int32_t rc = directory_search(lib, name, &searched);
-  if (rc == 0 && searched.landing != Landing::kFound) rc = -12;
+  if (rc == 0 && searched.landing != Landing::kFound) rc = LMI_E_NOT_FOUND;
   if (rc == 0) {
     e = {searched.node, searched.record};
     if (e.comment_length() && (rc = read_comment(lib, e, LMI_MAX_LIB_COMMENT, lib->comment)) != 0) return rc;
@@ -68,7 +68,7 @@ int32_t open_for_writing(LmiLibrary* lib, const KOCHAR* name, const KOCHAR* comm
     store_le32(e.bytes() + kRecordStart, 0);
     store_le32(e.bytes() + kRecordLength, 0);
     store_le32(e.bytes() + kRecordTime, now);
-  } else if (rc == -12) {
+  } else if (rc == LMI_E_NOT_FOUND) {
     SearchResult placed;
     if ((rc = directory_insert(lib, name, now, searched, &placed)) != 0) return rc;
     e = {placed.node, placed.record};
@@ -181,7 +181,7 @@ KOSHR_API int32_t LMI_EntryExists(LMI_HANDLE library, KOCHAR* name) {
   lower_name_in_place(name);
   EntryRef e;
   int32_t rc = find_entry(library, name, &e);
-  return rc == 0 ? LMI_OK : rc == -3 ? LMI_E_IO : LMI_E_NOT_FOUND;
+  return rc == 0 ? LMI_OK : rc == LMI_E_IO ? LMI_E_IO : LMI_E_NOT_FOUND;
 }
 
 KOSHR_API int32_t LMI_EntryInformation(LMI_HANDLE library, KOCHAR* name, LMI_ENTRY_INFO* info) {
@@ -195,7 +195,7 @@ KOSHR_API int32_t LMI_EntryInformation(LMI_HANDLE library, KOCHAR* name, LMI_ENT
   } else {
     lower_name_in_place(name);
     int32_t rc = find_entry(library, name, &e);
-    if (rc) return rc == -3 ? LMI_E_IO : LMI_E_NOT_FOUND;
+    if (rc) return rc == LMI_E_IO ? LMI_E_IO : LMI_E_NOT_FOUND;
   }
   info->timeStamp = e.time();
   info->objectSize = e.object_size();

@@ -27,8 +27,6 @@ int32_t usable(LMI_HANDLE library, KOCHAR* name, bool writes) {
   return 0;
 }
 
-int32_t found_or_code(int32_t rc) { return rc == -12 ? LMI_E_NOT_FOUND : rc; }
-
 bool valid_version(const KOCHAR* version) {
   for (int i = 0; i < 4; ++i) {
     if (!ascii_is_digit(version[i])) return false;
@@ -175,7 +173,7 @@ KOSHR_API int32_t LMI_EntryInfoExtended(LMI_HANDLE library, KOCHAR* name, LMI_EN
   int32_t rc = usable(library, name, false);
   if (rc) return rc;
   EntryRef e;
-  if ((rc = find_entry(library, name, &e)) != 0) return found_or_code(rc);
+  if ((rc = find_entry(library, name, &e)) != 0) return rc;
   return describe_entry(library, e, info);
 }
 
@@ -184,7 +182,7 @@ KOSHR_API int32_t LMI_SetEntryVersion(LMI_HANDLE library, KOCHAR* name, const KO
   if (rc) return rc;
   if (!version || !valid_version(version)) return LMI_E_NAME;
   EntryRef e;
-  if ((rc = find_entry(library, name, &e)) != 0) return found_or_code(rc);
+  if ((rc = find_entry(library, name, &e)) != 0) return rc;
   for (int i = 0; i < 4; ++i) store_le16(e.bytes() + kRecordVersion + 2 * i, version[i]);
   touch_record(library->nodes, e);
   return commit_if_due(library);
@@ -206,7 +204,7 @@ KOSHR_API int32_t LMI_GetEntryVersion(LMI_HANDLE library, KOCHAR* name, KOCHAR* 
   int32_t rc = usable(library, name, false);
   if (rc) return rc;
   EntryRef e;
-  if ((rc = find_entry(library, name, &e)) != 0) return found_or_code(rc);
+  if ((rc = find_entry(library, name, &e)) != 0) return rc;
   e.version(version);
   return LMI_OK;
 }

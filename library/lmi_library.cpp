@@ -20,6 +20,10 @@ using namespace ko;
 
 namespace {
 
+// LMI_GetKOLBinaryType's answer for a file that is not a library file, or
+// one that cannot be read; not one of the LMI_E_* failures.
+constexpr int32_t kNotALibraryFile = -1;
+
 // The extension's start within a path, null when the file name has none.
 const KOCHAR* extension_of(const KOCHAR* path) {
   const KOCHAR* dot = u16rchr(path, u'.');
@@ -179,15 +183,15 @@ KOSHR_API int32_t LMI_ChangeLibraryType(KostgContext* pool, const KOCHAR* path, 
 }
 
 KOSHR_API int32_t LMI_GetKOLBinaryType(KostgContext* pool, const KOCHAR* path) {
-  if (!path) return -1;
+  if (!path) return kNotALibraryFile;
   os::FileHandle file = os::file_open(path, os::kFileRead);
-  if (file == os::kInvalidFile) return -1;
+  if (file == os::kInvalidFile) return kNotALibraryFile;
   uint8_t first[6];
   int64_t got = os::file_read_at(file, first, 6, 0);
   os::file_close(file);
-  if (got != 6 || std::memcmp(first, "HDR*K", 5) != 0) return -1;
+  if (got != 6 || std::memcmp(first, "HDR*K", 5) != 0) return kNotALibraryFile;
   if (first[5] == 'o') return 1;
-  return first[5] == 0 ? 0 : -1;
+  return first[5] == 0 ? 0 : kNotALibraryFile;
 }
 
 KOSHR_API int32_t LMI_LibrarySpace(LMI_HANDLE library, LMI_SPACE_INFO* info) {
@@ -198,7 +202,7 @@ KOSHR_API int32_t LMI_LibrarySpace(LMI_HANDLE library, LMI_SPACE_INFO* info) {
   uint32_t covered, used, bitmaps;
   library->bitmap.count(&covered, &used, &bitmaps);
   int64_t size = os::file_size(library->file);
-  uint32_t in_file = size > library->base ? uint32_t((size - library->base + 511) / 512) : 0;
+  uint32_t in_file = size > library->base ? uint32_t((size - library->base + kBlockSize - 1) / kBlockSize) : 0;
   info->blocksTotal = in_file > used ? in_file : used;
   info->blocksUsed = used;
   info->blocksFree = info->blocksTotal - used;
