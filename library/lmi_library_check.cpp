@@ -1,5 +1,5 @@
 /*
- * check.cpp: LMI_CheckLibrary, the verification of a whole library file.
+ * lmi_library_check.cpp: LMI_CheckLibrary, the verification of a whole library file.
  *
  * The file is read once, front to back, into memory; then every structure is
  * walked there: the header, the bitmap chain, the tree of nodes (each node

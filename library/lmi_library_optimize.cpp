@@ -1,5 +1,5 @@
 /*
- * optimize.cpp: LMI_OptimizeLibrary, a library rewritten into the most
+ * lmi_library_optimize.cpp: LMI_OptimizeLibrary, a library rewritten into the most
  * compact form its format allows.
  *
  * The new file is laid out in full before a byte is written: the header,

@@ -1,4 +1,4 @@
-// format_test.cpp: the bytes a library holds on disk.
+// file_layout_test.cpp: the bytes a library holds on disk.
 #include "library_fixture.h"
 
 #include <cstring>
@@ -7,9 +7,9 @@ using namespace library_test;
 
 namespace {
 
-class FormatTest : public LibraryTest {};
+class FileLayoutTest : public LibraryTest {};
 
-TEST_F(FormatTest, NewLibraryIsHeaderBitmapAndEmptyRoot) {
+TEST_F(FileLayoutTest, NewLibraryIsHeaderBitmapAndEmptyRoot) {
   create("fresh.kol", u"hello");
   Bytes b = file_bytes("fresh.kol");
   ASSERT_EQ(b.size(), 4608u);
@@ -32,7 +32,7 @@ TEST_F(FormatTest, NewLibraryIsHeaderBitmapAndEmptyRoot) {
   expect_sound(path("fresh.kol"));
 }
 
-TEST_F(FormatTest, EntryRecordAndDataBlocks) {
+TEST_F(FileLayoutTest, EntryRecordAndDataBlocks) {
   struct Case {
     size_t size;
     uint32_t blocks;
@@ -74,7 +74,7 @@ TEST_F(FormatTest, EntryRecordAndDataBlocks) {
   }
 }
 
-TEST_F(FormatTest, CommentLeadsTheStream) {
+TEST_F(FileLayoutTest, CommentLeadsTheStream) {
   std::u16string p = create();
   LMI_HANDLE h = open(p);
   ASSERT_EQ(put(h, "a.srd", pattern(100, 1), u"  hello  "), 0);
@@ -89,7 +89,7 @@ TEST_F(FormatTest, CommentLeadsTheStream) {
   EXPECT_EQ(b[block + 20], pattern(100, 1)[0]);
 }
 
-TEST_F(FormatTest, KindByFirstSixBytes) {
+TEST_F(FileLayoutTest, KindByFirstSixBytes) {
   struct Case {
     const char* bytes;
     size_t size;

@@ -1,5 +1,5 @@
 /*
- * hex_ascii.cpp: an entry's bytes carried inside exported text.
+ * lmi_hex_ascii.cpp: an entry's bytes carried inside exported text.
  *
  *   (empty line)
  *   Start of Korvane Binary Data Section : Do NOT Edit

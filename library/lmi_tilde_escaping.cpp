@@ -1,5 +1,5 @@
 /*
- * special_chars.cpp: the tilde escaping of texts in export headers.
+ * lmi_tilde_escaping.cpp: the tilde escaping of texts in export headers.
  *
  *   tab "~t"   line feed "~n"   carriage return "~r"   tilde "~~"
  *
