@@ -21,7 +21,7 @@ class CorruptTest : public LibraryTest {
     return file_bytes("sound.kol");
   }
   void write(const Bytes& b) {
-    std::ofstream(file("bad.kol"), std::ios::binary).write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
+    write_file("bad.kol", b);
   }
 };
 
@@ -65,8 +65,8 @@ TEST_F(CorruptTest, DamageGivesCodesAndFindings) {
         EXPECT_EQ(rc, c.read_rc) << c.what;
       }
       LMI_LIST_ITEM* items = nullptr;
-      int32_t count = LMI_ListEntriesExtended(h, pool_, &items);
-      kostg_fee(pool_, items);
+      int32_t count = LMI_ListEntriesExtended(h, storage_, &items);
+      kostg_fee(storage_, items);
       EXPECT_LE(count, 2) << c.what;
       LMI_CloseLibrary(h);
       // Writing into it must not crash either, and must not make it worse to read.
@@ -103,8 +103,8 @@ TEST_F(CorruptTest, CheckNamesWhatIsWrong) {
     for (auto& f : findings) seen |= f.second.find(c.finding) != std::string::npos && f.first == c.severity;
     EXPECT_TRUE(seen) << c.what << ": " << (findings.empty() ? "nothing" : findings[0].second);
   }
-  EXPECT_EQ(LMI_CheckLibrary(pool_, nullptr, nullptr, nullptr), -10);
-  EXPECT_EQ(LMI_CheckLibrary(pool_, path("missing.kol").c_str(), nullptr, nullptr), -6);
+  EXPECT_EQ(LMI_CheckLibrary(storage_, nullptr, nullptr, nullptr), -10);
+  EXPECT_EQ(LMI_CheckLibrary(storage_, path("missing.kol").c_str(), nullptr, nullptr), -6);
 }
 
 }  // namespace

@@ -22,14 +22,14 @@ class DirectoryTest : public LibraryTest {
     LMI_HANDLE h = open(p, LMI_MODE_READ);
     ASSERT_NE(h, nullptr);
     LMI_LIST_ITEM* items = nullptr;
-    int32_t count = LMI_ListEntries(h, pool_, &items);
+    int32_t count = LMI_ListEntries(h, storage_, &items);
     ASSERT_EQ(count, int32_t(expected.size()));
     auto it = expected.begin();
     for (int32_t i = 0; i < count; ++i, ++it) {
       ASSERT_EQ(narrow(items[i].name), it->first) << "listed in name order";
       EXPECT_EQ(items[i].objectSize, it->second.size());
     }
-    kostg_fee(pool_, items);
+    kostg_fee(storage_, items);
     for (auto& [name, data] : expected) ASSERT_EQ(get(h, name), data) << name;
     LMI_CloseLibrary(h);
     expect_sound(p);

@@ -64,8 +64,8 @@ TEST_F(EntryCopyTest, CopySequentialTakesAllOrTheNamed) {
   LMI_HANDLE c = open(create("c.kol"));
   EXPECT_EQ(LMI_CopyEntrySequential(a_, c, names, 1), 1);
   LMI_LIST_ITEM* items;
-  EXPECT_EQ(LMI_ListEntries(c, pool_, &items), 1);
-  kostg_fee(pool_, items);
+  EXPECT_EQ(LMI_ListEntries(c, storage_, &items), 1);
+  kostg_fee(storage_, items);
   LMI_CloseLibrary(c);
 }
 
@@ -95,17 +95,17 @@ TEST_F(EntryCopyTest, ModifyChangesOnlyTheComment) {
 
 TEST_F(EntryCopyTest, ListingExtendedCarriesComments) {
   LMI_LIST_ITEM* items = nullptr;
-  ASSERT_EQ(LMI_ListEntriesExtended(a_, pool_, &items), 2);
+  ASSERT_EQ(LMI_ListEntriesExtended(a_, storage_, &items), 2);
   EXPECT_EQ(narrow(items[0].name), "one.srd");
   EXPECT_EQ(narrow(items[0].comment), "first");
   EXPECT_EQ(items[0].objectSize, 3000u);
   EXPECT_EQ(items[0].dataSize, 3010u);
   EXPECT_EQ(narrow(items[1].comment), "");
   EXPECT_EQ(narrow(items[1].version), "0600");
-  kostg_fee(pool_, items);
+  kostg_fee(storage_, items);
   EXPECT_EQ(LMI_ListEntries(a_, nullptr, &items), -19);
-  EXPECT_EQ(LMI_ListEntries(a_, pool_, nullptr), -7);
-  EXPECT_EQ(LMI_ListEntries(nullptr, pool_, &items), -6);
+  EXPECT_EQ(LMI_ListEntries(a_, storage_, nullptr), -7);
+  EXPECT_EQ(LMI_ListEntries(nullptr, storage_, &items), -6);
 }
 
 TEST_F(EntryCopyTest, EntryVersions) {
@@ -145,18 +145,18 @@ TEST_F(EntryCopyTest, SourceControlData) {
   a_ = open(a_path_);
   void* back = nullptr;
   uint32_t length = 0;
-  ASSERT_EQ(LMI_GetSCCDataBuffer(a_, pool_, &back, &length), 0);
+  ASSERT_EQ(LMI_GetSCCDataBuffer(a_, storage_, &back, &length), 0);
   ASSERT_EQ(length, scc.size());
   EXPECT_EQ(std::memcmp(back, scc.data(), length), 0);
-  kostg_fee(pool_, back);
+  kostg_fee(storage_, back);
   LMI_SCC_RECORD* records = nullptr;
-  ASSERT_EQ(LMI_ListSccMetadata(a_, pool_, &records), 2);
+  ASSERT_EQ(LMI_ListSccMetadata(a_, storage_, &records), 2);
   EXPECT_EQ(narrow(records[1].name), "two.srw");
   EXPECT_EQ(narrow(records[1].data), "v1");
   EXPECT_EQ(records[1].flags, 2u);
-  kostg_fee(pool_, records);
+  kostg_fee(storage_, records);
   ASSERT_EQ(LMI_DeleteSccMetadata(a_), 0);
-  ASSERT_EQ(LMI_GetSCCDataBuffer(a_, pool_, &back, &length), 0);
+  ASSERT_EQ(LMI_GetSCCDataBuffer(a_, storage_, &back, &length), 0);
   EXPECT_EQ(back, nullptr);
   EXPECT_EQ(length, 0u);
 }
@@ -166,7 +166,7 @@ TEST_F(EntryCopyTest, LibraryListLocatesEntries) {
   ASSERT_EQ(LMI_CloseLibrary(a_), 0);
   ASSERT_EQ(LMI_CloseLibrary(b_), 0);
   const KOCHAR* paths[] = {a_path_.c_str(), b_path_.c_str()};
-  ASSERT_EQ(LMI_SynchronizeLibraryList(pool_, paths, 2), 0);
+  ASSERT_EQ(LMI_SynchronizeLibraryList(storage_, paths, 2), 0);
   KOCHAR one[] = u"ONE.srd", only_b[] = u"only_b.srd", none[] = u"none.srd";
   EXPECT_EQ(LMI_LocateEntry(one), 0);
   EXPECT_EQ(LMI_LocateEntry(only_b), 1);
@@ -179,7 +179,7 @@ TEST_F(EntryCopyTest, LibraryListLocatesEntries) {
   EXPECT_EQ(LMI_RemoveLibraryHashEntry(only_b), 0);
   EXPECT_EQ(LMI_RemoveLibraryHashEntry(only_b), -12);
   EXPECT_EQ(LMI_LocateEntry(only_b), 0);
-  ASSERT_EQ(LMI_SynchronizeLibraryList(pool_, nullptr, 0), 0);
+  ASSERT_EQ(LMI_SynchronizeLibraryList(storage_, nullptr, 0), 0);
   EXPECT_EQ(LMI_LocateEntry(one), -12);
   a_ = open(a_path_);
   b_ = open(b_path_);

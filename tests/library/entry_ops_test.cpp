@@ -136,11 +136,11 @@ TEST_F(EntryOpsTest, FindEntryOpensTheLibraryItself) {
   ASSERT_EQ(LMI_CloseLibrary(lib_), 0);
   lib_ = nullptr;
   KOCHAR f[] = u"F.srd", g[] = u"g.srd";
-  EXPECT_EQ(LMI_FindEntry(pool_, f, lib_path_.c_str()), 0);
-  EXPECT_EQ(LMI_FindEntry(pool_, g, lib_path_.c_str()), -3);
-  EXPECT_EQ(LMI_FindEntry(pool_, f, nullptr), -10);
-  EXPECT_EQ(LMI_FindEntry(pool_, nullptr, lib_path_.c_str()), -10);
-  EXPECT_EQ(LMI_FindEntry(pool_, f, path("none.kol").c_str()), -6);
+  EXPECT_EQ(LMI_FindEntry(storage_, f, lib_path_.c_str()), 0);
+  EXPECT_EQ(LMI_FindEntry(storage_, g, lib_path_.c_str()), -3);
+  EXPECT_EQ(LMI_FindEntry(storage_, f, nullptr), -10);
+  EXPECT_EQ(LMI_FindEntry(storage_, nullptr, lib_path_.c_str()), -10);
+  EXPECT_EQ(LMI_FindEntry(storage_, f, path("none.kol").c_str()), -6);
 }
 
 TEST_F(EntryOpsTest, ReadingInPieces) {

@@ -15,9 +15,9 @@ class ExecutableTest : public LibraryTest {};
 TEST_F(ExecutableTest, BuildAppendFillAndReopen) {
   write_file("stub.exe", pe_stub(0));
   std::u16string exe = path("app.exe");
-  ASSERT_EQ(LMI_CreateExecutable(pool_, exe.c_str(), path("stub.exe").c_str()), 0);
-  EXPECT_EQ(LMI_CreateExecutable(pool_, exe.c_str(), nullptr), -2);
-  LMI_HANDLE h = LMI_AppendExecutable(pool_, exe.c_str(), u"bundled");
+  ASSERT_EQ(LMI_CreateExecutable(storage_, exe.c_str(), path("stub.exe").c_str()), 0);
+  EXPECT_EQ(LMI_CreateExecutable(storage_, exe.c_str(), nullptr), -2);
+  LMI_HANDLE h = LMI_AppendExecutable(storage_, exe.c_str(), u"bundled");
   ASSERT_NE(h, nullptr);
   ASSERT_EQ(put(h, "w_main.srw", pattern(5000, 1)), 0);
   ASSERT_EQ(LMI_CloseExecutable(h), 0);
@@ -45,8 +45,8 @@ TEST_F(ExecutableTest, BuildAppendFillAndReopen) {
 TEST_F(ExecutableTest, FoundBehindACertificateTable) {
   write_file("stub.exe", pe_stub(0));
   std::u16string exe = path("signed.exe");
-  ASSERT_EQ(LMI_CreateExecutable(pool_, exe.c_str(), path("stub.exe").c_str()), 0);
-  LMI_HANDLE h = LMI_AppendExecutable(pool_, exe.c_str(), nullptr);
+  ASSERT_EQ(LMI_CreateExecutable(storage_, exe.c_str(), path("stub.exe").c_str()), 0);
+  LMI_HANDLE h = LMI_AppendExecutable(storage_, exe.c_str(), nullptr);
   ASSERT_EQ(put(h, "a.srd", pattern(100, 3)), 0);
   ASSERT_EQ(LMI_CloseExecutable(h), 0);
   sign_file("signed.exe", 1000);
@@ -86,7 +86,7 @@ TEST_F(ExecutableTest, EveryHostKeepsItsLibraryThroughWrites) {
     std::string name = "host" + std::to_string(n++) + ".bin";
     write_file(name, c.host);
     std::u16string p = path(name);
-    LMI_HANDLE h = LMI_AppendExecutable(pool_, p.c_str(), nullptr);
+    LMI_HANDLE h = LMI_AppendExecutable(storage_, p.c_str(), nullptr);
     ASSERT_NE(h, nullptr);
     ASSERT_EQ(put(h, "a.srd", pattern(3000, 1)), 0);
     ASSERT_EQ(LMI_CloseExecutable(h), 0);

@@ -11,19 +11,19 @@ namespace {
 class ExportTest : public LibraryTest {
  protected:
   std::u16string escape(const std::u16string& text, bool decrypt) {
-    KOCHAR* out = decrypt ? LMI_DecryptSpecialChars(pool_, text.c_str()) : LMI_EncryptSpecialChars(pool_, text.c_str());
+    KOCHAR* out = decrypt ? LMI_DecryptSpecialChars(storage_, text.c_str()) : LMI_EncryptSpecialChars(storage_, text.c_str());
     std::u16string result = out;
-    EXPECT_GE(kostg_sz(pool_, out), 2 * (result.size() + 1));
-    kostg_fee(pool_, out);
+    EXPECT_GE(kostg_sz(storage_, out), 2 * (result.size() + 1));
+    kostg_fee(storage_, out);
     return result;
   }
   std::u16string hex(LMI_HANDLE lib, const char* name) {
     std::u16string n = u16(name);
     KOCHAR* text = nullptr;
     uint32_t length = 0;
-    EXPECT_EQ(LMI_GetHexAsciiForEntry(lib, n.data(), pool_, &text, &length), 0);
+    EXPECT_EQ(LMI_GetHexAsciiForEntry(lib, n.data(), storage_, &text, &length), 0);
     std::u16string out(text ? text : u"", length);
-    kostg_fee(pool_, text);
+    kostg_fee(storage_, text);
     return out;
   }
 };
@@ -41,7 +41,7 @@ TEST_F(ExportTest, Escaping) {
   } kept[] = {{u"~x", u"~x"}, {u"end~", u"end~"}, {u"~~~", u"~~"}, {u"~~~t", u"~\t"}};
   for (const Kept& k : kept) EXPECT_EQ(escape(k.in, true), k.out);
   EXPECT_EQ(LMI_EncryptSpecialChars(nullptr, u"x"), nullptr);
-  EXPECT_EQ(LMI_DecryptSpecialChars(pool_, nullptr), nullptr);
+  EXPECT_EQ(LMI_DecryptSpecialChars(storage_, nullptr), nullptr);
 }
 
 TEST_F(ExportTest, HeaderLines) {
@@ -60,12 +60,12 @@ TEST_F(ExportTest, HeaderLines) {
     std::memcpy(info.comment, comment.c_str(), 2 * (comment.size() + 1));
     KOCHAR buffer[LMI_EXPORT_HEADER_MAX];
     uint32_t length = 0;
-    ASSERT_EQ(LMI_Build_Export_Header(pool_, &info, buffer, &length), 0);
+    ASSERT_EQ(LMI_Build_Export_Header(storage_, &info, buffer, &length), 0);
     EXPECT_EQ(std::u16string(buffer, length), c.expected);
   }
   KOCHAR buffer[LMI_EXPORT_HEADER_MAX];
   uint32_t length;
-  EXPECT_EQ(LMI_Build_Export_Header(pool_, nullptr, buffer, &length), -7);
+  EXPECT_EQ(LMI_Build_Export_Header(storage_, nullptr, buffer, &length), -7);
 }
 
 TEST_F(ExportTest, HexSectionLines) {
@@ -174,7 +174,7 @@ TEST_F(ExportTest, DecodingRefusals) {
   EXPECT_EQ(LMI_EntryFromHexAscii(nullptr, name.data(), text.c_str(), 1), -6);
   KOCHAR* out = nullptr;
   uint32_t length = 7;
-  EXPECT_EQ(LMI_GetHexAsciiForEntry(lib, name.data(), pool_, &out, &length), -12);
+  EXPECT_EQ(LMI_GetHexAsciiForEntry(lib, name.data(), storage_, &out, &length), -12);
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(length, 0u);
   LMI_CloseLibrary(lib);

@@ -96,12 +96,12 @@ TEST_F(FileLayoutTest, KindByFirstSixBytes) {
     int32_t kind;
   } cases[] = {{"HDR*Korvane", 11, 1}, {"HDR*K\0o\0", 8, 0}, {"HDR*X\0", 6, -1}, {"HDR", 3, -1}};
   for (const Case& c : cases) {
-    std::ofstream(file("k.bin"), std::ios::binary).write(c.bytes, std::streamsize(c.size));
-    EXPECT_EQ(LMI_GetKOLBinaryType(pool_, path("k.bin").c_str()), c.kind) << c.bytes;
+    ko_test::write_bytes(folder_.file("k.bin"), std::string(c.bytes, c.size));
+    EXPECT_EQ(LMI_GetKOLBinaryType(storage_, path("k.bin").c_str()), c.kind) << c.bytes;
   }
-  EXPECT_EQ(LMI_GetKOLBinaryType(pool_, path("missing.kol").c_str()), -1);
-  std::ofstream(file("ansi.kol"), std::ios::binary) << "HDR*Korvane" << std::string(5000, '\0');
-  EXPECT_EQ(LMI_OpenLibrary(pool_, path("ansi.kol").c_str(), LMI_MODE_READ, 0), nullptr);
+  EXPECT_EQ(LMI_GetKOLBinaryType(storage_, path("missing.kol").c_str()), -1);
+  ko_test::write_bytes(folder_.file("ansi.kol"), "HDR*Korvane" + std::string(5000, '\0'));
+  EXPECT_EQ(LMI_OpenLibrary(storage_, path("ansi.kol").c_str(), LMI_MODE_READ, 0), nullptr);
 }
 
 }  // namespace

@@ -9,18 +9,20 @@
 #include <string>
 #include <vector>
 
+#include "storage_fixture.h"
+
 namespace {
 
 using ko::CachedNode;
 using ko::EntryRef;
 
-class NameIndexUnitTest : public ::testing::Test {
+class NameIndexUnitTest : public ko_test::StorageTest {
  protected:
   void SetUp() override {
-    pool_.context = kostg_begin(0);
+    StorageTest::SetUp();
+    pool_.context = storage_;
     index_.attach(pool_);
   }
-  void TearDown() override { kostg_end(pool_.context); }
 
   // A node of its own holding one record named `name`.
   EntryRef node_with(const std::u16string& name) {

@@ -37,7 +37,7 @@ class NothingLostTest : public LibraryTest {
       create(name);
     } else {
       write_file(name, pe_stub(0));
-      EXPECT_EQ(LMI_CloseLibrary(LMI_AppendExecutable(pool_, p.c_str(), nullptr)), 0);
+      EXPECT_EQ(LMI_CloseLibrary(LMI_AppendExecutable(storage_, p.c_str(), nullptr)), 0);
     }
     LMI_HANDLE h = open(p);
     for (int i = 0; i < 120; ++i) {

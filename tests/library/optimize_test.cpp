@@ -33,7 +33,7 @@ class OptimizeTest : public LibraryTest {
     EXPECT_NE(h, nullptr);
     if (!h) return s;
     LMI_LIST_ITEM* items = nullptr;
-    int32_t count = LMI_ListEntriesExtended(h, pool_, &items);
+    int32_t count = LMI_ListEntriesExtended(h, storage_, &items);
     for (int32_t i = 0; i < count; ++i) {
       const LMI_LIST_ITEM& it = items[i];
       s.listing.push_back(narrow(it.name) + "|" + std::to_string(it.objectSize) + "|" +
@@ -41,16 +41,16 @@ class OptimizeTest : public LibraryTest {
                           narrow(it.version) + "|" + narrow(it.comment));
       s.objects[narrow(it.name)] = get(h, narrow(it.name));
     }
-    kostg_fee(pool_, items);
+    kostg_fee(storage_, items);
     LMI_LIBRARY_INFO info;
     EXPECT_EQ(LMI_LibraryInformation(h, &info), 0);
     s.header = narrow(info.comment) + "|" + std::to_string(info.timeStamp) + "|" +
                std::to_string(info.type);
     void* scc = nullptr;
     uint32_t length = 0;
-    if (LMI_GetSCCDataBuffer(h, pool_, &scc, &length) == 0 && scc) {
+    if (LMI_GetSCCDataBuffer(h, storage_, &scc, &length) == 0 && scc) {
       s.scc.assign(static_cast<uint8_t*>(scc), static_cast<uint8_t*>(scc) + length);
-      kostg_fee(pool_, scc);
+      kostg_fee(storage_, scc);
     }
     LMI_CloseLibrary(h);
     return s;
@@ -91,7 +91,7 @@ class OptimizeTest : public LibraryTest {
   void optimize_and_compare(const std::string& name, uint32_t base) {
     std::u16string p = path(name);
     Snapshot before = snapshot(p);
-    ASSERT_EQ(LMI_OptimizeLibrary(pool_, p.c_str()), 0);
+    ASSERT_EQ(LMI_OptimizeLibrary(storage_, p.c_str()), 0);
     EXPECT_FALSE(std::filesystem::exists(file(name + ".optimizing")));
     auto findings = check(p);
     for (auto& f : findings) ADD_FAILURE() << f.second;
@@ -202,7 +202,7 @@ TEST_F(OptimizeTest, ALibraryInAHostKeepsItsHostAndBase) {
   std::ofstream(file("host.bin"), std::ios::binary)
       .write(reinterpret_cast<const char*>(host.data()), long(host.size()));
   std::u16string p = path("host.bin");
-  LMI_HANDLE h = LMI_AppendExecutable(pool_, p.c_str(), u"carried");
+  LMI_HANDLE h = LMI_AppendExecutable(storage_, p.c_str(), u"carried");
   ASSERT_NE(h, nullptr);
   for (int i = 0; i < 200; ++i)
     ASSERT_EQ(put(h, "n" + std::to_string(1000 + i) + ".srd", pattern(300, uint32_t(i))), 0);
@@ -225,10 +225,10 @@ TEST_F(OptimizeTest, RefusalsLeaveTheFileAlone) {
   damaged[1536 + 32 + 13] = 2;
   std::ofstream(file("lib.kol"), std::ios::binary)
       .write(reinterpret_cast<const char*>(damaged.data()), long(damaged.size()));
-  EXPECT_EQ(LMI_OptimizeLibrary(pool_, p.c_str()), LMI_E_IO);
+  EXPECT_EQ(LMI_OptimizeLibrary(storage_, p.c_str()), LMI_E_IO);
   EXPECT_EQ(file_bytes("lib.kol"), damaged);
-  EXPECT_EQ(LMI_OptimizeLibrary(pool_, path("missing.kol").c_str()), LMI_E_NO_HANDLE);
-  EXPECT_EQ(LMI_OptimizeLibrary(pool_, nullptr), LMI_E_NAME);
+  EXPECT_EQ(LMI_OptimizeLibrary(storage_, path("missing.kol").c_str()), LMI_E_NO_HANDLE);
+  EXPECT_EQ(LMI_OptimizeLibrary(storage_, nullptr), LMI_E_NAME);
   EXPECT_EQ(LMI_OptimizeLibrary(nullptr, p.c_str()), LMI_E_NO_POOL);
   // A failing write of the new file leaves the old one as it was.
   std::ofstream(file("lib.kol"), std::ios::binary)
@@ -237,7 +237,7 @@ TEST_F(OptimizeTest, RefusalsLeaveTheFileAlone) {
   fault.kind = ko::os::WriteFaultKind::kFail;
   fault.after_calls = 1;
   ko::os::set_write_fault(fault);
-  EXPECT_NE(LMI_OptimizeLibrary(pool_, p.c_str()), 0);
+  EXPECT_NE(LMI_OptimizeLibrary(storage_, p.c_str()), 0);
   ko::os::clear_write_fault();
   EXPECT_EQ(file_bytes("lib.kol"), sound);
   EXPECT_FALSE(std::filesystem::exists(file("lib.kol.optimizing")));
