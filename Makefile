@@ -1,6 +1,6 @@
 # The front door: every command drives a CMake preset (CMakePresets.json).
 .PHONY: run test install uninstall examples test-windows test-sanitize test-postgres bench fuzz \
-	fuzz-smoke clean
+	fuzz-smoke format format-check clean
 
 JOBS ?= $(shell nproc)
 # The test binaries that hold the thread-stress tests run under ThreadSanitizer.
@@ -86,6 +86,16 @@ fuzz:
 FUZZ_SMOKE_SECONDS ?= 10
 fuzz-smoke:
 	$(MAKE) fuzz FUZZ_SECONDS=$(FUZZ_SMOKE_SECONDS)
+
+# The house style (.clang-format), with the one clang-format release CI installs:
+# another release formats some constructs differently.
+CLANG_FORMAT ?= clang-format-14
+FORMAT_FILES = $(shell git ls-files '*.c' '*.cpp' '*.h' 2>/dev/null || \
+	find . -path ./build -prune -o \( -name '*.c' -o -name '*.cpp' -o -name '*.h' \) -print)
+format:
+	$(CLANG_FORMAT) -i $(FORMAT_FILES)
+format-check:
+	$(CLANG_FORMAT) --dry-run --Werror $(FORMAT_FILES)
 
 clean:
 	rm -rf build

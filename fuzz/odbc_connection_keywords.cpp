@@ -1,6 +1,7 @@
 // Fuzz target: the ODBC driver's DBParm keywords (ConnectString, AutoCommit,
-// Isolation, FetchBlockSize, TextBufferSize) read through the front end's
-// parser, and the connection string built from log-in strings.
+// Isolation, FetchBlockSize, TextBufferSize, Streaming) read through the
+// front end's parser, and the connection strings built from log-in strings
+// and with streaming settings.
 #include "dbi/driver_services.h"
 #include "dbi_fuzz_support.h"
 #include "drivers/odbc/settings.h"
@@ -25,5 +26,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                              std::u16string(text.get() + 2 * third)};
   for (auto& part : parts) part = part.c_str();  // up to an embedded terminator
   ko::odbc::login_connect_string(parts[0].c_str(), parts[1].c_str(), parts[2].c_str());
+  // The same text as a connection string given its streaming settings.
+  ko::odbc::streaming_connect_string(std::u16string(text.get(), units), settings.fetch_block);
   return 0;
 }

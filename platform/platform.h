@@ -50,7 +50,9 @@ int64_t file_size(FileHandle file);
 bool file_truncate(FileHandle file, uint64_t size);
 bool file_flush(FileHandle file);
 bool file_delete(const KOCHAR* path);
-bool file_rename(const KOCHAR* from, const KOCHAR* to);  // replaces an existing target
+// Replaces an existing target; the new name is on disk when it returns (the
+// folder is synced), so a file written, flushed and renamed survives a crash.
+bool file_rename(const KOCHAR* from, const KOCHAR* to);
 bool file_exists(const KOCHAR* path);
 
 // ---------------------------------------------------------------- write faults (test seam)

@@ -1,6 +1,8 @@
 // settings.cpp: the driver's DBParm keywords and the log-in connection string.
 #include "drivers/odbc/settings.h"
 
+#include <string>
+
 #include "drivers/odbc/odbc_api.h"
 
 namespace ko::odbc {
@@ -84,7 +86,78 @@ void append_attribute(std::u16string& out, const char* name, const KOCHAR* value
   out += u';';
 }
 
+std::u16string lower_ascii(const std::u16string& text) {
+  std::u16string out(text);
+  for (KOCHAR& c : out) {
+    if (c >= u'A' && c <= u'Z') c = static_cast<KOCHAR>(c + 32);
+  }
+  return out;
+}
+
+// The value of attribute `name` (lower case) in a connection string, and
+// whether it is there. Values may be braced ("{a;b}").
+bool find_attribute(const std::u16string& lower, const std::u16string& name,
+                    std::u16string* value) {
+  size_t at = 0;
+  while (at < lower.size()) {
+    while (at < lower.size() && (lower[at] == u';' || lower[at] == u' ')) ++at;
+    const size_t equals = lower.find(u'=', at);
+    if (equals == std::u16string::npos) return false;
+    size_t end = equals + 1;
+    if (end < lower.size() && lower[end] == u'{') {
+      end = lower.find(u'}', end);
+      if (end == std::u16string::npos) end = lower.size();
+    }
+    end = lower.find(u';', end);
+    if (end == std::u16string::npos) end = lower.size();
+    size_t key_end = equals;
+    while (key_end > at && lower[key_end - 1] == u' ') --key_end;
+    if (lower.compare(at, key_end - at, name) == 0) {
+      if (value != nullptr) *value = lower.substr(equals + 1, end - equals - 1);
+      return true;
+    }
+    at = end;
+  }
+  return false;
+}
+
+struct StreamingRule {
+  const char16_t* driver;  // part of the Driver attribute's value, lower case
+  const char16_t* attribute;
+  const char16_t* value;  // null: the fetch block size
+};
+
+// SQLite's driver is left as it is: in its streaming mode ("StepAPI=1") it
+// types every expression column (count(*), 1 + 1) as text, which a user
+// would notice more than the memory; the connection string can still ask.
+const StreamingRule kStreaming[] = {
+    {u"postgres", u"usedeclarefetch", u"1"},
+    {u"postgres", u"fetch", nullptr},
+};
+
 }  // namespace
+
+std::u16string streaming_connect_string(const std::u16string& connect, uint32_t fetch_block) {
+  const std::u16string lower = lower_ascii(connect);
+  std::u16string driver;
+  if (!find_attribute(lower, u"driver", &driver)) return connect;
+  std::u16string out = connect;
+  for (const StreamingRule& rule : kStreaming) {
+    if (driver.find(rule.driver) == std::u16string::npos) continue;
+    if (find_attribute(lower, rule.attribute, nullptr)) continue;
+    if (!out.empty() && out.back() != u';') out += u';';
+    out += rule.attribute;
+    out += u'=';
+    if (rule.value != nullptr) {
+      out += rule.value;
+    } else {
+      // Each round trip to the server brings at least a thousand rows.
+      const std::string digits = std::to_string(fetch_block < 1000 ? 1000 : fetch_block);
+      out.append(digits.begin(), digits.end());
+    }
+  }
+  return out;
+}
 
 bool read_settings(DbiContext* context, Settings& settings, std::u16string& error) {
   settings = Settings{};
@@ -119,6 +192,9 @@ bool read_settings(DbiContext* context, Settings& settings, std::u16string& erro
   }
   if (const DbiParm* record = services->find_parameter(context, list, u"FetchBlockSize")) {
     good = good && read_range(record, "FetchBlockSize", 1, 4096, settings.fetch_block, error);
+  }
+  if (const DbiParm* record = services->find_parameter(context, list, u"Streaming")) {
+    settings.streaming = services->parameter_is_true(record) != 0;
   }
   if (const DbiParm* record = services->find_parameter(context, list, u"TextBufferSize")) {
     good = good && read_range(record, "TextBufferSize", 16, 1048576, settings.text_buffer, error);

@@ -456,6 +456,9 @@ void describe(DbiContext* context, Statement* statement) {
 
 void execute(DbiContext* context, Statement* statement, uint32_t& column_count) {
   column_count = 0;
+  // Executing again gives a fresh result, whether or not the last was closed.
+  if (statement->cursor_open) SQLFreeStmt(statement->handle, SQL_CLOSE);
+  statement->cursor_open = false;
   statement->at_end = false;
   statement->rows_affected = -1;
   SQLRETURN rc = SQLExecute(statement->handle);
@@ -468,6 +471,7 @@ void execute(DbiContext* context, Statement* statement, uint32_t& column_count) 
     statement->at_end = true;
     return;
   }
+  statement->cursor_open = true;
   describe(context, statement);
   if (context->return_code != 0) return;
   if (!statement->bound && !bind_columns(context, statement)) return;
@@ -481,8 +485,10 @@ void fetch(DbiContext* context, Statement* statement, uint32_t max_rows, DbiRowB
   const uint32_t wanted =
       max_rows == 0 || max_rows > statement->block_rows ? statement->block_rows : max_rows;
   const size_t width = statement->columns.size();
-  statement->values.resize(static_cast<size_t>(wanted) * width);
-  statement->spills.resize(static_cast<size_t>(wanted) * width);
+  // The value slots are made once per statement and reused by every fetch.
+  const size_t slots = static_cast<size_t>(statement->block_rows) * width;
+  if (statement->values.size() < slots) statement->values.resize(slots);
+  if (statement->spills.size() < slots) statement->spills.resize(slots);
   std::vector<unsigned char> bytes;
   uint32_t rows = 0;
   if (statement->mode == FetchMode::kBlock) {
@@ -519,8 +525,7 @@ void fetch(DbiContext* context, Statement* statement, uint32_t max_rows, DbiRowB
 
 void close_cursor(DbiContext* context, Statement* statement) {
   statement->at_end = true;
-  statement->values.clear();
-  statement->spills.clear();
+  statement->cursor_open = false;
   check(context, statement, SQLFreeStmt(statement->handle, SQL_CLOSE));
 }
 

@@ -47,6 +47,7 @@ struct Statement {
   bool described = false;
   bool bound = false;
   bool at_end = false;
+  bool cursor_open = false;  // a result set not yet closed (SQL_NO_DATA leaves it open)
   FetchMode mode = FetchMode::kBlock;
   std::vector<unsigned char> buffer;  // block_rows rows of row_size bytes
   SQLLEN row_size = 0;

@@ -202,7 +202,19 @@ bool file_rename(const KOCHAR* from, const KOCHAR* to) {
     set_last_error(kErrorPathNotFound);
     return false;
   }
-  return path_call([&] { return ::rename(to_utf8(from).c_str(), to_utf8(to).c_str()); });
+  const std::string target = to_utf8(to);
+  if (!path_call([&] { return ::rename(to_utf8(from).c_str(), target.c_str()); })) return false;
+  // The rename lives in the folder's entries: sync the folder too.
+  const size_t slash = target.rfind('/');
+  const std::string folder = slash == std::string::npos ? "."
+                             : slash == 0               ? "/"
+                                                        : target.substr(0, slash);
+  const int descriptor = ::open(folder.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (descriptor >= 0) {
+    ::fsync(descriptor);
+    ::close(descriptor);
+  }
+  return true;
 }
 
 bool file_exists(const KOCHAR* path) {

@@ -162,7 +162,7 @@ bool file_rename(const KOCHAR* from, const KOCHAR* to) {
     SetLastError(ERROR_PATH_NOT_FOUND);
     return false;
   }
-  return MoveFileExW(wide(from), wide(to), MOVEFILE_REPLACE_EXISTING);
+  return MoveFileExW(wide(from), wide(to), MOVEFILE_REPLACE_EXISTING | MOVEFILE_WRITE_THROUGH);
 }
 
 bool file_exists(const KOCHAR* path) {

@@ -13,13 +13,15 @@ else()
   gtest_discover_tests(test_drivers DISCOVERY_TIMEOUT 120)
 endif()
 
-# The driver's value reading, without a database.
-add_executable(test_odbc_values ${CMAKE_CURRENT_SOURCE_DIR}/drivers/value_decode_test.cpp
-  ${PROJECT_SOURCE_DIR}/drivers/odbc/value_decode.cpp)
-target_include_directories(test_odbc_values PRIVATE ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
-target_link_libraries(test_odbc_values PRIVATE GTest::gtest GTest::gtest_main)
+# The driver's readers and connection strings, without a database.
+add_executable(test_odbc_units ${CMAKE_CURRENT_SOURCE_DIR}/drivers/value_decode_test.cpp
+  ${CMAKE_CURRENT_SOURCE_DIR}/drivers/settings_test.cpp
+  ${PROJECT_SOURCE_DIR}/drivers/odbc/value_decode.cpp ${PROJECT_SOURCE_DIR}/drivers/odbc/settings.cpp)
+target_include_directories(test_odbc_units PRIVATE
+  ${PROJECT_SOURCE_DIR}/include ${PROJECT_SOURCE_DIR})
+target_link_libraries(test_odbc_units PRIVATE GTest::gtest GTest::gtest_main)
 if(CMAKE_CROSSCOMPILING)
-  add_test(NAME test_odbc_values COMMAND test_odbc_values)
+  add_test(NAME test_odbc_units COMMAND test_odbc_units)
 else()
-  gtest_discover_tests(test_odbc_values DISCOVERY_TIMEOUT 120)
+  gtest_discover_tests(test_odbc_units DISCOVERY_TIMEOUT 120)
 endif()

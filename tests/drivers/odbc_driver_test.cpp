@@ -6,6 +6,9 @@
 // first so a shared server starts clean. The driver is reached only through
 // the front end, as a host reaches it: DBI_LogIn with DBMS "ODBC".
 #include <gtest/gtest.h>
+#if defined(_WIN32)
+#include <windows.h>
+#endif
 #include <koshr/dbi.h>
 #include <koshr/dbi_sql.h>
 #include <koshr/hashtable.h>
@@ -52,6 +55,25 @@ int32_t recording_entry(DbiContext* context) {
     g_recorder.prepared[request->sql] = request->statement;
   }
   return result;
+}
+
+// The database file's path as the ODBC driver sees it. Under Wine the
+// drivers are the host's, which need the host's path of the file.
+std::u16string driver_path(const std::filesystem::path& path) {
+#if defined(_WIN32)
+  using ToUnix = char*(__cdecl*)(const wchar_t*);
+  const auto to_unix = reinterpret_cast<ToUnix>(reinterpret_cast<void*>(
+      GetProcAddress(GetModuleHandleW(L"kernel32"), "wine_get_unix_file_name")));
+  if (to_unix != nullptr) {
+    char* unix = to_unix(path.wstring().c_str());
+    if (unix != nullptr) {
+      const std::string text(unix);
+      HeapFree(GetProcessHeap(), 0, unix);
+      return std::u16string(text.begin(), text.end());
+    }
+  }
+#endif
+  return path.u16string();
 }
 
 bool on_postgres() {
@@ -145,7 +167,7 @@ class OdbcDriverTest : public ::testing::Test {
                  ::testing::UnitTest::GetInstance()->current_test_info()->name());
       std::filesystem::remove_all(folder_);
       std::filesystem::create_directories(folder_);
-      connect_ = u"Driver=SQLite3;Database=" + (folder_ / "test.db").u16string();
+      connect_ = u"Driver=SQLite3;Database=" + driver_path(folder_ / "test.db");
     }
   }
   void TearDown() override {
@@ -344,28 +366,40 @@ TEST_F(OdbcDriverTest, EveryValueTypeRoundTripsExactly) {
   }
 }
 
-TEST_F(OdbcDriverTest, DescribesColumnsWithOurTypes) {
+TEST_F(OdbcDriverTest, DescribesColumnsWithOurTypesBeforeOrAfterExecuting) {
   DbiContext* context = connect();
   fresh_table(context, u"described",
               u"i integer NOT NULL, n numeric(12,2), t timestamp, s varchar(20)");
-  DbiStatement* statement = nullptr;
-  DBI_Prepare(context, u"SELECT i, n, t, s FROM described", &statement);
-  DBI_Execute(context, statement);
-  const DbiColumnDescriptor* columns = nullptr;
-  uint32_t count = 0;
-  DBI_DescribeColumns(context, statement, &columns, &count);
-  ASSERT_EQ(count, 4u);
-  std::vector<std::pair<std::string, int32_t>> seen;
-  for (uint32_t i = 0; i < count; ++i)
-    seen.emplace_back(narrow(columns[i].name), columns[i].data_type);
-  EXPECT_EQ(seen, (std::vector<std::pair<std::string, int32_t>>{{"i", DBI_TYPE_INTEGER},
-                                                                {"n", DBI_TYPE_DECIMAL},
-                                                                {"t", DBI_TYPE_TIMESTAMP},
-                                                                {"s", DBI_TYPE_TEXT}}));
-  if (on_postgres()) {
-    EXPECT_EQ(columns[1].scale, 2);  // SQLite does not say
+  run(context, u"INSERT INTO described VALUES (1, 2.5, '2024-01-02 03:04:05', 'x')");
+  for (const bool execute_first : {true, false}) {
+    SCOPED_TRACE(execute_first ? "executed first" : "described first");
+    DbiStatement* statement = nullptr;
+    const std::u16string sql = execute_first ? u"SELECT i, n, t, s FROM described"
+                                             : u"SELECT i, n, t, s FROM described WHERE 1 = 1";
+    DBI_Prepare(context, sql.c_str(), &statement);
+    if (execute_first) DBI_Execute(context, statement);
+    const DbiColumnDescriptor* columns = nullptr;
+    uint32_t count = 0;
+    DBI_DescribeColumns(context, statement, &columns, &count);
+    ASSERT_EQ(count, 4u) << narrow(context->message);
+    std::vector<std::pair<std::string, int32_t>> seen;
+    for (uint32_t i = 0; i < count; ++i) {
+      seen.emplace_back(narrow(columns[i].name), columns[i].data_type);
+    }
+    EXPECT_EQ(seen, (std::vector<std::pair<std::string, int32_t>>{{"i", DBI_TYPE_INTEGER},
+                                                                  {"n", DBI_TYPE_DECIMAL},
+                                                                  {"t", DBI_TYPE_TIMESTAMP},
+                                                                  {"s", DBI_TYPE_TEXT}}));
+    if (on_postgres()) {
+      EXPECT_EQ(columns[1].scale, 2);  // SQLite does not say
+    }
+    if (!execute_first) DBI_Execute(context, statement);
+    DbiRowBlock block{};
+    DBI_FetchBlock(context, statement, 0, &block);
+    ASSERT_EQ(block.rows, 1u) << narrow(context->message);
+    EXPECT_EQ(show(block.values[1]), "decimal 2.5");
+    DBI_CloseStatement(context, statement);
   }
-  DBI_CloseStatement(context, statement);
 }
 
 TEST_F(OdbcDriverTest, FetchesInBlocksAcrossBoundariesAndLongValuesWhole) {
@@ -458,9 +492,20 @@ TEST_F(OdbcDriverTest, StatementCacheReusesPreparedStatementsAndClosesEvictedOne
               std::tuple(std::string("n"), DBI_TYPE_INTEGER));
     DBI_CloseStatement(context, statement);
   }
+  // Executed again before its result was read to the end: a fresh result.
+  DbiStatement* twice = nullptr;
+  DBI_Prepare(context, u"SELECT n FROM c", &twice);
+  for (int i = 0; i < 2; ++i) {
+    DBI_Execute(context, twice);
+    DbiRowBlock block{};
+    DBI_FetchBlock(context, twice, 0, &block);
+    EXPECT_EQ(std::tuple(context->return_code, block.rows), std::tuple(0, 1u))
+        << narrow(context->message);
+  }
+  DBI_CloseStatement(context, twice);
   EXPECT_EQ(std::tuple(g_recorder.counts[DBI_OP_PREPARE], g_recorder.counts[DBI_OP_DESCRIBE],
                        g_recorder.counts[DBI_OP_EXECUTE]),
-            std::tuple(1, 1, 3));
+            std::tuple(1, 1, 5));
   EXPECT_EQ(single(context, u"  SELECT n FROM c"), "int 7");
   EXPECT_EQ(g_recorder.counts[DBI_OP_PREPARE], 1);
 
@@ -555,28 +600,72 @@ TEST_F(OdbcDriverTest, ErrorsCarryTheSqlStateAndLeaveTheConnectionUsable) {
             std::tuple(0, static_cast<void*>(nullptr)));
 }
 
+TEST_F(OdbcDriverTest, ConnectTakesTheFirstConnectStringAndNewParametersApply) {
+  DbiContext* context = nullptr;
+  DBI_LogIn(storage_, u"ODBC", nullptr, nullptr, nullptr, u"FetchBlockSize=4", 0, &context);
+  ASSERT_NE(context, nullptr);
+  EXPECT_NE(context->return_code, 0);  // nothing names a database yet
+  DBI_Connect(context, connect_.c_str(), nullptr, nullptr, nullptr);
+  ASSERT_EQ(context->return_code, 0) << narrow(context->message);
+  open_.push_back(context);
+  fresh_table(context, u"ten", u"n integer");
+  for (int i = 0; i < 10; ++i)
+    run(context, u"INSERT INTO ten VALUES (" + widen(std::to_string(i)) + u")");
+  block_sizes_.clear();
+  rows(context, u"SELECT n FROM ten");
+  EXPECT_EQ(block_sizes_, (std::vector<uint32_t>{4, 4, 2}));
+  DBI_NewDBParm(context, u"FetchBlockSize=6");
+  EXPECT_EQ(context->return_code, 0) << narrow(context->message);
+  block_sizes_.clear();
+  rows(context, u"SELECT n + 0 FROM ten");
+  EXPECT_EQ(block_sizes_, (std::vector<uint32_t>{6, 4}));
+  DBI_NewDBParm(context, u"FetchBlockSize='many'");
+  EXPECT_EQ(narrow(context->message, 7), "HY024: ");
+  EXPECT_EQ(single(context, u"SELECT count(*) FROM ten"), on_postgres() ? "bigint 10" : "int 10");
+}
+
 TEST_F(OdbcDriverTest, AServerGoneMidQueryGivesAClearErrorAndDisconnectFreesAll) {
   if (!on_postgres()) GTEST_SKIP() << "needs a server that can end a session";
-  DbiContext* victim = connect();
+  // The session ends before the statement runs, or between two blocks of a
+  // result read from a server-side cursor.
+  const struct {
+    const char16_t* connect_extra;
+    bool after_first_block;
+  } cases[] = {{u"", false}, {u";UseDeclareFetch=1;Fetch=50", true}};
   DbiContext* other = connect();
-  const std::string pid = single(victim, u"SELECT pg_backend_pid()");
-  ASSERT_EQ(pid.rfind("int ", 0), 0u) << pid;
-  DbiStatement* statement = nullptr;
-  DBI_Prepare(victim, u"SELECT generate_series(1, 100000)", &statement);
-  ASSERT_NE(statement, nullptr);
-  run(other, u"SELECT pg_terminate_backend(" + widen(pid.substr(4)) + u")");
-  DBI_Execute(victim, statement);
-  DbiRowBlock block{};
-  if (victim->return_code == 0) DBI_FetchBlock(victim, statement, 0, &block);
-  EXPECT_NE(victim->return_code, 0);
-  EXPECT_NE(narrow(victim->message).find("connection to the database was lost"), std::string::npos)
-      << narrow(victim->message);
-  DBI_CloseStatement(victim, statement);
-  DBI_ExecuteSQL(victim, u"SELECT 1", nullptr);
-  EXPECT_EQ(narrow(victim->message, 7), "08S01: ");
-  DBI_Disconnect(victim);
-  open_.erase(open_.begin());
-  EXPECT_EQ(victim->driver_connection, nullptr);
+  for (const auto& c : cases) {
+    SCOPED_TRACE(c.after_first_block ? "between blocks" : "before execute");
+    const std::u16string saved = connect_;
+    connect_ += c.connect_extra;
+    DbiContext* victim = connect(u",FetchBlockSize=50");
+    connect_ = saved;
+    const std::string pid = single(victim, u"SELECT pg_backend_pid()");
+    ASSERT_EQ(pid.rfind("int ", 0), 0u) << pid;
+    DbiStatement* statement = nullptr;
+    DBI_Prepare(victim, u"SELECT generate_series(1, 100000)", &statement);
+    ASSERT_NE(statement, nullptr);
+    DbiRowBlock block{};
+    if (c.after_first_block) {
+      DBI_Execute(victim, statement);
+      DBI_FetchBlock(victim, statement, 0, &block);
+      ASSERT_EQ(block.rows, 50u) << narrow(victim->message);
+    }
+    run(other, u"SELECT pg_terminate_backend(" + widen(pid.substr(4)) + u")");
+    if (!c.after_first_block) DBI_Execute(victim, statement);
+    for (int i = 0; i < 100 && victim->return_code == 0; ++i) {
+      DBI_FetchBlock(victim, statement, 0, &block);
+    }
+    EXPECT_NE(victim->return_code, 0);
+    EXPECT_NE(narrow(victim->message).find("connection to the database was lost"),
+              std::string::npos)
+        << narrow(victim->message);
+    DBI_CloseStatement(victim, statement);
+    DBI_ExecuteSQL(victim, u"SELECT 1", nullptr);
+    EXPECT_EQ(narrow(victim->message, 7), "08S01: ");
+    DBI_Disconnect(victim);
+    open_.pop_back();
+    EXPECT_EQ(victim->driver_connection, nullptr);
+  }
   EXPECT_EQ(single(other, u"SELECT 1"), "int 1");
 }
 

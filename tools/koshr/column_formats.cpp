@@ -53,7 +53,10 @@ int compile_for(const std::u16string& format, int32_t data_type, KOFMTCODE* comp
 std::u16string first_table(DbiContext* context, const std::u16string& sql) {
   int32_t found = 0;
   uint32_t position = 0, length = 0;
-  DBI_LookForKeyWord(context, u"from", sql.c_str(), &found, &position, &length);
+  // The scanner reads the unit before the text it is given: a blank there
+  // lets a statement that starts with its keyword be found.
+  const std::u16string padded = u" " + sql;
+  DBI_LookForKeyWord(context, u"from", padded.c_str() + 1, &found, &position, &length);
   if (!found) return {};
   size_t at = position + 4;
   while (at < sql.size() &&
