@@ -11,12 +11,12 @@ namespace {
 
 class CorruptTest : public LibraryTest {
  protected:
-  // A library with one entry "a.srd" of 2000 bytes (its record first in the root).
+  // A library with one entry "a.dat" of 2000 bytes (its record first in the root).
   Bytes sound() {
     std::u16string p = create("sound.kol");
     LMI_HANDLE h = open(p);
-    EXPECT_EQ(put(h, "a.srd", pattern(2000, 1)), 0);
-    EXPECT_EQ(put(h, "b.srd", pattern(10, 2)), 0);
+    EXPECT_EQ(put(h, "a.dat", pattern(2000, 1)), 0);
+    EXPECT_EQ(put(h, "b.dat", pattern(10, 2)), 0);
     LMI_CloseLibrary(h);
     return file_bytes("sound.kol");
   }
@@ -32,7 +32,7 @@ TEST_F(CorruptTest, DamageGivesCodesAndFindings) {
     const char* what;
     std::function<void(Bytes&)> damage;
     bool opens;
-    int32_t read_rc;  // reading a.srd, when the library opens
+    int32_t read_rc;  // reading a.dat, when the library opens
   } cases[] = {
       {"truncated header", [](Bytes& b) { b.resize(1000); }, false, 0},
       {"truncated root", [](Bytes& b) { b.resize(3000); }, false, 0},
@@ -60,7 +60,7 @@ TEST_F(CorruptTest, DamageGivesCodesAndFindings) {
     EXPECT_EQ(h != nullptr, c.opens) << c.what;
     if (h) {
       int32_t rc;
-      get(h, "a.srd", &rc);
+      get(h, "a.dat", &rc);
       if (c.read_rc) {
         EXPECT_EQ(rc, c.read_rc) << c.what;
       }
@@ -72,8 +72,8 @@ TEST_F(CorruptTest, DamageGivesCodesAndFindings) {
       // Writing into it must not crash either, and must not make it worse to read.
       h = open(p);
       if (h) {
-        put(h, "c.srd", pattern(700, 3));
-        std::u16string b_name = u"b.srd";
+        put(h, "c.dat", pattern(700, 3));
+        std::u16string b_name = u"b.dat";
         LMI_DeleteEntry(h, b_name.data());
         LMI_CloseLibrary(h);
       }

@@ -49,13 +49,13 @@ TEST_F(ExportTest, HeaderLines) {
     const char16_t* comment;
     std::u16string expected;
   } cases[] = {
-      {u"", u"$KOExportHeader$w_main.srw\r\n"},
-      {u"   ", u"$KOExportHeader$w_main.srw\r\n"},
-      {u" two\tparts~ ", u"$KOExportHeader$w_main.srw\r\n$KOExportComments$two~tparts~~\r\n"},
+      {u"", u"$KOExportHeader$report.txt\r\n"},
+      {u"   ", u"$KOExportHeader$report.txt\r\n"},
+      {u" two\tparts~ ", u"$KOExportHeader$report.txt\r\n$KOExportComments$two~tparts~~\r\n"},
   };
   for (const Case& c : cases) {
     LMI_ENTRY_INFO_EX info{};
-    std::memcpy(info.name, u"w_main.srw", 22);
+    std::memcpy(info.name, u"report.txt", 22);
     std::u16string comment = c.comment;
     std::memcpy(info.comment, comment.c_str(), 2 * (comment.size() + 1));
     KOCHAR buffer[LMI_EXPORT_HEADER_MAX];

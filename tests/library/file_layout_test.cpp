@@ -42,7 +42,7 @@ TEST_F(FileLayoutTest, EntryRecordAndDataBlocks) {
     std::string lib = "e" + std::to_string(c.size) + ".kol";
     std::u16string p = create(lib);
     LMI_HANDLE h = open(p);
-    ASSERT_EQ(put(h, "w_main.win", pattern(c.size, 7)), 0);
+    ASSERT_EQ(put(h, "report.txt", pattern(c.size, 7)), 0);
     ASSERT_EQ(LMI_CloseLibrary(h), 0);
     Bytes b = file_bytes(lib);
     // The record is the root's first.
@@ -77,7 +77,7 @@ TEST_F(FileLayoutTest, EntryRecordAndDataBlocks) {
 TEST_F(FileLayoutTest, CommentLeadsTheStream) {
   std::u16string p = create();
   LMI_HANDLE h = open(p);
-  ASSERT_EQ(put(h, "a.srd", pattern(100, 1), u"  hello  "), 0);
+  ASSERT_EQ(put(h, "a.dat", pattern(100, 1), u"  hello  "), 0);
   LMI_CloseLibrary(h);
   Bytes b = file_bytes("lib.kol");
   size_t rec = 1536 + 32;

@@ -129,7 +129,7 @@ TEST_F(LibraryOpsTest, LibrarySpaceCountsBlocks) {
   ASSERT_EQ(LMI_LibrarySpace(h, &space), 0);
   EXPECT_EQ(space.blocksUsed, 9u);
   EXPECT_EQ(space.blocksFree, 0u);
-  ASSERT_EQ(put(h, "a.srw", pattern(1004, 3)), 0);
+  ASSERT_EQ(put(h, "a.txt", pattern(1004, 3)), 0);
   ASSERT_EQ(LMI_CloseLibrary(h), 0);
   h = open(p);
   ASSERT_EQ(LMI_LibrarySpace(h, &space), 0);

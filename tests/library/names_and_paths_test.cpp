@@ -17,7 +17,7 @@ TEST_F(NamesAndPathsTest, EveryPathFunctionRefusesAPathOverTheLimit) {
   too_long.resize(1024);
   EXPECT_EQ(LMI_CreateLibrary(storage_, too_long.data(), nullptr), LMI_E_NAME);
   EXPECT_EQ(LMI_OpenLibrary(storage_, too_long.c_str(), LMI_MODE_READ, 0), nullptr);
-  std::u16string entry = u"a.srd";
+  std::u16string entry = u"a.dat";
   EXPECT_EQ(LMI_FindEntry(storage_, entry.data(), too_long.c_str()), LMI_E_NAME);
   EXPECT_EQ(LMI_DeleteLibrary(storage_, too_long.c_str()), LMI_E_NAME);
   EXPECT_EQ(LMI_ChangeLibraryType(storage_, too_long.c_str(), LMI_TYPE_COMPILED), LMI_E_NAME);
@@ -50,12 +50,12 @@ TEST_F(NamesAndPathsTest, APathOneUnitOverTheLimitDoesNotOpenTheLibraryItWouldBe
 TEST_F(NamesAndPathsTest, EmptyAndOverlongEntryNamesAreInvalid) {
   std::u16string p = create();
   LMI_HANDLE h = open(p);
-  ASSERT_EQ(put(h, "a.srd", pattern(10, 1)), 0);
+  ASSERT_EQ(put(h, "a.dat", pattern(10, 1)), 0);
   LMI_HANDLE other = open(create("other.kol"));
   const std::u16string overlong(LMI_MAX_NAME + 1, u'n');
   for (const std::u16string& bad : {std::u16string(), overlong}) {
     SCOPED_TRACE(bad.size());
-    std::u16string a = u"a.srd";
+    std::u16string a = u"a.dat";
     auto call = [&](const std::function<int32_t(KOCHAR*)>& f) {
       std::u16string copy = bad;
       return f(copy.data());
@@ -83,7 +83,7 @@ TEST_F(NamesAndPathsTest, EmptyAndOverlongEntryNamesAreInvalid) {
     for (auto& [what, f] : calls) EXPECT_EQ(call(f), LMI_E_NAME) << what;
   }
   EXPECT_EQ(LMI_CloseLibrary(other), 0);
-  EXPECT_EQ(get(h, "a.srd"), pattern(10, 1));
+  EXPECT_EQ(get(h, "a.dat"), pattern(10, 1));
   EXPECT_EQ(LMI_CloseLibrary(h), 0);
   expect_sound(p);
 }

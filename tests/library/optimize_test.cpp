@@ -133,7 +133,7 @@ TEST_F(OptimizeTest, KeepsEverythingAndLeavesABalancedCompactLibrary) {
     LMI_HANDLE h = open(p);
     for (int i : order) {
       char entry[64];
-      std::snprintf(entry, sizeof entry, "w_object_%06d.srw", i);
+      std::snprintf(entry, sizeof entry, "document_%06d.txt", i);
       ASSERT_EQ(put(h, entry, pattern(i % 7 ? c.size + size_t(i) : 0, uint32_t(i)),
                     i % 3 ? u"" : u"commented"),
                 0);
@@ -141,12 +141,12 @@ TEST_F(OptimizeTest, KeepsEverythingAndLeavesABalancedCompactLibrary) {
     // Replaced and deleted entries leave holes for the rewrite to close.
     for (int i = 0; i < c.entries; i += 5) {
       char entry[64];
-      std::snprintf(entry, sizeof entry, "w_object_%06d.srw", i);
+      std::snprintf(entry, sizeof entry, "document_%06d.txt", i);
       std::u16string e = u16(entry);
       ASSERT_EQ(i % 10 ? put(h, entry, pattern(c.size / 2, 7)) : LMI_DeleteEntry(h, e.data()), 0);
     }
     if (c.entries > 100) {
-      std::u16string e = u16("w_object_000001.srw");
+      std::u16string e = u16("document_000001.txt");
       ASSERT_EQ(LMI_SetEntryVersion(h, e.data(), u"0702"), 0);
     }
     ASSERT_EQ(LMI_CloseLibrary(h), 0);
@@ -173,7 +173,7 @@ TEST_F(OptimizeTest, LeakedBlocksAreReclaimed) {
   std::u16string p = create();
   LMI_HANDLE h = open(p);
   for (int i = 0; i < 50; ++i)
-    ASSERT_EQ(put(h, "e" + std::to_string(i) + ".srd", pattern(900, uint32_t(i))), 0);
+    ASSERT_EQ(put(h, "e" + std::to_string(i) + ".dat", pattern(900, uint32_t(i))), 0);
   ASSERT_EQ(LMI_CloseLibrary(h), 0);
   // A replace that fails once its data and bitmap are written, but not its
   // node, leaves its new chain marked used with nothing referencing it.
@@ -183,7 +183,7 @@ TEST_F(OptimizeTest, LeakedBlocksAreReclaimed) {
     fault.kind = ko::os::WriteFaultKind::kFail;
     fault.after_calls = fault_at;
     ko::os::set_write_fault(fault);
-    put(h, "e7.srd", pattern(20000, 9));
+    put(h, "e7.dat", pattern(20000, 9));
     LMI_CloseLibrary(h);
     uint64_t calls = ko::os::write_calls_seen();
     ko::os::clear_write_fault();
@@ -205,7 +205,7 @@ TEST_F(OptimizeTest, ALibraryInAHostKeepsItsHostAndBase) {
   LMI_HANDLE h = LMI_AppendExecutable(storage_, p.c_str(), u"carried");
   ASSERT_NE(h, nullptr);
   for (int i = 0; i < 200; ++i)
-    ASSERT_EQ(put(h, "n" + std::to_string(1000 + i) + ".srd", pattern(300, uint32_t(i))), 0);
+    ASSERT_EQ(put(h, "n" + std::to_string(1000 + i) + ".dat", pattern(300, uint32_t(i))), 0);
   ASSERT_EQ(LMI_CloseExecutable(h), 0);
   optimize_and_compare("host.bin", 1536);
   Bytes image = file_bytes("host.bin");
@@ -216,7 +216,7 @@ TEST_F(OptimizeTest, ALibraryInAHostKeepsItsHostAndBase) {
 TEST_F(OptimizeTest, RefusalsLeaveTheFileAlone) {
   std::u16string p = create();
   LMI_HANDLE h = open(p);
-  ASSERT_EQ(put(h, "a.srd", pattern(600, 1)), 0);
+  ASSERT_EQ(put(h, "a.dat", pattern(600, 1)), 0);
   ASSERT_EQ(LMI_CloseLibrary(h), 0);
   Bytes sound = file_bytes("lib.kol");
   // Damage: the entry's data start points into the header.

@@ -667,21 +667,22 @@ KOSHR_COMMAND(kLib);
 // the very commands shown, in the demo's folder, where it stays to be tried.
 int demo_library(const std::string& folder) {
   std::filesystem::path dir = utf8_to_utf16(folder);
-  std::string lib = (dir / "orders.kol").string(), source = (dir / "main_window.txt").string();
-  std::ofstream(dir / "main_window.txt", std::ios::binary)
-      << "forward\r\nglobal type main_window from window\r\nend type\r\n";
-  std::ofstream(dir / "orders.txt", std::ios::binary) << "release 1;\r\ngrid(units=0)\r\n";
+  std::string lib = (dir / "orders.kol").string(), source = (dir / "welcome.txt").string();
+  std::ofstream(dir / "welcome.txt", std::ios::binary)
+      << "Welcome to the demonstration library.\r\nEach entry keeps its text and a comment.\r\n";
+  std::ofstream(dir / "orders.txt", std::ios::binary)
+      << "Orders placed before noon leave the same day.\r\n";
   std::string icon(600, '\0');
   for (size_t i = 0; i < icon.size(); ++i) icon[i] = char(i * 37);
   std::ofstream(dir / "app.bin", std::ios::binary) << icon;
   const std::vector<std::vector<std::string>> steps = {
       {"lib", "new", lib, "--comment", "a demonstration library"},
-      {"lib", "put", lib, "main_window.kos", source, "--text", "--comment", "main window"},
+      {"lib", "put", lib, "welcome.kos", source, "--text", "--comment", "the welcome text"},
       {"lib", "put", lib, "orders.kos", (dir / "orders.txt").string(), "--text", "--comment",
        "orders"},
       {"lib", "put", lib, "app.bin", (dir / "app.bin").string()},
       {"lib", "ls", lib},
-      {"lib", "export", lib, "main_window.kos", "-o", (dir / "export").string()},
+      {"lib", "export", lib, "welcome.kos", "-o", (dir / "export").string()},
   };
   for (const auto& step : steps) {
     std::string line = "$ koshr";
@@ -691,7 +692,7 @@ int demo_library(const std::string& folder) {
     std::fflush(stdout);
     if (koshr_tool::run_command_line(step) != 0) return 1;
   }
-  std::string exported, exported_file = (dir / "export" / "main_window.kos").string();
+  std::string exported, exported_file = (dir / "export" / "welcome.kos").string();
   std::printf("$ cat %s\n", exported_file.c_str());
   read_input(exported_file, &exported);
   write_stdout(exported);
