@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   while (rows.size() < 1000 && reader.next(record)) {
     if (record.size() == names.size()) rows.push_back(record);
   }
-  std::vector<koshr_tool::ColumnSpec> columns = koshr_tool::infer_columns(names, rows);
+  std::vector<koshr_tool::ExportColumn> columns = koshr_tool::infer_columns(names, rows);
   for (const auto& row : rows) {
     for (size_t c = 0; c < columns.size(); ++c) {
       koshr_tool::CellValue value;

@@ -14,7 +14,7 @@ namespace saveas_test {
 namespace {
 
 using koshr_tool::CellValue;
-using koshr_tool::ColumnSpec;
+using koshr_tool::ExportColumn;
 
 class VectorRows final : public koshr_tool::RowSource {
  public:
@@ -33,7 +33,7 @@ class VectorRows final : public koshr_tool::RowSource {
   size_t at_ = 0;
 };
 
-const std::vector<ColumnSpec> kColumns = {{"name", KOSAVE_STRING, -1},
+const std::vector<ExportColumn> kColumns = {{"name", KOSAVE_STRING, -1},
                                           {"ratio", KOSAVE_DOUBLE, 0},
                                           {"price", KOSAVE_DECIMAL, 2},
                                           {"at", KOSAVE_DATETIME, 0}};
@@ -83,7 +83,7 @@ TEST(RowSpoolTest, ReadsBackEveryValueAndMeasuresStrings) {
 }
 
 TEST_F(SaveTest, UnknownCountAndWidthsSaveAsKnownOnes) {
-  std::vector<ColumnSpec> known = kColumns;
+  std::vector<ExportColumn> known = kColumns;
   known[0].width = 16;
   for (const koshr_tool::SaveFormat& format : koshr_tool::save_formats()) {
     std::string bytes[2];

@@ -44,17 +44,20 @@ TEST(CsvReaderTest, ReadsRecordsAndNamesTheLineOfAFault) {
   }
 }
 
-std::vector<koshr_tool::ColumnSpec> infer(const std::vector<std::string>& names, const Records& rows) {
+std::vector<koshr_tool::ExportColumn> infer(const std::vector<std::string>& names,
+                                            const Records& rows) {
   koshr_tool::ColumnInference inference(names.size());
   for (const auto& row : rows) inference.add(row);
   return inference.columns(names);
 }
 
 TEST(CsvReaderTest, InfersColumnTypes) {
-  std::vector<std::string> names = {"when", "day", "at", "money", "ratio", "count", "word", "empty"};
-  Records rows = {{"2024-03-05T13:45:07", "2024-03-05", "13:45", "1.50", "1e3", "12", "hello", ""},
-                  {"2024-03-05 01:02:03.25", "2000-02-29", "08:00:01.5", "-2.25", "0.5", "-7", "é€", ""},
-                  {"", "", "", "", "", "", "", ""}};
+  std::vector<std::string> names = {"when",  "day",   "at",   "money",
+                                    "ratio", "count", "word", "empty"};
+  Records rows = {
+      {"2024-03-05T13:45:07", "2024-03-05", "13:45", "1.50", "1e3", "12", "hello", ""},
+      {"2024-03-05 01:02:03.25", "2000-02-29", "08:00:01.5", "-2.25", "0.5", "-7", "é€", ""},
+      {"", "", "", "", "", "", "", ""}};
   auto columns = infer(names, rows);
   ASSERT_EQ(columns.size(), names.size());
   const std::pair<uint8_t, int32_t> expected[] = {
@@ -65,16 +68,18 @@ TEST(CsvReaderTest, InfersColumnTypes) {
     EXPECT_EQ(columns[i].width, expected[i].second) << names[i];
   }
   // Differing decimals, an impossible date and a bad time all fall back.
-  auto mixed = infer({"a", "b", "c"}, {{"1.5", "2023-02-29", "24:00"}, {"1.25", "2024-01-01", "10:00"}});
+  auto mixed =
+      infer({"a", "b", "c"}, {{"1.5", "2023-02-29", "24:00"}, {"1.25", "2024-01-01", "10:00"}});
   EXPECT_EQ(mixed[0].type, KOSAVE_DOUBLE);
   EXPECT_EQ(mixed[1].type, KOSAVE_STRING);
   EXPECT_EQ(mixed[2].type, KOSAVE_STRING);
 }
 
 TEST(CsvReaderTest, ParsesColumnLists) {
-  std::vector<koshr_tool::ColumnSpec> columns;
+  std::vector<koshr_tool::ExportColumn> columns;
   std::string why;
-  ASSERT_TRUE(koshr_tool::parse_column_list("id:decimal:0,name:string:20,at:datetime", columns, why));
+  ASSERT_TRUE(
+      koshr_tool::parse_column_list("id:decimal:0,name:string:20,at:datetime", columns, why));
   ASSERT_EQ(columns.size(), 3u);
   EXPECT_EQ(columns[0].type, KOSAVE_DECIMAL);
   EXPECT_EQ(columns[1].width, 20);
@@ -107,11 +112,12 @@ TEST_F(SaveasToolTest, MalformedInputNamesTheLineAndLeavesNoFile) {
     const char* file;
     std::string text;
     const char* message;
-  } cases[] = {{"bad.csv", "a,b\n1,2\n3,\"4\n", "line 3: a quoted field is never closed"},
-               {"short.csv", "a,b\n1,2\n3\n", "line 3: 1 fields where the first line names 2"},
-               {"wide.csv", wide + "\n" + std::string(129, ',') + "\n", ""},
-               {"huge.csv", "id,amount\n1,5.25\n2,123456789012345678901234.25\n3,9876543210987654321098.5\n",
-                "row 2, column amount: the number does not fit its field (2 values in all)"}};
+  } cases[] = {
+      {"bad.csv", "a,b\n1,2\n3,\"4\n", "line 3: a quoted field is never closed"},
+      {"short.csv", "a,b\n1,2\n3\n", "line 3: 1 fields where the first line names 2"},
+      {"wide.csv", wide + "\n" + std::string(129, ',') + "\n", ""},
+      {"huge.csv", "id,amount\n1,5.25\n2,123456789012345678901234.25\n3,9876543210987654321098.5\n",
+       "row 2, column amount: the number does not fit its field (2 values in all)"}};
   for (const auto& c : cases) {
     write_bytes(path(c.file), c.text);
     std::string output;
@@ -123,18 +129,21 @@ TEST_F(SaveasToolTest, MalformedInputNamesTheLineAndLeavesNoFile) {
 }
 
 TEST_F(SaveasToolTest, SavesWithInferredOrGivenTypes) {
-  write_bytes(path("goods.csv"), "name,qty,price,day\nWidget,3,19.99,2024-03-05\n\"a, b\",1e3,4.50,\n");
+  write_bytes(path("goods.csv"),
+              "name,qty,price,day\nWidget,3,19.99,2024-03-05\n\"a, b\",1e3,4.50,\n");
   std::string output;
   ASSERT_EQ(saveas("goods.csv", "goods.sql", &output), 0) << output;
   EXPECT_EQ(read_bytes(path("goods.sql")),
-            "CREATE TABLE goods (\r\n\tname char(6),\r\n\tqty float,\r\n\tprice decimal(16, 2),\r\n\tday date);"
+            "CREATE TABLE goods (\r\n\tname char(6),\r\n\tqty float,\r\n\tprice decimal(16, "
+            "2),\r\n\tday date);"
             "\r\nINSERT INTO goods VALUES (\r\n\t'Widget',\r\n\t3,\r\n\t19.99,\r\n\t'2024-03-05');"
             "\r\nINSERT INTO goods VALUES (\r\n\t'a, b',\r\n\t1000,\r\n\t4.5,\r\n\tNULL);\r\n");
   ASSERT_EQ(saveas("goods.csv", "goods.out", &output,
                    " --as csv --header --columns name:string,qty:string,price:string,day:string"),
             0)
       << output;
-  EXPECT_EQ(read_bytes(path("goods.out")), "name,qty,price,day\r\nWidget,3,19.99,2024-03-05\r\n\"a, b\",1e3,4.50,\r\n");
+  EXPECT_EQ(read_bytes(path("goods.out")),
+            "name,qty,price,day\r\nWidget,3,19.99,2024-03-05\r\n\"a, b\",1e3,4.50,\r\n");
   EXPECT_NE(saveas("goods.csv", "x.out", &output), 0);
   EXPECT_NE(output.find("no format for this extension"), std::string::npos);
 }
@@ -148,7 +157,8 @@ TEST_F(SaveasToolTest, TheCultureReachesEveryNumberOfTheTextWriters) {
                {"n-saved.csv", "19,99,1,5,3/5/24 10.11.12.05\r\n"}};
   for (const auto& c : cases) {
     std::string output;
-    ASSERT_EQ(saveas("n.csv", c.out, &output, " --culture \"$(printf 'sDecimal=,\\tsTime=.')\""), 0) << output;
+    ASSERT_EQ(saveas("n.csv", c.out, &output, " --culture \"$(printf 'sDecimal=,\\tsTime=.')\""), 0)
+        << output;
     EXPECT_EQ(read_bytes(path(c.out)), c.expected) << c.out;
   }
 }
