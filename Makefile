@@ -1,6 +1,6 @@
 # The front door: every command drives a CMake preset (CMakePresets.json).
-.PHONY: run test install uninstall examples test-windows test-sanitize test-postgres bench fuzz \
-	fuzz-smoke format format-check clean
+.PHONY: run test install uninstall examples test-windows test-sanitize test-postgres bench \
+	bench-postgres fuzz fuzz-smoke format format-check clean
 
 JOBS ?= $(shell nproc)
 # The test binaries that hold the thread-stress tests run under ThreadSanitizer.
@@ -63,16 +63,24 @@ test-sanitize:
 	cmake --build --preset tsan -j $(JOBS) --target $(TSAN_TARGETS)
 	ctest --preset tsan
 
-# The driver suite against a throwaway PostgreSQL server in the build tree.
+# The driver suite and `koshr query` against a throwaway PostgreSQL server in the build tree.
 test-postgres:
 	cmake --preset default >/dev/null
-	cmake --build --preset default -j $(JOBS) --target test_drivers
-	tests/drivers/with_postgres.sh build/default/postgres ctest --preset default -R '^OdbcDriverTest\.'
+	cmake --build --preset default -j $(JOBS) --target test_drivers koshr_tool
+	tests/drivers/with_postgres.sh build/default/postgres \
+	  ctest --preset default -R '^OdbcDriverTest\.|^KoshrQueryTool$$'
 
 bench:
 	cmake --preset bench >/dev/null
 	cmake --build --preset bench -j $(JOBS)
 	@for b in build/bench/bench/bench_*; do echo "== $$b"; $$b --benchmark_min_time=0.2 || exit 1; done
+
+# The database export rows against a throwaway PostgreSQL server.
+bench-postgres:
+	cmake --preset bench >/dev/null
+	cmake --build --preset bench -j $(JOBS) --target bench_query_export
+	tests/drivers/with_postgres.sh build/bench/postgres \
+	  build/bench/bench/bench_query_export --benchmark_filter='postgres|Psql'
 
 # Every fuzz target for FUZZ_SECONDS each, growing its corpus in build/fuzz/corpus.
 FUZZ_SECONDS ?= 60

@@ -172,9 +172,14 @@ bool classify(double value, DigitString& out) {
 void digits_from_magnitude(unsigned __int128 magnitude, DigitString& out) {
   char reversed[40];
   int count = 0;
-  while (magnitude) {
+  // 128-bit divisions are library calls; once the rest fits 64 bits the
+  // compiler divides by 10 with a multiplication.
+  while (magnitude >> 64) {
     reversed[count++] = char('0' + int(magnitude % 10));
     magnitude /= 10;
+  }
+  for (uint64_t rest = uint64_t(magnitude); rest != 0; rest /= 10) {
+    reversed[count++] = char('0' + int(rest % 10));
   }
   out.count = count;
   out.exponent = count;

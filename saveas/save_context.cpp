@@ -196,10 +196,9 @@ KOSHR_EXTERN_C KOSHR_API KoSaveContext* osSaveBegin32(KostgContext* pool, KostgS
 }
 
 KOSHR_EXTERN_C KOSHR_API KoSaveContext* osSaveBegin32Web(KostgContext* pool, KostgSubpool* owner,
-                                                         const KOCHAR* fileName,
-                                                         uint32_t rowCount, int32_t columnCount,
-                                                         uint32_t flags, int32_t encoding,
-                                                         const KOCHAR* culture) {
+                                                         const KOCHAR* fileName, uint32_t rowCount,
+                                                         int32_t columnCount, uint32_t flags,
+                                                         int32_t encoding, const KOCHAR* culture) {
   return save_begin(pool, owner, fileName, rowCount, columnCount, flags, encoding, culture);
 }
 

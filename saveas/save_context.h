@@ -67,8 +67,8 @@ struct KoSaveContext {
   bool has_file;
   ko::SaveFile file;
   KOCHAR* clip_text;
-  size_t clip_capacity;  // bytes
-  size_t clip_length;    // characters
+  size_t clip_capacity;     // bytes
+  size_t clip_length;       // characters
   uint32_t overflow_count;  // values written as their field's overflow marker
   uint32_t overflow_row;    // the first of them: record (0-based) and column
   int32_t overflow_column;
@@ -141,8 +141,7 @@ bool save_write_quoted(KoSaveContext* context, const KOCHAR* text, KOCHAR quote)
 size_t save_render(const KoSaveContext* context, uint8_t type, const void* value,
                    FractionSuffix suffix, KOCHAR* out);
 // Renders a double or a decimal into at most `capacity` - 1 units.
-size_t save_render_double(const KoSaveContext* context, double value, KOCHAR* out,
-                          size_t capacity);
+size_t save_render_double(const KoSaveContext* context, double value, KOCHAR* out, size_t capacity);
 size_t save_render_decimal(const KoSaveContext* context, const KODECIMAL& value, KOCHAR* out,
                            size_t capacity);
 // Renders a datetime through one of the context's date formats.
@@ -151,8 +150,8 @@ size_t save_render_datetime(const KoSaveContext* context, const uint16_t* format
 // Appends the fraction suffix for `subsecond` (nothing when it is 0) behind
 // `length` units of `out`; returns the new length. Under a culture its
 // separator comes from the culture's "sTime" or "sDecimal".
-size_t save_append_fraction(const KoSaveContext* context, uint32_t subsecond,
-                            FractionSuffix suffix, KOCHAR* out, size_t length);
+size_t save_append_fraction(const KoSaveContext* context, uint32_t subsecond, FractionSuffix suffix,
+                            KOCHAR* out, size_t length);
 
 }  // namespace ko
 

@@ -1,6 +1,8 @@
 // saveas_tool_test.cpp: `koshr saveas` and what it is made of: the RFC 4180
 // reader on good, truncated and corrupt input, column inference, and the
 // command itself (no partial file after an error).
+#include <cstdio>
+
 #include "csv_reader.h"
 #include "saveas/export_table.h"
 #include "saveas_columns.h"
@@ -27,7 +29,10 @@ TEST(CsvReaderTest, ReadsRecordsAndNamesTheLineOfAFault) {
   } cases[] = {
       {"a,b\r\n1,2\r\n", {{"a", "b"}, {"1", "2"}}, ""},
       {"a,b\n1,2", {{"a", "b"}, {"1", "2"}}, ""},
-      {"\xEF\xBB\xBF" "x\n", {{"x"}}, ""},
+      {"\xEF\xBB\xBF"
+       "x\n",
+       {{"x"}},
+       ""},
       {"a,\"b,c\"\n\"q\"\"x\",\"multi\r\nline\"\n", {{"a", "b,c"}, {"q\"x", "multi\r\nline"}}, ""},
       {"a,,\n", {{"a", "", ""}}, ""},
       {"", {}, ""},
@@ -41,6 +46,20 @@ TEST(CsvReaderTest, ReadsRecordsAndNamesTheLineOfAFault) {
     std::string error;
     EXPECT_EQ(read_all(c.text, &error), c.records) << c.text;
     EXPECT_EQ(error, c.error) << c.text;
+    // Streamed from a file through windows of 1 to 4 bytes: the same records and error.
+    for (size_t window = 1; window <= 4 && !c.text.empty(); ++window) {
+      std::FILE* file = std::tmpfile();
+      ASSERT_NE(file, nullptr);
+      std::fwrite(c.text.data(), 1, c.text.size(), file);
+      std::rewind(file);
+      koshr_tool::CsvReader reader(file, window);
+      Records records;
+      std::vector<std::string> fields;
+      while (reader.next(fields)) records.push_back(fields);
+      EXPECT_EQ(records, c.records) << c.text << " window " << window;
+      EXPECT_EQ(reader.error(), c.error) << c.text << " window " << window;
+      std::fclose(file);
+    }
   }
 }
 

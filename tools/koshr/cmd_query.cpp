@@ -8,6 +8,7 @@
  * memory does not grow with the result; the file appears only when the
  * export is complete.
  */
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -97,8 +98,11 @@ DbiValue parameter_value(const std::string& text, const std::u16string& wide) {
 class QueryRows final : public RowSource {
  public:
   QueryRows(DbStatement& statement, const std::vector<ExportColumn>& columns,
-            const ColumnFormats* formats)
-      : statement_(statement), columns_(columns), formats_(formats) {}
+            const ColumnFormats* formats, bool dates_as_text)
+      : statement_(statement),
+        columns_(columns),
+        formats_(formats),
+        dates_as_text_(dates_as_text) {}
   bool next(std::vector<CellValue>& row, std::string& why) override {
     if (at_ == block_.rows) {
       if (!statement_.fetch(block_, why) || block_.rows == 0) return false;
@@ -112,7 +116,7 @@ class QueryRows final : public RowSource {
         // A formatted column exports the text as shown.
         row[c].missing = values[c].type == DBI_TYPE_NULL;
         row[c].text = utf8_to_utf16(formats_->render(c, values[c]));
-      } else if (!export_cell(values[c], columns_[c], row[c], why)) {
+      } else if (!export_cell(values[c], columns_[c], dates_as_text_, row[c], why)) {
         why = "row " + std::to_string(row_number_) + ", column " + columns_[c].name + ": " + why;
         return false;
       }
@@ -124,6 +128,7 @@ class QueryRows final : public RowSource {
   DbStatement& statement_;
   const std::vector<ExportColumn>& columns_;
   const ColumnFormats* formats_;
+  bool dates_as_text_;
   DbiRowBlock block_{};
   uint32_t at_ = 0;
   uint64_t row_number_ = 0;
@@ -226,8 +231,7 @@ int run_query(const Arguments& args) {
   std::vector<ExportColumn> export_columns;
   for (uint32_t c = 0; c < count; ++c) {
     export_columns.push_back(export_column(columns[c]));
-    if (shown && shown->has(c))
-      export_columns.back() = {export_columns.back().name, KOSAVE_STRING, -1};
+    if (shown && shown->has(c)) export_columns.back() = {export_columns.back().name, KOSAVE_STRING, -1};
   }
   ExportSettings settings;
   settings.format = format;
@@ -235,7 +239,7 @@ int run_query(const Arguments& args) {
   settings.to_stdout = !options.output_given;
   settings.output =
       options.output_given ? options.output : std::string("query") + format->extension;
-  QueryRows rows(statement, export_columns, shown);
+  QueryRows rows(statement, export_columns, shown, format->dates_as_text);
   ExportOutcome outcome = stream_export(settings, export_columns, rows, -1);
   if (!outcome.ok) {
     return fail(

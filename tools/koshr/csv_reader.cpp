@@ -6,17 +6,13 @@
 #include "utf.h"
 
 namespace koshr_tool {
-namespace {
-
-constexpr size_t kWindowBytes = 1 << 16;
-
-}  // namespace
 
 CsvReader::CsvReader(std::string_view text) : text_(text) {
   if (text_.substr(0, 3) == "\xEF\xBB\xBF") at_ = 3;
 }
 
-CsvReader::CsvReader(std::FILE* file) : file_(file) {
+CsvReader::CsvReader(std::FILE* file, size_t window_bytes)
+    : file_(file), window_bytes_(window_bytes ? window_bytes : 1) {
   if (peek() == 0xEF && peek(1) == 0xBB && peek(2) == 0xBF) at_ = 3;
 }
 
@@ -26,8 +22,8 @@ bool CsvReader::refill(size_t ahead) {
   at_ = 0;
   while (window_.size() <= ahead) {
     size_t kept = window_.size();
-    window_.resize(kept + kWindowBytes);
-    size_t got = std::fread(&window_[kept], 1, kWindowBytes, file_);
+    window_.resize(kept + window_bytes_);
+    size_t got = std::fread(&window_[kept], 1, window_bytes_, file_);
     window_.resize(kept + got);
     if (got == 0) break;
   }

@@ -23,8 +23,9 @@ namespace koshr_tool {
 class CsvReader {
  public:
   explicit CsvReader(std::string_view text);
-  // Reads `file` from where it stands; the caller keeps it open meanwhile.
-  explicit CsvReader(std::FILE* file);
+  // Reads `file` from where it stands, `window_bytes` at a time; the caller
+  // keeps it open meanwhile.
+  explicit CsvReader(std::FILE* file, size_t window_bytes = size_t(1) << 16);
 
   // Reads the next record into `fields` (reusing its strings); false at the
   // end or on an error (then error() is not empty).
@@ -48,6 +49,7 @@ class CsvReader {
   bool at_end() { return peek() < 0; }
 
   std::FILE* file_ = nullptr;
+  size_t window_bytes_ = 0;
   std::string window_;
   std::string_view text_;
   size_t at_ = 0;

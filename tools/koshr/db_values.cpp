@@ -116,8 +116,8 @@ std::string value_text(const DbiValue& value) {
   }
 }
 
-bool export_cell(const DbiValue& value, const ExportColumn& column, CellValue& cell,
-                 std::string& why) {
+bool export_cell(const DbiValue& value, const ExportColumn& column, bool dates_as_text,
+                 CellValue& cell, std::string& why) {
   cell.missing = value.type == DBI_TYPE_NULL;
   cell.text.clear();
   if (cell.missing) return true;
@@ -145,6 +145,7 @@ bool export_cell(const DbiValue& value, const ExportColumn& column, CellValue& c
     case KOSAVE_DATETIME:
       if (value.type >= DBI_TYPE_DATE && value.type <= DBI_TYPE_TIMESTAMP) {
         cell.when = value.as.datetime;
+        if (!dates_as_text) return true;
         std::string text = column.type == KOSAVE_DATE ? date_text(cell.when)
                            : column.type == KOSAVE_TIME
                                ? time_text(cell.when)

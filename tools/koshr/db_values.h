@@ -28,8 +28,9 @@ std::string value_text(const DbiValue& value);
 // The value converted for an export column; false with `why` when it does
 // not read as the column's type (a text in a numeric column of a database
 // without fixed column types, a numeric beyond 28 digits, a date before 1900).
-bool export_cell(const DbiValue& value, const ExportColumn& column, CellValue& cell,
-                 std::string& why);
+// With `dates_as_text` a date or time also gets its SQL literal.
+bool export_cell(const DbiValue& value, const ExportColumn& column, bool dates_as_text,
+                 CellValue& cell, std::string& why);
 
 }  // namespace koshr_tool
 

@@ -13,7 +13,6 @@
 namespace koshr_tool {
 namespace {
 
-
 bool digits(const std::string& text, size_t at, size_t count) {
   if (at + count > text.size()) return false;
   for (size_t i = at; i < at + count; ++i) {
@@ -30,11 +29,12 @@ bool leap(int year) { return (year % 4 == 0 && year % 100 != 0) || year % 400 ==
 
 // "YYYY-MM-DD" at `at`; fills the date fields of `out`.
 bool read_date(const std::string& text, size_t at, KODATETIME& out) {
-  if (!digits(text, at, 4) || text.size() < at + 10 || text[at + 4] != '-' || !digits(text, at + 5, 2) ||
-      text[at + 7] != '-' || !digits(text, at + 8, 2)) {
+  if (!digits(text, at, 4) || text.size() < at + 10 || text[at + 4] != '-' ||
+      !digits(text, at + 5, 2) || text[at + 7] != '-' || !digits(text, at + 8, 2)) {
     return false;
   }
-  int year = number_at(text, at, 4), month = number_at(text, at + 5, 2), day = number_at(text, at + 8, 2);
+  int year = number_at(text, at, 4), month = number_at(text, at + 5, 2),
+      day = number_at(text, at + 8, 2);
   static const int kDays[] = {31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   if (year < 1900 || month < 1 || month > 12 || day < 1) return false;
   if (day > kDays[month - 1] + (month == 2 && leap(year) ? 1 : 0)) return false;
@@ -46,7 +46,8 @@ bool read_date(const std::string& text, size_t at, KODATETIME& out) {
 
 // "HH:MM", "HH:MM:SS" or "HH:MM:SS.ffffff" from `at` to the end.
 bool read_time(const std::string& text, size_t at, KODATETIME& out) {
-  if (!digits(text, at, 2) || text.size() < at + 5 || text[at + 2] != ':' || !digits(text, at + 3, 2)) {
+  if (!digits(text, at, 2) || text.size() < at + 5 || text[at + 2] != ':' ||
+      !digits(text, at + 3, 2)) {
     return false;
   }
   int hour = number_at(text, at, 2), minute = number_at(text, at + 3, 2), second = 0;
@@ -89,7 +90,8 @@ bool read_time_only(const std::string& text, KODATETIME& out) {
 }
 
 bool read_double(const std::string& text, double& out) {
-  if (text.empty() || text[0] == ' ' || text.find_first_of("xXnNiI") != std::string::npos) return false;
+  if (text.empty() || text[0] == ' ' || text.find_first_of("xXnNiI") != std::string::npos)
+    return false;
   char* end = nullptr;
   errno = 0;
   out = std::strtod(text.c_str(), &end);
@@ -101,19 +103,23 @@ bool read_double(const std::string& text, double& out) {
 const void* CellValue::pointer(uint8_t type, bool dates_as_text) const {
   if (missing) return nullptr;
   switch (type) {
-    case KOSAVE_DOUBLE: return &number;
+    case KOSAVE_DOUBLE:
+      return &number;
     case KOSAVE_DATETIME:
     case KOSAVE_DATE:
     case KOSAVE_TIME:
       if (dates_as_text) return text.c_str();
       return &when;
-    case KOSAVE_DECIMAL: return &decimal;
-    default: return text.c_str();
+    case KOSAVE_DECIMAL:
+      return &decimal;
+    default:
+      return text.c_str();
   }
 }
 
 const char* type_name(uint8_t type) {
-  static const char* const kNames[] = {"?", "string", "double", "datetime", "date", "time", "decimal"};
+  static const char* const kNames[] = {"?",    "string", "double", "datetime",
+                                       "date", "time",   "decimal"};
   return type <= KOSAVE_DECIMAL ? kNames[type] : "?";
 }
 
@@ -175,7 +181,8 @@ bool parse_column_list(const std::string& text, std::vector<ExportColumn>& out, 
   size_t start = 0;
   while (start <= text.size()) {
     size_t comma = text.find(',', start);
-    std::string item = text.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
+    std::string item =
+        text.substr(start, comma == std::string::npos ? std::string::npos : comma - start);
     size_t colon = item.find(':');
     if (colon == std::string::npos || colon == 0) {
       why = "'" + item + "' is not NAME:TYPE[:WIDTH]";
@@ -184,7 +191,8 @@ bool parse_column_list(const std::string& text, std::vector<ExportColumn>& out, 
     size_t second = item.find(':', colon + 1);
     ExportColumn column;
     column.name = item.substr(0, colon);
-    std::string type = item.substr(colon + 1, second == std::string::npos ? std::string::npos : second - colon - 1);
+    std::string type = item.substr(
+        colon + 1, second == std::string::npos ? std::string::npos : second - colon - 1);
     column.type = type_from_name(type);
     if (!column.type) {
       why = "unknown type '" + type + "' (string, double, datetime, date, time or decimal)";
