@@ -231,7 +231,8 @@ int run_query(const Arguments& args) {
   std::vector<ExportColumn> export_columns;
   for (uint32_t c = 0; c < count; ++c) {
     export_columns.push_back(export_column(columns[c]));
-    if (shown && shown->has(c)) export_columns.back() = {export_columns.back().name, KOSAVE_STRING, -1};
+    if (shown && shown->has(c))
+      export_columns.back() = {export_columns.back().name, KOSAVE_STRING, -1};
   }
   ExportSettings settings;
   settings.format = format;
