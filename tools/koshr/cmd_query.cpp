@@ -99,7 +99,7 @@ DbiValue parameter_value(const std::string& text, const std::u16string& wide) {
 // The rows of an executed statement, block by block, as export cells.
 class QueryRows final : public RowSource {
  public:
-  QueryRows(DbStatement& statement, const std::vector<ColumnSpec>& columns,
+  QueryRows(DbStatement& statement, const std::vector<ExportColumn>& columns,
             const ColumnFormats* formats, bool dates_as_text)
       : statement_(statement),
         columns_(columns),
@@ -128,7 +128,7 @@ class QueryRows final : public RowSource {
 
  private:
   DbStatement& statement_;
-  const std::vector<ColumnSpec>& columns_;
+  const std::vector<ExportColumn>& columns_;
   const ColumnFormats* formats_;
   bool dates_as_text_;
   DbiRowBlock block_{};
@@ -231,10 +231,11 @@ int run_query(const Arguments& args) {
     return 0;
   }
 
-  std::vector<ColumnSpec> specs;
+  std::vector<ExportColumn> export_columns;
   for (uint32_t c = 0; c < count; ++c) {
-    specs.push_back(export_column(columns[c]));
-    if (shown && shown->has(c)) specs.back() = {specs.back().name, KOSAVE_STRING, -1};
+    export_columns.push_back(export_column(columns[c]));
+    if (shown && shown->has(c))
+      export_columns.back() = {export_columns.back().name, KOSAVE_STRING, -1};
   }
   ExportSettings settings;
   settings.format = format;
@@ -242,8 +243,8 @@ int run_query(const Arguments& args) {
   settings.to_stdout = !options.output_given;
   settings.output =
       options.output_given ? options.output : std::string("query") + format->extension;
-  QueryRows rows(statement, specs, shown, format->dates_as_text);
-  ExportOutcome outcome = stream_export(settings, specs, rows, -1);
+  QueryRows rows(statement, export_columns, shown, format->dates_as_text);
+  ExportOutcome outcome = stream_export(settings, export_columns, rows, -1);
   if (!outcome.ok) {
     return fail(
         outcome.source_failed || !options.output_given ? "query" : "query: " + options.output,
