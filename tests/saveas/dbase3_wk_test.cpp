@@ -103,7 +103,7 @@ TEST_F(BinaryTest, Dbase3NumbersKeepTheirValueOrAreMarked) {
     uint32_t overflows;
     uint32_t first_overflow_row;
   };
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {{u"n", 0, KOSAVE_DOUBLE},
        {{Cell(3.0), "3", "3"},
         {Cell(1234567890123456.0), "1234567890123456", "1234567890123456"},
