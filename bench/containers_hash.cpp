@@ -1,5 +1,5 @@
-// shhash_search against std::unordered_multimap::find: 1,000,000 string keys, a table with as many buckets as keys, every key looked up in
-// the same shuffled order by both.
+// shhash_search against std::unordered_multimap::find: 1,000,000 string keys, a table with as many
+// buckets as keys, every key looked up in the same shuffled order by both.
 #include <benchmark/benchmark.h>
 #include <koshr/hashtable.h>
 
@@ -20,7 +20,8 @@ struct Keys {
   std::vector<std::u16string> stored;  // what the tables hold
   std::vector<std::u16string> probes;  // equal copies, looked up in shuffled order
   Keys() {
-    static const char kAlphabet[] = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
+    static const char kAlphabet[] =
+        "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_";
     std::mt19937 random(42);
     for (uint32_t i = 0; i < kKeys; ++i) {
       std::u16string key(16 + random() % 9, u' ');

@@ -28,7 +28,8 @@ std::u16string two_kilobyte_select() {
   std::u16string select = u" select ";
   for (int i = 0; select.size() < 1900; ++i) {
     const std::string n = std::to_string(i);
-    select += u"t.column_" + std::u16string(n.begin(), n.end()) + u" /* note, where */, 'it''s where' ";
+    select +=
+        u"t.column_" + std::u16string(n.begin(), n.end()) + u" /* note, where */, 'it''s where' ";
     select += u"as alias_" + std::u16string(n.begin(), n.end()) + u", ";
   }
   select += u"x from orders t where t.total > 10 order by 1";

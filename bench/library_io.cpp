@@ -15,17 +15,17 @@
 #include <koshr/library.h>
 #include <sqlite3.h>
 
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <cstring>
-#include <fcntl.h>
 #include <filesystem>
 #include <random>
-#include <spawn.h>
 #include <string>
-#include <sys/wait.h>
-#include <unistd.h>
 #include <vector>
 
 extern char** environ;
@@ -56,7 +56,8 @@ std::vector<uint8_t> payload(size_t size) {
 std::string path_of(const std::string& file) { return (kDir / file).string(); }
 
 // Writes a library of `count` entries of `size` bytes, added in the given order.
-void write_library(KostgContext* pool, const std::string& file, const std::vector<std::string>& order, size_t size) {
+void write_library(KostgContext* pool, const std::string& file,
+                   const std::vector<std::string>& order, size_t size) {
   std::filesystem::remove(path_of(file));
   std::u16string p = wide(path_of(file));
   LMI_CreateLibrary(pool, p.data(), nullptr);
@@ -91,7 +92,8 @@ sqlite3* open_sqlite(const std::string& file, bool fresh, bool out_of_the_box = 
   sqlite3_open(path_of(file).c_str(), &db);
   if (!out_of_the_box) sqlite3_exec(db, "PRAGMA synchronous=OFF", nullptr, nullptr, nullptr);
   if (fresh)
-    sqlite3_exec(db, "CREATE TABLE entries(name TEXT PRIMARY KEY COLLATE NOCASE, data BLOB)", nullptr, nullptr, nullptr);
+    sqlite3_exec(db, "CREATE TABLE entries(name TEXT PRIMARY KEY COLLATE NOCASE, data BLOB)",
+                 nullptr, nullptr, nullptr);
   return db;
 }
 
@@ -215,7 +217,8 @@ void BM_Read_Sqlite(benchmark::State& state) {
   for (auto _ : state) {
     for (auto& n : order) {
       sqlite3_bind_text(select, 1, n.c_str(), -1, SQLITE_STATIC);
-      if (sqlite3_step(select) == SQLITE_ROW) std::memcpy(buffer.data(), sqlite3_column_blob(select, 0), 4096);
+      if (sqlite3_step(select) == SQLITE_ROW)
+        std::memcpy(buffer.data(), sqlite3_column_blob(select, 0), 4096);
       sqlite3_reset(select);
     }
   }
@@ -272,7 +275,9 @@ void BM_Open_Process(benchmark::State& state, const char* mode, const char* file
     prepared = true;
   }
   std::string self = self_path();
-  for (auto _ : state) state.SetIterationTime(spawn_and_measure({self, mode, path_of(file), "document_009876.txt"}) / 1e9);
+  for (auto _ : state)
+    state.SetIterationTime(spawn_and_measure({self, mode, path_of(file), "document_009876.txt"}) /
+                           1e9);
 }
 
 void BM_List_Library(benchmark::State& state) {
@@ -295,7 +300,8 @@ void BM_Check_Library(benchmark::State& state) {
   std::u16string p = wide(path_of("check.kol"));
   int64_t size = int64_t(std::filesystem::file_size(path_of("check.kol")));
   for (auto _ : state) {
-    if (LMI_CheckLibrary(pool, p.c_str(), nullptr, nullptr) != 0) state.SkipWithError("check found damage");
+    if (LMI_CheckLibrary(pool, p.c_str(), nullptr, nullptr) != 0)
+      state.SkipWithError("check found damage");
   }
   state.SetBytesProcessed(int64_t(state.iterations()) * size);
   kostg_end(pool);
@@ -318,7 +324,10 @@ int open_work(const std::string& mode, const char* file, const char* entry) {
   std::u16string p = wide(file), name = wide(entry);
   LMI_HANDLE lib = LMI_OpenLibrary(pool, p.c_str(), LMI_MODE_READ, 0);
   uint8_t buffer[64];
-  int rc = lib && LMI_OpenEntry(lib, name.data(), LMI_ENTRY_READ, nullptr) == 0 && LMI_ReadEntry(lib, buffer, 64) > 0 ? 0 : 1;
+  int rc = lib && LMI_OpenEntry(lib, name.data(), LMI_ENTRY_READ, nullptr) == 0 &&
+                   LMI_ReadEntry(lib, buffer, 64) > 0
+               ? 0
+               : 1;
   if (lib) LMI_CloseLibrary(lib);
   kostg_end(pool);
   return rc;
@@ -327,15 +336,22 @@ int open_work(const std::string& mode, const char* file, const char* entry) {
 int open_one(const std::string& mode, const char* file, const char* entry) {
   auto start = std::chrono::steady_clock::now();
   int rc = mode == "--empty" ? 0 : open_work(mode, file, entry);
-  auto ns = std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
+  auto ns =
+      std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
   std::printf("%.0f\n", rc == 0 ? ns : 1e12);
   return rc;
 }
 
 }  // namespace
 
-BENCHMARK(BM_Write_Library)->Args({10000, 4096})->Args({1000, 65536})->Unit(benchmark::kMillisecond);
-BENCHMARK(BM_Write_PlainFile)->Args({10000, 4096})->Args({1000, 65536})->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Write_Library)
+    ->Args({10000, 4096})
+    ->Args({1000, 65536})
+    ->Unit(benchmark::kMillisecond);
+BENCHMARK(BM_Write_PlainFile)
+    ->Args({10000, 4096})
+    ->Args({1000, 65536})
+    ->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Write_Sqlite)->Args({10000, 4096})->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Write_SqliteDefaults)->Args({10000, 4096})->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Read_Library)->Unit(benchmark::kMillisecond);
@@ -343,22 +359,28 @@ BENCHMARK(BM_Read_Library_FirstPass)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Read_PlainPread)->Unit(benchmark::kMillisecond);
 BENCHMARK(BM_Read_Sqlite)->Unit(benchmark::kMillisecond);
 BENCHMARK_CAPTURE(BM_Open_Process, library_random_order, "--library", "open_random.kol")
-    ->UseManualTime()->Unit(benchmark::kMicrosecond);
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(BM_Open_Process, library_name_order, "--library", "open_ordered.kol")
-    ->UseManualTime()->Unit(benchmark::kMicrosecond);
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(BM_Open_Process, library_random_order_optimized, "--library",
                   "open_random_optimized.kol")
-    ->UseManualTime()->Unit(benchmark::kMicrosecond);
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK_CAPTURE(BM_Open_Process, library_name_order_optimized, "--library",
                   "open_ordered_optimized.kol")
-    ->UseManualTime()->Unit(benchmark::kMicrosecond);
-BENCHMARK_CAPTURE(BM_Open_Process, sqlite, "--sqlite", "open.db")->UseManualTime()->Unit(benchmark::kMicrosecond);
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
+BENCHMARK_CAPTURE(BM_Open_Process, sqlite, "--sqlite", "open.db")
+    ->UseManualTime()
+    ->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_List_Library)->Unit(benchmark::kMicrosecond);
 BENCHMARK(BM_Check_Library)->Unit(benchmark::kMillisecond);
 
 int main(int argc, char** argv) {
-  if (argc == 4 && std::strncmp(argv[1], "--", 2) == 0 && std::strcmp(argv[1], "--benchmark") != 0 &&
-      std::strchr(argv[1], '=') == nullptr)
+  if (argc == 4 && std::strncmp(argv[1], "--", 2) == 0 &&
+      std::strcmp(argv[1], "--benchmark") != 0 && std::strchr(argv[1], '=') == nullptr)
     return open_one(argv[1], argv[2], argv[3]);
   std::filesystem::create_directories(kDir);
   benchmark::Initialize(&argc, argv);

@@ -242,8 +242,7 @@ void BM_PoolPattern_apr(benchmark::State& state) {
   run_pool_pattern(state, [] {
     apr_pool_t* pool = nullptr;
     apr_pool_create(&pool, nullptr);
-    for (int i = 0; i < kPoolBlocks; ++i)
-      benchmark::DoNotOptimize(apr_palloc(pool, pool_size(i)));
+    for (int i = 0; i < kPoolBlocks; ++i) benchmark::DoNotOptimize(apr_palloc(pool, pool_size(i)));
     apr_pool_destroy(pool);
   });
 }
@@ -254,8 +253,7 @@ BENCHMARK(BM_PoolPattern_apr)->Name("PoolPattern/apr")->Unit(benchmark::kMillise
 void BM_PoolPattern_talloc(benchmark::State& state) {
   run_pool_pattern(state, [] {
     void* pool = talloc_new(nullptr);
-    for (int i = 0; i < kPoolBlocks; ++i)
-      benchmark::DoNotOptimize(talloc_size(pool, pool_size(i)));
+    for (int i = 0; i < kPoolBlocks; ++i) benchmark::DoNotOptimize(talloc_size(pool, pool_size(i)));
     talloc_free(pool);
   });
 }
@@ -300,9 +298,17 @@ void BM_Threads(benchmark::State& state) {
   run_batches<Alloc, SmallSize>(state);
 }
 BENCHMARK_TEMPLATE(BM_Threads, KostgSubpoolAlloc)
-    ->Name("SamePool/kostg")->Threads(1)->Threads(2)->Threads(4)->UseRealTime();
+    ->Name("SamePool/kostg")
+    ->Threads(1)
+    ->Threads(2)
+    ->Threads(4)
+    ->UseRealTime();
 BENCHMARK_TEMPLATE(BM_Threads, GlibcAlloc)
-    ->Name("SamePool/glibc")->Threads(1)->Threads(2)->Threads(4)->UseRealTime();
+    ->Name("SamePool/glibc")
+    ->Threads(1)
+    ->Threads(2)
+    ->Threads(4)
+    ->UseRealTime();
 
 }  // namespace
 

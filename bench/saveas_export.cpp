@@ -43,7 +43,9 @@ const std::vector<Row>& rows() {
       row.name_utf8 = "item " + std::to_string(i) + (i % 7 == 0 ? ", boxed" : "");
       row.name.assign(row.name_utf8.begin(), row.name_utf8.end());
       row.price = double(next() % 100000) / 8.0;
-      row.day = KODATETIME{0, uint16_t(100 + next() % 30), uint8_t(next() % 12), uint8_t(1 + next() % 28), 0, 0, 0, 0};
+      row.day = KODATETIME{
+          0, uint16_t(100 + next() % 30), uint8_t(next() % 12), uint8_t(1 + next() % 28), 0, 0, 0,
+          0};
       row.stamp = row.day;
       row.stamp.hour = uint8_t(next() % 24);
       row.stamp.minute = uint8_t(next() % 60);
@@ -68,7 +70,8 @@ void export_rows(benchmark::State& state, const char* file) {
   for (auto _ : state) {
     KostgContext* pool = kostg_begin(4096);
     Writer writer;
-    KoSaveContext* save = writer.Begin(pool, nullptr, path.c_str(), kRows, 5, 0, KOSAVE_ENCODING_UTF8);
+    KoSaveContext* save =
+        writer.Begin(pool, nullptr, path.c_str(), kRows, 5, 0, KOSAVE_ENCODING_UTF8);
     writer.AddColumn(save, u"name", 30, KOSAVE_STRING);
     writer.AddColumn(save, u"price", 0, KOSAVE_DOUBLE);
     writer.AddColumn(save, u"day", 0, KOSAVE_DATE);
@@ -87,7 +90,9 @@ void export_rows(benchmark::State& state, const char* file) {
   state.SetItemsProcessed(int64_t(state.iterations() * kRows));
 }
 
-void BM_SaveCsv(benchmark::State& state) { export_rows<CKO_SaveCsv>(state, scratch("bench.csv").c_str()); }
+void BM_SaveCsv(benchmark::State& state) {
+  export_rows<CKO_SaveCsv>(state, scratch("bench.csv").c_str());
+}
 void BM_SaveDbase3(benchmark::State& state) {
   export_rows<CKO_SaveDbase3>(state, scratch("bench.dbf").c_str());
 }
@@ -148,10 +153,12 @@ void BM_PlainCsv(benchmark::State& state) {
       out.put(',');
       out.number(row.price);
       out.put(',');
-      out.number(row.day.year + 1900), out.put('-'), out.two(row.day.month + 1), out.put('-'), out.two(row.day.day);
+      out.number(row.day.year + 1900), out.put('-'), out.two(row.day.month + 1), out.put('-'),
+          out.two(row.day.day);
       out.put(',');
       out.number(row.stamp.year + 1900), out.put('-'), out.two(row.stamp.month + 1), out.put('-');
-      out.two(row.stamp.day), out.put(' '), out.two(row.stamp.hour), out.put(':'), out.two(row.stamp.minute);
+      out.two(row.stamp.day), out.put(' '), out.two(row.stamp.hour), out.put(':'),
+          out.two(row.stamp.minute);
       out.put(':'), out.two(row.stamp.second);
       out.put(',');
       out.fixed(row.amount_units, 2);
@@ -174,10 +181,11 @@ void BM_PlainDbase3(benchmark::State& state) {
       char digits[32];
       auto end = std::to_chars(digits, digits + sizeof digits, row.price).ptr;
       std::memcpy(record + 31 + 16 - (end - digits), digits, size_t(end - digits));
-      std::snprintf(digits, sizeof digits, "%04d%02d%02d", row.day.year + 1900, row.day.month + 1, row.day.day);
+      std::snprintf(digits, sizeof digits, "%04d%02d%02d", row.day.year + 1900, row.day.month + 1,
+                    row.day.day);
       std::memcpy(record + 47, digits, 8);
-      std::snprintf(digits, sizeof digits, "%04d%02d%02d", row.stamp.year + 1900, row.stamp.month + 1,
-                    row.stamp.day);
+      std::snprintf(digits, sizeof digits, "%04d%02d%02d", row.stamp.year + 1900,
+                    row.stamp.month + 1, row.stamp.day);
       std::memcpy(record + 55, digits, 8);
       end = std::to_chars(digits, digits + sizeof digits, double(row.amount_units) / 100).ptr;
       std::memcpy(record + 63 + 17 - (end - digits), digits, size_t(end - digits));
@@ -197,9 +205,12 @@ void BM_PythonCsv(benchmark::State& state) {
       "random.seed(1)\n"
       "rows = []\n"
       "for i in range(1000000):\n"
-      "    d = datetime.date(2000 + random.randrange(30), 1 + random.randrange(12), 1 + random.randrange(28))\n"
-      "    rows.append(('item %d%s' % (i, ', boxed' if i % 7 == 0 else ''), random.randrange(100000) / 8.0, d,\n"
-      "                 datetime.datetime(d.year, d.month, d.day, random.randrange(24), random.randrange(60), random.randrange(60)),\n"
+      "    d = datetime.date(2000 + random.randrange(30), 1 + random.randrange(12), 1 + "
+      "random.randrange(28))\n"
+      "    rows.append(('item %d%s' % (i, ', boxed' if i % 7 == 0 else ''), "
+      "random.randrange(100000) / 8.0, d,\n"
+      "                 datetime.datetime(d.year, d.month, d.day, random.randrange(24), "
+      "random.randrange(60), random.randrange(60)),\n"
       "                 decimal.Decimal(random.randrange(10000000) - 5000000).scaleb(-2)))\n"
       "start = time.process_time()\n"
       "with open(sys.argv[1], 'w', newline='', encoding='utf-8') as f:\n"
@@ -211,7 +222,8 @@ void BM_PythonCsv(benchmark::State& state) {
     std::string command = "python3 '" + script + "' '" + scratch("python.csv") + "'";
     FILE* pipe = popen(command.c_str(), "r");
     double seconds = 0;
-    if (!pipe || std::fscanf(pipe, "%lf", &seconds) != 1) state.SkipWithError("python3 did not run");
+    if (!pipe || std::fscanf(pipe, "%lf", &seconds) != 1)
+      state.SkipWithError("python3 did not run");
     if (pipe) pclose(pipe);
     state.SetIterationTime(seconds);
   }

@@ -57,7 +57,8 @@ class Iconv {
     char* source = static_cast<char*>(const_cast<void*>(in));
     char* target = static_cast<char*>(out);
     size_t left = out_bytes;
-    if (iconv(cd_, &source, &in_bytes, &target, &left) == size_t(-1)) throw std::runtime_error("iconv");
+    if (iconv(cd_, &source, &in_bytes, &target, &left) == size_t(-1))
+      throw std::runtime_error("iconv");
     return out_bytes - left;
   }
 

@@ -11,13 +11,9 @@ extern "C" {
 
 SH_MI_DATA_BLOB* shmi_CreateDataBlob(void) { return ko::DataBlobAccess::create(); }
 
-uint32_t shmi_DataBlob_AddRef(SH_MI_DATA_BLOB* blob) {
-  return blob ? blob->AddRef() : 0;
-}
+uint32_t shmi_DataBlob_AddRef(SH_MI_DATA_BLOB* blob) { return blob ? blob->AddRef() : 0; }
 
-uint32_t shmi_DataBlob_Release(SH_MI_DATA_BLOB* blob) {
-  return blob ? blob->Release() : 0;
-}
+uint32_t shmi_DataBlob_Release(SH_MI_DATA_BLOB* blob) { return blob ? blob->Release() : 0; }
 
 SH_IMI_BLOB_ITER* shmi_DataBlob_GetDataIterator(SH_MI_DATA_BLOB* blob) {
   return blob ? blob->GetDataIterator() : nullptr;
@@ -35,13 +31,9 @@ int32_t shmi_DataBlob_GetBlobIterator(SH_MI_DATA_BLOB* blob, SH_IMI_BLOB_ITER** 
   return blob ? blob->GetBlobIterator(iterator) : SHMI_E_POINTER;
 }
 
-uint32_t shmi_DataBlob_GetSize(SH_MI_DATA_BLOB* blob) {
-  return blob ? blob->GetSize() : 0;
-}
+uint32_t shmi_DataBlob_GetSize(SH_MI_DATA_BLOB* blob) { return blob ? blob->GetSize() : 0; }
 
-int32_t shmi_DataBlob_Reset(SH_MI_DATA_BLOB* blob) {
-  return blob ? blob->Reset() : SHMI_E_POINTER;
-}
+int32_t shmi_DataBlob_Reset(SH_MI_DATA_BLOB* blob) { return blob ? blob->Reset() : SHMI_E_POINTER; }
 
 int32_t shmi_DataBlob_SetSize(SH_MI_DATA_BLOB* blob, uint32_t size) {
   return blob ? blob->SetSize(size) : SHMI_E_POINTER;
@@ -136,7 +128,8 @@ int32_t shmi_DataIter_GetString(SH_IMI_BLOB_ITER* iterator, KostgContext* contex
   return iterator ? iterator->GetString(context, pool, value) : SHMI_E_POINTER;
 }
 
-int32_t shmi_DataIter_GetShBlob(SH_IMI_BLOB_ITER* iterator, KostgContext* context, KostgSubpool* pool, void** value) {
+int32_t shmi_DataIter_GetShBlob(SH_IMI_BLOB_ITER* iterator, KostgContext* context,
+                                KostgSubpool* pool, void** value) {
   return iterator ? iterator->GetShBlob(context, pool, value) : SHMI_E_POINTER;
 }
 

@@ -25,7 +25,8 @@
 
 namespace {
 
-constexpr uint8_t kHeader[ko::kBlobHeaderSize] = {0x00, 0x0A, 'M', 'I', 'B', 'L', 'O', 'B', 0x00, 0x01};
+constexpr uint8_t kHeader[ko::kBlobHeaderSize] = {0x00, 0x0A, 'M', 'I',  'B',
+                                                  'L',  'O',  'B', 0x00, 0x01};
 
 }  // namespace
 
@@ -56,7 +57,9 @@ int32_t SH_MI_DATA_BLOB::QueryInterface(const KOGUID& iid, void** object) {
   return SHMI_E_NOINTERFACE;
 }
 
-uint32_t SH_MI_DATA_BLOB::AddRef() { return std::atomic_ref<uint32_t>(ref_count_).fetch_add(1) + 1; }
+uint32_t SH_MI_DATA_BLOB::AddRef() {
+  return std::atomic_ref<uint32_t>(ref_count_).fetch_add(1) + 1;
+}
 
 uint32_t SH_MI_DATA_BLOB::Release() {
   uint32_t left = std::atomic_ref<uint32_t>(ref_count_).fetch_sub(1) - 1;

@@ -20,8 +20,8 @@ constexpr uint32_t kBlobGrowthStep = 8192;
 // back with kostg_fee.
 inline constexpr KoHeapSite kSiteDataBlob{"SH_MI_DATA_BLOB", "shmi_CreateDataBlob", "Release",
                                           "data_blob.cpp", 0};
-inline constexpr KoHeapSite kSiteBlobIterator{"SH_MI_DATA_BLOB_ITER", "GetDataIterator",
-                                              "Release", "blob_iterator.cpp", 0};
+inline constexpr KoHeapSite kSiteBlobIterator{"SH_MI_DATA_BLOB_ITER", "GetDataIterator", "Release",
+                                              "blob_iterator.cpp", 0};
 inline constexpr KoHeapSite kSiteBlobValue{"void*", "GetString", "kostg_fee", "blob_iterator.cpp",
                                            0};
 

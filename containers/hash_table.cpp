@@ -77,13 +77,13 @@ ShHashTable* shhash_new_arg(uint32_t bucketCount, SHHASH_KEYFUNC keyFunction, in
     return nullptr;
   }
   for (uint32_t i = 0; i < bucketCount; ++i) buckets[i] = nullptr;
-  *table = ShHashTable{context,     pool, buckets, keyFunction, argument, bucketCount, 0, 0,
-                       unique != 0, composite != 0};
+  *table = ShHashTable{context,     pool, buckets, keyFunction, argument,
+                       bucketCount, 0,    0,       unique != 0, composite != 0};
   return table;
 }
 
-ShHashTable* shhash_new(uint32_t bucketCount, SHHASH_KEYFUNC keyFunction, int unique,
-                        int composite, KostgContext* context, KostgSubpool* pool) {
+ShHashTable* shhash_new(uint32_t bucketCount, SHHASH_KEYFUNC keyFunction, int unique, int composite,
+                        KostgContext* context, KostgSubpool* pool) {
   return shhash_new_arg(bucketCount, keyFunction, unique, composite, context, pool, nullptr);
 }
 

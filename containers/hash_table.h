@@ -14,11 +14,11 @@ struct ShHashTable {
   shlistx** buckets;            // bucket_count lists, each null until first used
   SHHASH_KEYFUNC key_function;  // null: the item is its own key
   void* key_argument;
-  uint32_t bucket_count;        // fixed for the table's life
-  uint32_t current_bucket;      // set by the last search, insertion or iteration step
+  uint32_t bucket_count;    // fixed for the table's life
+  uint32_t current_bucket;  // set by the last search, insertion or iteration step
   uint32_t item_count;
-  uint32_t unique;              // refuse keys already present
-  uint32_t composite;           // keys are lists of strings
+  uint32_t unique;     // refuse keys already present
+  uint32_t composite;  // keys are lists of strings
 };
 
 #endif

@@ -10,11 +10,11 @@
 #include <koshr/lists.h>
 
 struct shlistx {
-  ShListNode* first;    // null when the list is empty
+  ShListNode* first;  // null when the list is empty
   ShListNode* last;
   ShListNode* current;  // null: no current position
   KostgContext* context;
-  KostgSubpool* pool;   // may be null
+  KostgSubpool* pool;  // may be null
   uint32_t count;
 };
 

@@ -17,8 +17,8 @@ namespace {
 // empty or the array cannot be allocated.
 void** take_items(shlistx* list, bool detach) {
   if (!list || list->count == 0) return nullptr;
-  auto** array =
-      static_cast<void**>(kostg_alc(list->context, uint64_t(list->count) * sizeof(void*), list->pool));
+  auto** array = static_cast<void**>(
+      kostg_alc(list->context, uint64_t(list->count) * sizeof(void*), list->pool));
   if (!array) return nullptr;
   ShListNode* node = list->first;
   for (uint32_t i = 0; i < list->count; ++i) {
@@ -53,8 +53,8 @@ void** sort_items(shlistx* list, int flags, Sort sort) {
 extern "C" {
 
 int shlist_sort(shlistx* list, SHLIST_COMPARE compare, int flags) {
-  void** array =
-      sort_items(list, flags, [compare](void** items, uint32_t n) { sh_heapsort(items, n, compare); });
+  void** array = sort_items(
+      list, flags, [compare](void** items, uint32_t n) { sh_heapsort(items, n, compare); });
   if (array) kostg_fee(list->context, array);
   return 0;
 }

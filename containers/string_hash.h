@@ -29,7 +29,9 @@ inline uint32_t string_hash_finish(uint32_t h) {
 }
 
 // The hash of a single-string key; a null key hashes as the empty string (0).
-inline uint32_t string_hash(const KOCHAR* key) { return string_hash_finish(string_hash_step(0, key)); }
+inline uint32_t string_hash(const KOCHAR* key) {
+  return string_hash_finish(string_hash_step(0, key));
+}
 
 // The hash of a composite key: one running hash carried through the key
 // list's strings, first to last (moving the list's current position). An

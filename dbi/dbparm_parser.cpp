@@ -160,8 +160,7 @@ KOCHAR* parameter_text(DbiContext* context, bool& owned) {
   if (context->security_connect == nullptr) return context->dbparm;
   const KOCHAR* value = nullptr;
   size_t length = 0;
-  if (!runtime_services().security_property(context->security_connect, "DBParm", &value,
-                                            &length)) {
+  if (!runtime_services().security_property(context->security_connect, "DBParm", &value, &length)) {
     return nullptr;
   }
   owned = true;

@@ -48,7 +48,8 @@ bool starts_with_keyword(const KOCHAR* item, const KOCHAR* keyword, size_t lengt
   return item[length] == u'=';
 }
 
-KOCHAR* concatenate(DbiContext* context, std::initializer_list<std::pair<const KOCHAR*, size_t>> parts) {
+KOCHAR* concatenate(DbiContext* context,
+                    std::initializer_list<std::pair<const KOCHAR*, size_t>> parts) {
   size_t total = 0;
   for (const auto& part : parts) total += part.second;
   auto* text = static_cast<KOCHAR*>(alloc_zeroed(context, (total + 1) * sizeof(KOCHAR)));
@@ -93,8 +94,8 @@ KOCHAR* replace_parameter(DbiContext* context, const KOCHAR* stored, const KOCHA
 
 int32_t DBI_ReplaceDbParm(DbiContext* context, const KOCHAR* keyword, const KOCHAR* value) {
   if (context == nullptr || keyword == nullptr) return 0;
-  KOCHAR* text = ko::dbi::replace_parameter(context, context->dbparm, keyword,
-                                            value != nullptr ? value : u"");
+  KOCHAR* text =
+      ko::dbi::replace_parameter(context, context->dbparm, keyword, value != nullptr ? value : u"");
   if (text == nullptr) return 0;
   ko::dbi::release_secret(context, context->dbparm);
   context->dbparm = text;

@@ -80,7 +80,8 @@ KOCHAR* build_code_table(const Pool& pool, ShHashTable* table, const KOCHAR* nam
     if (row->sequence == 1) continue;
     for (const KOCHAR* p = row->edit != nullptr ? row->edit : u""; *p != 0; ++p) {
       kostg_str_build_char(pool.storage, pool.subpool, &buffer, &capacity, &length, *p);
-      if (*p == u'/') kostg_str_build_char(pool.storage, pool.subpool, &buffer, &capacity, &length, u'/');
+      if (*p == u'/')
+        kostg_str_build_char(pool.storage, pool.subpool, &buffer, &capacity, &length, u'/');
     }
     kostg_str_build_char(pool.storage, pool.subpool, &buffer, &capacity, &length,
                          counter % 2 == 0 ? u'\t' : u'/');
@@ -97,7 +98,8 @@ void free_style(const Pool& pool, DbiEditStyle* style) {
 
 DbiEditStyle* build(const Builder& builder, const Pool& pool, ShHashTable* table,
                     const DbiEditStyleRow* first, const KOCHAR* name) {
-  auto* style = static_cast<DbiEditStyle*>(kostg_alc(pool.storage, sizeof(DbiEditStyle), pool.subpool));
+  auto* style =
+      static_cast<DbiEditStyle*>(kostg_alc(pool.storage, sizeof(DbiEditStyle), pool.subpool));
   if (style == nullptr) return nullptr;
   std::memset(style, 0, sizeof *style);
   style->type = builder.type;

@@ -103,9 +103,18 @@ void* no_connection_object(DbiContext*) { return nullptr; }
 void no_trace_file(DbiContext*) {}
 
 const RuntimeServices kDefaults = {
-    &message_from_table, &no_environment,     &answer_no,         &answer_no,
-    &answer_no,          &do_nothing,         &do_nothing,        &encrypt_keyed_hex,
-    &find_property,      &no_in_process_driver, &no_connection_object, &no_trace_file,
+    &message_from_table,
+    &no_environment,
+    &answer_no,
+    &answer_no,
+    &answer_no,
+    &do_nothing,
+    &do_nothing,
+    &encrypt_keyed_hex,
+    &find_property,
+    &no_in_process_driver,
+    &no_connection_object,
+    &no_trace_file,
 };
 
 std::atomic<const RuntimeServices*> g_services{&kDefaults};

@@ -145,7 +145,8 @@ int32_t DBI_SQLCacheRequestSqlStatement(DbiContext* context, SqlCache* cache, co
   for (void* item = shlist_get_first(cache->entries); item != nullptr;
        item = shlist_get_next(cache->entries)) {
     auto* entry = static_cast<SqlCacheEntry*>(item);
-    if (entry->key_hash == key_hash && entry->text != nullptr && ko::u16cmp(entry->text, key) == 0) {
+    if (entry->key_hash == key_hash && entry->text != nullptr &&
+        ko::u16cmp(entry->text, key) == 0) {
       shlist_remove(cache->entries);
       ++entry->uses;
       ++cache->hits;

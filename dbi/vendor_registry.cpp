@@ -28,5 +28,5 @@ int32_t DBI_RegisterVendor(const KOCHAR* name, const KOCHAR* value) {
 int32_t DBI_UnRegisterVendor(const KOCHAR* name) {
   if (bad_name(name)) return kInvalidArgument;
   return ko::os::registry_delete_value(ko::os::Hive::kLocalMachine, kVendorsKey, name) ? 0
-                                                                                        : kFailure;
+                                                                                       : kFailure;
 }

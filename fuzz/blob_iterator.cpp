@@ -58,18 +58,42 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     KOCHAR* text = nullptr;
     void* nested = nullptr;
     switch (op % 20) {
-      case 0: status = shmi_DataIter_GetByte(it, &value.byte), bound = 1; break;
-      case 1: status = shmi_DataIter_GetBool(it, &value.flag), bound = 1; break;
-      case 2: status = shmi_DataIter_GetShort(it, &value.s), bound = 2; break;
-      case 3: status = shmi_DataIter_GetUShort(it, &value.us), bound = 2; break;
-      case 4: status = shmi_DataIter_GetLong(it, &value.l), bound = 4; break;
-      case 5: status = shmi_DataIter_GetULong(it, &value.ul), bound = 4; break;
-      case 6: status = shmi_DataIter_GetFloat(it, &value.f), bound = 4; break;
-      case 7: status = shmi_DataIter_GetDouble(it, &value.d), bound = 8; break;
-      case 8: status = shmi_DataIter_GetChar(it, &value.c), bound = 2; break;
-      case 9: status = shmi_DataIter_GetDecimal(it, &value.dec), bound = 16; break;
-      case 10: status = shmi_DataIter_GetDateTime(it, &value.dt), bound = 11; break;
-      case 11: status = shmi_DataIter_GetBytes(it, value.raw, op % 64), bound = op % 64; break;
+      case 0:
+        status = shmi_DataIter_GetByte(it, &value.byte), bound = 1;
+        break;
+      case 1:
+        status = shmi_DataIter_GetBool(it, &value.flag), bound = 1;
+        break;
+      case 2:
+        status = shmi_DataIter_GetShort(it, &value.s), bound = 2;
+        break;
+      case 3:
+        status = shmi_DataIter_GetUShort(it, &value.us), bound = 2;
+        break;
+      case 4:
+        status = shmi_DataIter_GetLong(it, &value.l), bound = 4;
+        break;
+      case 5:
+        status = shmi_DataIter_GetULong(it, &value.ul), bound = 4;
+        break;
+      case 6:
+        status = shmi_DataIter_GetFloat(it, &value.f), bound = 4;
+        break;
+      case 7:
+        status = shmi_DataIter_GetDouble(it, &value.d), bound = 8;
+        break;
+      case 8:
+        status = shmi_DataIter_GetChar(it, &value.c), bound = 2;
+        break;
+      case 9:
+        status = shmi_DataIter_GetDecimal(it, &value.dec), bound = 16;
+        break;
+      case 10:
+        status = shmi_DataIter_GetDateTime(it, &value.dt), bound = 11;
+        break;
+      case 11:
+        status = shmi_DataIter_GetBytes(it, value.raw, op % 64), bound = op % 64;
+        break;
       case 12:
         status = shmi_DataIter_GetString(it, (op & 0x80) ? context : nullptr, nullptr, &text);
         bound = length;
@@ -90,9 +114,15 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
           kostg_fee(context, nested);
         }
         break;
-      case 14: status = shmi_DataIter_MoveTo(it, op * 3u), bound = UINT32_MAX; break;
-      case 15: status = shmi_DataIter_Advance(it, op % 32), bound = op % 32; break;
-      case 16: status = shmi_DataIter_Reset(it), bound = UINT32_MAX; break;
+      case 14:
+        status = shmi_DataIter_MoveTo(it, op * 3u), bound = UINT32_MAX;
+        break;
+      case 15:
+        status = shmi_DataIter_Advance(it, op % 32), bound = op % 32;
+        break;
+      case 16:
+        status = shmi_DataIter_Reset(it), bound = UINT32_MAX;
+        break;
       default: {
         const uint8_t* p = shmi_DataIter_GetBlockPointer(it);
         uint32_t position = shmi_DataIter_GetCurrentPosition(it);

@@ -22,7 +22,8 @@ namespace dbi_fuzz {
 constexpr size_t kMaxUnits = 1023;
 
 // The bytes as UTF-16 units (pairs, little-endian), terminated.
-inline std::unique_ptr<KOCHAR[]> text_of(const uint8_t* data, size_t size, size_t* units = nullptr) {
+inline std::unique_ptr<KOCHAR[]> text_of(const uint8_t* data, size_t size,
+                                         size_t* units = nullptr) {
   size_t count = size / 2 < kMaxUnits ? size / 2 : kMaxUnits;
   std::unique_ptr<KOCHAR[]> text(new KOCHAR[count + 1]);
   for (size_t i = 0; i < count; ++i) text[i] = ko::load_le16(data + 2 * i);

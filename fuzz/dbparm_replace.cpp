@@ -9,7 +9,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   size_t units = 0;
   auto text = dbi_fuzz::text_of(data + 2, size - 2, &units);
   const size_t keyword_length = data[0] % 16 < units ? data[0] % 16 : units;
-  const size_t value_length = data[1] % 16 < units - keyword_length ? data[1] % 16 : units - keyword_length;
+  const size_t value_length =
+      data[1] % 16 < units - keyword_length ? data[1] % 16 : units - keyword_length;
   std::unique_ptr<KOCHAR[]> keyword(new KOCHAR[keyword_length + 1]);
   std::unique_ptr<KOCHAR[]> value(new KOCHAR[value_length + 1]);
   std::memcpy(keyword.get(), text.get(), keyword_length * sizeof(KOCHAR));
@@ -17,7 +18,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   std::memcpy(value.get(), text.get() + keyword_length, value_length * sizeof(KOCHAR));
   value[value_length] = 0;
   DbiContext* context = dbi_fuzz::bare_context(nullptr);
-  context->dbparm = kostg_strdup(context->storage, text.get() + keyword_length + value_length, nullptr);
+  context->dbparm =
+      kostg_strdup(context->storage, text.get() + keyword_length + value_length, nullptr);
   DBI_ReplaceDbParm(context, keyword.get(), value.get());
   kostg_fee(context->storage, context->dbparm);
   return 0;

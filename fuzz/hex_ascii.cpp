@@ -3,10 +3,10 @@
 // library must stay sound.
 #include <koshr/library.h>
 
+#include <unistd.h>
 #include <cstdint>
 #include <cstdlib>
 #include <string>
-#include <unistd.h>
 
 #include "platform/byte_order.h"
 

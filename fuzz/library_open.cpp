@@ -4,11 +4,11 @@
 // never a crash, a hang or a read outside the file.
 #include <koshr/library.h>
 
+#include <unistd.h>
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <string>
-#include <unistd.h>
 
 namespace {
 

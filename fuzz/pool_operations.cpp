@@ -45,9 +45,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
       Block& block = blocks[amount % blocks.size()];
       check(block);
       uint64_t new_size = 1 + data[at + 2] * 40ull;
-      auto* moved = static_cast<unsigned char*>(kostg_realc(context, block.data, new_size, nullptr));
+      auto* moved =
+          static_cast<unsigned char*>(kostg_realc(context, block.data, new_size, nullptr));
       if (!moved) std::abort();
-      if (new_size > block.size) std::memset(moved + block.size, block.stamp, new_size - block.size);
+      if (new_size > block.size)
+        std::memset(moved + block.size, block.stamp, new_size - block.size);
       block.data = moved;
       block.size = new_size;
     } else if (op == 2 && !blocks.empty()) {

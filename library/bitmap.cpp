@@ -25,7 +25,8 @@ void mark_first_blocks(uint8_t* block, uint32_t n) {
   if (n % 8) bits[whole] = uint8_t(0xFF00 >> (n % 8));
 }
 
-void BitmapChain::attach(const PoolRef& pool, os::FileHandle file, uint32_t base, uint8_t* first_block) {
+void BitmapChain::attach(const PoolRef& pool, os::FileHandle file, uint32_t base,
+                         uint8_t* first_block) {
   pool_ = pool;
   file_ = file;
   base_ = base;
@@ -61,12 +62,15 @@ int32_t BitmapChain::load() {
   while (next) {
     // The k-th block sits inside the file, on a block boundary, and the chain
     // cannot be longer than the file has ranges.
-    bool sane = next > base_ && (next - base_) % kBlockSize == 0 && int64_t(next) + kBlockSize <= size &&
+    bool sane = next > base_ && (next - base_) % kBlockSize == 0 &&
+                int64_t(next) + kBlockSize <= size &&
                 uint64_t(count_) * kBitmapRangeBytes < uint64_t(size) + kBitmapRangeBytes;
     if (!sane) return LMI_E_IO;
     if (count_ == capacity_ && !grow_blocks()) return LMI_E_IO;
     uint8_t* bytes = pool_.alloc_array<uint8_t>(kBlockSize);
-    if (!bytes || library_read_exact(file_, bytes, kBlockSize, next) != 0 || !has_magic(bytes, "FRE*")) return LMI_E_IO;
+    if (!bytes || library_read_exact(file_, bytes, kBlockSize, next) != 0 ||
+        !has_magic(bytes, "FRE*"))
+      return LMI_E_IO;
     blocks_[count_++] = {next, bytes, false, false};
     next = load_le32(bytes + kBitmapNext);
   }
@@ -189,7 +193,8 @@ uint64_t BitmapChain::used_end() const {
     const uint8_t* bits = blocks_[k].bytes + kBitmapBits;
     for (uint32_t i = kBitmapBitsBytes; i-- > 0;) {
       if (bits[i])
-        return uint64_t(to_offset(k * kBitsPerBitmap + i * 8 + 8 - __builtin_ctz(bits[i]))) + kBlockSize;
+        return uint64_t(to_offset(k * kBitsPerBitmap + i * 8 + 8 - __builtin_ctz(bits[i]))) +
+               kBlockSize;
     }
   }
   return base_;
@@ -198,7 +203,8 @@ uint64_t BitmapChain::used_end() const {
 void BitmapChain::count(uint32_t* covered, uint32_t* used, uint32_t* bitmaps) const {
   uint32_t in_use = 0;
   for (uint32_t k = 0; k < count_; ++k) {
-    for (uint32_t i = kBitmapBits; i < kBlockSize; ++i) in_use += uint32_t(__builtin_popcount(blocks_[k].bytes[i]));
+    for (uint32_t i = kBitmapBits; i < kBlockSize; ++i)
+      in_use += uint32_t(__builtin_popcount(blocks_[k].bytes[i]));
   }
   *covered = count_ * kBitsPerBitmap;
   *used = in_use;

@@ -25,8 +25,8 @@
 
 namespace ko {
 
-constexpr uint32_t kBitmapNext = 4;         // offset of the next bitmap block
-constexpr uint32_t kBitmapBits = 8;         // the bits
+constexpr uint32_t kBitmapNext = 4;  // offset of the next bitmap block
+constexpr uint32_t kBitmapBits = 8;  // the bits
 constexpr uint32_t kBitmapBitsBytes = kBlockSize - kBitmapBits;
 constexpr uint32_t kBitsPerBitmap = kBitmapBitsBytes * 8;
 static_assert(kBitsPerBitmap == 4032, "the bits of one bitmap block");

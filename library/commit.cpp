@@ -22,7 +22,8 @@ void release_block(void* context, uint32_t offset) {
 
 int32_t release_later(LmiLibrary* lib, uint32_t offset, uint32_t count) {
   ReleaseList& list = lib->releases;
-  if (list.size && list.offsets[list.size - 1] + kBlockSize * list.counts[list.size - 1] == offset) {
+  if (list.size &&
+      list.offsets[list.size - 1] + kBlockSize * list.counts[list.size - 1] == offset) {
     list.counts[list.size - 1] += count;
     return 0;
   }
@@ -71,6 +72,8 @@ int32_t commit_if_due(LmiLibrary* lib) {
   return commit(lib);
 }
 
-int32_t write_header(LmiLibrary* lib) { return library_write(lib->file, lib->header, kHeaderSize, lib->base); }
+int32_t write_header(LmiLibrary* lib) {
+  return library_write(lib->file, lib->header, kHeaderSize, lib->base);
+}
 
 }  // namespace ko

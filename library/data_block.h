@@ -22,7 +22,9 @@ constexpr uint32_t kDataUsed = 8;
 constexpr uint32_t kDataHeaderSize = 10;
 constexpr uint32_t kPayloadPerBlock = 502;
 
-inline uint32_t blocks_for_bytes(uint32_t bytes) { return (bytes + kPayloadPerBlock - 1) / kPayloadPerBlock; }
+inline uint32_t blocks_for_bytes(uint32_t bytes) {
+  return (bytes + kPayloadPerBlock - 1) / kPayloadPerBlock;
+}
 
 }  // namespace ko
 

@@ -39,7 +39,8 @@ void DataReader::begin(uint32_t first_block, uint32_t length) {
 }
 
 const uint8_t* DataReader::block_at(uint32_t offset, uint32_t blocks_wanted) {
-  if (offset < base_ || (offset - base_) % kBlockSize || int64_t(offset) + kBlockSize > file_size_) return nullptr;
+  if (offset < base_ || (offset - base_) % kBlockSize || int64_t(offset) + kBlockSize > file_size_)
+    return nullptr;
   if (run_blocks_ && offset >= run_first_ && (offset - run_first_) / kBlockSize < run_blocks_) {
     return run_ + (offset - run_first_);
   }
@@ -91,8 +92,8 @@ int32_t DataReader::read(void* out, uint32_t count) {
   return int32_t(copied);
 }
 
-int32_t DataReader::each_block(uint32_t first_block, uint32_t length, void (*visit)(void*, uint32_t),
-                               void* context) {
+int32_t DataReader::each_block(uint32_t first_block, uint32_t length,
+                               void (*visit)(void*, uint32_t), void* context) {
   run_blocks_ = 0;
   uint32_t next = first_block;
   uint32_t left = first_block ? length : 0;

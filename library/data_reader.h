@@ -34,7 +34,8 @@ class DataReader {
   int32_t skip(uint32_t count) { return read(nullptr, count); }
   // Visits the offset of every block of the stream (for releasing it).
   // 0, or LMI_E_IO when the chain is malformed before its length is reached.
-  int32_t each_block(uint32_t first_block, uint32_t length, void (*visit)(void*, uint32_t), void* context);
+  int32_t each_block(uint32_t first_block, uint32_t length, void (*visit)(void*, uint32_t),
+                     void* context);
   uint32_t remaining() const { return remaining_; }
 
  private:
@@ -49,9 +50,9 @@ class DataReader {
   uint32_t run_capacity_ = 0;  // blocks
   uint32_t run_first_ = 0;     // offset of run_[0]
   uint32_t run_blocks_ = 0;
-  uint32_t current_ = 0;       // offset of the block being read, 0 before the first
+  uint32_t current_ = 0;  // offset of the block being read, 0 before the first
   uint32_t next_ = 0;
-  uint32_t in_block_ = 0;      // bytes of the current block consumed
+  uint32_t in_block_ = 0;  // bytes of the current block consumed
   uint32_t block_used_ = 0;
   uint32_t remaining_ = 0;
 };

@@ -29,7 +29,8 @@ void DataWriter::begin_stream() {
   stream_bytes_ = 0;
 }
 
-int32_t DataWriter::assign_offsets(uint32_t from, uint32_t extra, BitmapChain& bitmap, uint32_t* continuation) {
+int32_t DataWriter::assign_offsets(uint32_t from, uint32_t extra, BitmapChain& bitmap,
+                                   uint32_t* continuation) {
   uint32_t missing = extra;
   for (uint32_t i = from; i < used_; ++i) missing += offsets_[i] == 0;
   if (!missing) return 0;
@@ -50,7 +51,8 @@ int32_t DataWriter::assign_offsets(uint32_t from, uint32_t extra, BitmapChain& b
 
 void DataWriter::link(uint32_t from, uint32_t last_next) {
   for (uint32_t i = from; i < used_; ++i) {
-    store_le32(blocks_ + size_t(i) * kBlockSize + kDataNext, i + 1 < used_ ? offsets_[i + 1] : last_next);
+    store_le32(blocks_ + size_t(i) * kBlockSize + kDataNext,
+               i + 1 < used_ ? offsets_[i + 1] : last_next);
   }
 }
 
@@ -118,7 +120,8 @@ int32_t DataWriter::flush_until(uint32_t end) {
   for (uint32_t i = 0; i < end;) {
     uint32_t j = i + 1;
     while (j < end && offsets_[j] == offsets_[j - 1] + kBlockSize) ++j;
-    int32_t rc = library_write(file_, blocks_ + size_t(i) * kBlockSize, size_t(j - i) * kBlockSize, offsets_[i]);
+    int32_t rc = library_write(file_, blocks_ + size_t(i) * kBlockSize, size_t(j - i) * kBlockSize,
+                               offsets_[i]);
     if (rc) return rc;
     i = j;
   }

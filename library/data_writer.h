@@ -37,7 +37,8 @@ class DataWriter {
   uint32_t stream_bytes() const { return stream_bytes_; }
 
  private:
-  int32_t assign_offsets(uint32_t from, uint32_t extra, BitmapChain& bitmap, uint32_t* continuation);
+  int32_t assign_offsets(uint32_t from, uint32_t extra, BitmapChain& bitmap,
+                         uint32_t* continuation);
   void link(uint32_t from, uint32_t last_next);
   int32_t flush_until(uint32_t end);
 
@@ -45,8 +46,8 @@ class DataWriter {
   uint8_t* blocks_ = nullptr;
   uint32_t* offsets_ = nullptr;  // 0 while a block has no place yet
   uint32_t slots_ = 0;
-  uint32_t used_ = 0;           // blocks in the buffer
-  uint32_t stream_first_ = 0;   // first slot of the open stream
+  uint32_t used_ = 0;          // blocks in the buffer
+  uint32_t stream_first_ = 0;  // first slot of the open stream
   uint32_t stream_first_block_ = 0;
   uint32_t stream_bytes_ = 0;
   bool stream_open_ = false;

@@ -70,7 +70,8 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
   bool lower_moves = both ? (x->offset / g.node_size) % 2 != 0 : left == 0;
   uint32_t quarters = !both ? 2 : lower_moves ? 3 : 1;
   uint32_t share = node_used(bytes, g) * quarters / 4, cut = 0, taken = 0;
-  while (cut < n - 1 && (taken < share || cut == 0)) taken += record_at(bytes, positions[cut++]).size;
+  while (cut < n - 1 && (taken < share || cut == 0))
+    taken += record_at(bytes, positions[cut++]).size;
   uint32_t at;
   int32_t rc = lib->bitmap.allocate_run(node_blocks(lib), &at);
   if (rc) return rc;
@@ -79,7 +80,8 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
   uint8_t keep[3072];
   std::memcpy(keep, x->bytes, g.node_size);
   uint32_t move_from = lower_moves ? 0 : cut, move_to = lower_moves ? cut : n;
-  for (uint32_t i = move_from; i < move_to; ++i) append_record_copy(y->bytes, g, keep + positions[i]);
+  for (uint32_t i = move_from; i < move_to; ++i)
+    append_record_copy(y->bytes, g, keep + positions[i]);
   NodeCache::drop_keys(x);
   NodeCache::drop_keys(y);
 
@@ -200,8 +202,8 @@ int32_t find_entry(LmiLibrary* lib, const KOCHAR* name, EntryRef* entry) {
   return 0;
 }
 
-int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, const SearchResult& searched,
-                         SearchResult* placed) {
+int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now,
+                         const SearchResult& searched, SearchResult* placed) {
   const NodeGeometry& g = lib->geometry;
   size_t units = u16len(name);
   uint32_t size = record_size_for(uint32_t(units));
@@ -250,7 +252,8 @@ int32_t directory_remove(LmiLibrary* lib, const SearchResult& found) {
     return 0;
   }
   CachedNode* parent = lib->path_depth >= 2 ? lib->path[lib->path_depth - 2] : nullptr;
-  if (x != root && (!parent || (link(parent, kNodeLeft) != x->offset && link(parent, kNodeRight) != x->offset)))
+  if (x != root &&
+      (!parent || (link(parent, kNodeLeft) != x->offset && link(parent, kNodeRight) != x->offset)))
     return LMI_E_IO;
   // The node empties and leaves the tree. Each step below is committed
   // before the next, so every name stays reachable at every moment.
@@ -285,7 +288,8 @@ int32_t directory_remove(LmiLibrary* lib, const SearchResult& found) {
     }
     gone = c;
   } else {
-    set_link(lib, parent, link(parent, kNodeLeft) == x->offset ? kNodeLeft : kNodeRight, replacement);
+    set_link(lib, parent, link(parent, kNodeLeft) == x->offset ? kNodeLeft : kNodeRight,
+             replacement);
     if ((rc = commit(lib)) != 0) return rc;
     if (replacement) {
       CachedNode* child = lib->nodes.get(replacement, &rc);

@@ -51,8 +51,8 @@ int32_t find_entry(LmiLibrary* lib, const KOCHAR* name, EntryRef* entry);
 // Adds a record with no data after a search for the name (`searched`, just
 // made) found it absent; the new record's node and offset come back in
 // *placed. 0, LMI_E_NAME (name too long) or a failure code.
-int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, const SearchResult& searched,
-                         SearchResult* placed);
+int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now,
+                         const SearchResult& searched, SearchResult* placed);
 // Removes a found record (after a directory_search that found it).
 int32_t directory_remove(LmiLibrary* lib, const SearchResult& found);
 // Visits every node, left subtree first, then the node, then the right subtree.

@@ -18,7 +18,9 @@ namespace {
 inline KOCHAR fold(KOCHAR c) { return c < 128 ? ascii_lower(c) : os::char_lower(c); }
 
 // Whether any of four UTF-16 units packed in a word is zero.
-inline bool has_zero_unit(uint64_t v) { return ((v - 0x0001000100010001ull) & ~v & 0x8000800080008000ull) != 0; }
+inline bool has_zero_unit(uint64_t v) {
+  return ((v - 0x0001000100010001ull) & ~v & 0x8000800080008000ull) != 0;
+}
 
 // One pass over both names: `a` ends at its terminator or after `a_units`,
 // `b` likewise, and a name that ends first sorts first. Runs of four equal

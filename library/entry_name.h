@@ -21,7 +21,8 @@ namespace ko {
 // A name an entry can have: given, not empty, at most LMI_MAX_NAME units.
 bool name_is_valid(const KOCHAR* name);
 void lower_name_in_place(KOCHAR* name);
-// Ordinal comparison of `a` (a terminated string) with `b` (`b_units` units, possibly unterminated).
+// Ordinal comparison of `a` (a terminated string) with `b` (`b_units` units, possibly
+// unterminated).
 int compare_name_exact(const KOCHAR* a, const KOCHAR* b, size_t b_units);
 int compare_name_nocase(const KOCHAR* a, const KOCHAR* b, size_t b_units);
 // The same between two stored names.

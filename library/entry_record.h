@@ -20,7 +20,9 @@ struct EntryRef {
   uint32_t length() const { return load_le32(bytes() + kRecordLength); }
   uint32_t time() const { return load_le32(bytes() + kRecordTime); }
   uint16_t comment_length() const { return load_le16(bytes() + kRecordCommentLength); }
-  const KOCHAR* name() const { return reinterpret_cast<const KOCHAR*>(bytes() + kRecordHeaderSize); }
+  const KOCHAR* name() const {
+    return reinterpret_cast<const KOCHAR*>(bytes() + kRecordHeaderSize);
+  }
   uint32_t name_units() const { return load_le16(bytes() + kRecordNameLength) / 2; }
   // The object's size: the data less the comment (never below 0).
   uint32_t object_size() const {

@@ -24,7 +24,8 @@ struct FileStart {
 };
 
 // Reads like library_read, taking what `start` covers from there.
-int64_t read_at(os::FileHandle file, const FileStart& start, uint8_t* out, size_t size, uint64_t offset) {
+int64_t read_at(os::FileHandle file, const FileStart& start, uint8_t* out, size_t size,
+                uint64_t offset) {
   if (offset + size <= start.size) {
     std::memcpy(out, start.bytes + offset, size);
     return int64_t(size);
@@ -52,7 +53,8 @@ uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t f
   uint16_t magic = optional_size >= 2 ? load_le16(optional) : 0;
   uint32_t count_at = magic == 0x20B ? 108 : 92;
   uint32_t dirs_at = magic == 0x20B ? 112 : 96;
-  if ((magic != 0x10B && magic != 0x20B) || optional_size < dirs_at + 8 * (kSecurityDirectory + 1)) return 0;
+  if ((magic != 0x10B && magic != 0x20B) || optional_size < dirs_at + 8 * (kSecurityDirectory + 1))
+    return 0;
   if (load_le32(optional + count_at) <= kSecurityDirectory) return 0;
   *entry = uint64_t(pe) + 24 + dirs_at + 8 * kSecurityDirectory;
   return load_le32(optional + dirs_at + 8 * kSecurityDirectory + 4);
@@ -78,7 +80,8 @@ LibraryPlace locate_library(os::FileHandle file, const uint8_t* start, size_t st
   place.certificates = certificates;
   int64_t at = size - kBlockSize - int64_t(certificates);
   uint8_t trailer[8];
-  if (at >= 0 && read_at(file, first, trailer, 8, uint64_t(at)) == 8 && has_magic(trailer, "TRL*")) {
+  if (at >= 0 && read_at(file, first, trailer, 8, uint64_t(at)) == 8 &&
+      has_magic(trailer, "TRL*")) {
     place.has_trailer = true;
     place.trailer_offset = uint32_t(at);
     place.base = load_le32(trailer + 4);
@@ -107,7 +110,8 @@ int32_t drop_certificate_table(os::FileHandle file, const LibraryPlace& place,
   build_trailer(trailer, place.base);
   static const uint8_t kNone[8] = {};
   int32_t rc = library_write(file, trailer, kBlockSize, table);
-  if (rc == 0) rc = library_write(file, trailer, kBlockSize, table + place.certificates - kBlockSize);
+  if (rc == 0)
+    rc = library_write(file, trailer, kBlockSize, table + place.certificates - kBlockSize);
   if (rc == 0) rc = library_write(file, kNone, sizeof kNone, place.certificate_entry);
   if (rc == 0 && !os::file_truncate(file, table + kBlockSize)) rc = LMI_E_IO;
   if (rc == 0) *trailer_at = uint32_t(table);

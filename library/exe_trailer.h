@@ -24,7 +24,7 @@ namespace ko {
 
 struct LibraryPlace {
   uint32_t base = 0;
-  bool executable = false;     // the file starts with "MZ"
+  bool executable = false;  // the file starts with "MZ"
   bool has_trailer = false;
   uint32_t trailer_offset = 0;  // where the trailer block starts
   int64_t file_size = 0;
@@ -34,7 +34,8 @@ struct LibraryPlace {
 
 // `start` may hold the file's first `start_size` bytes, already read: what
 // they cover is not read again.
-LibraryPlace locate_library(os::FileHandle file, const uint8_t* start = nullptr, size_t start_size = 0);
+LibraryPlace locate_library(os::FileHandle file, const uint8_t* start = nullptr,
+                            size_t start_size = 0);
 // The base used for an executable without a trailer (0 unless set).
 uint32_t default_base_offset();
 void build_trailer(uint8_t* block, uint32_t base);

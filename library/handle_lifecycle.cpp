@@ -105,7 +105,8 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
     destroy(lib);
     return nullptr;
   }
-  lib->file = os::file_open(resolved, mode == LMI_MODE_READ ? os::kFileRead : os::kFileRead | os::kFileWrite);
+  lib->file = os::file_open(resolved,
+                            mode == LMI_MODE_READ ? os::kFileRead : os::kFileRead | os::kFileWrite);
   if (lib->file == os::kInvalidFile) {
     destroy(lib);
     return nullptr;
@@ -147,13 +148,15 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
     return nullptr;
   }
   lib->bitmap.attach(pool, lib->file, lib->base, lib->header + kFirstBitmapOffset);
-  if (lib->in_host && mode != LMI_MODE_READ) lib->bitmap.guard_growth(&move_trailer, lib, lib->trailer_at);
+  if (lib->in_host && mode != LMI_MODE_READ)
+    lib->bitmap.guard_growth(&move_trailer, lib, lib->trailer_at);
   lib->nodes.attach(pool, lib->file, lib->base, lib->geometry, lib->header + kRootOffset);
   lib->names.attach(pool);
   // A read-only handle never writes: it gets no write buffer.
-  bool ready = lib->nodes.root() && lib->reader.attach(pool, lib->file, lib->base) &&
-               (mode == LMI_MODE_READ ||
-                lib->writer.attach(pool, lib->file, buffer_size ? buffer_size : kDefaultWriteBuffer));
+  bool ready =
+      lib->nodes.root() && lib->reader.attach(pool, lib->file, lib->base) &&
+      (mode == LMI_MODE_READ ||
+       lib->writer.attach(pool, lib->file, buffer_size ? buffer_size : kDefaultWriteBuffer));
   if (!ready) {
     destroy(lib);
     return nullptr;

@@ -8,8 +8,8 @@
 #include "platform/byte_order.h"
 #include "platform/utf16.h"
 
-#include <ctime>
 #include <cstring>
+#include <ctime>
 
 namespace ko {
 
@@ -30,7 +30,8 @@ bool header_names_product(const uint8_t* header) {
 void build_new_header(uint8_t* buffer, uint16_t type, const KOCHAR* comment, uint32_t now) {
   std::memset(buffer, 0, kHeaderSize);
   put_magic(buffer, "HDR*");
-  for (size_t i = 0; kProductName[i]; ++i) store_le16(buffer + kHeaderProduct + 2 * i, kProductName[i]);
+  for (size_t i = 0; kProductName[i]; ++i)
+    store_le16(buffer + kHeaderProduct + 2 * i, kProductName[i]);
   for (size_t i = 0; i < 4; ++i) store_le16(buffer + kHeaderVersion + 2 * i, kFormatVersion[i]);
   store_le16(buffer + kHeaderType, type);
   // The time stamp goes in as 64 bits, which zeroes the type again: new

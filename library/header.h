@@ -44,9 +44,9 @@ constexpr const KOCHAR kFormatVersion[] = u"0600";
 
 // Node geometry follows the format version's first two digits.
 struct NodeGeometry {
-  uint32_t node_size;     // 3072 or 1024
-  uint32_t capacity;      // entry area: 3040 or 992
-  uint32_t first_free;    // first offset after the root, from the base: 4608 or 2560
+  uint32_t node_size;   // 3072 or 1024
+  uint32_t capacity;    // entry area: 3040 or 992
+  uint32_t first_free;  // first offset after the root, from the base: 4608 or 2560
 };
 NodeGeometry geometry_for_version(const uint8_t* version_field);
 

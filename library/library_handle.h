@@ -42,15 +42,15 @@ enum class EntryState { kNone = 0, kRead = 1, kWrite = 3 };
 struct OpenEntry {
   EntryState state = EntryState::kNone;
   CachedNode* node = nullptr;
-  uint32_t record = 0;          // offset of the record in the node
+  uint32_t record = 0;  // offset of the record in the node
   // Writing: how to undo the open if the entry cannot be completed.
   bool is_new = false;
-  uint8_t saved_header[32];     // the node's header before the record was appended
+  uint8_t saved_header[32];  // the node's header before the record was appended
   uint64_t saved_seq = 0;
   bool saved_appended_only = true;
-  uint8_t saved_record[28];     // the record's fixed part before the rewrite
+  uint8_t saved_record[28];  // the record's fixed part before the rewrite
   uint32_t old_start = 0, old_length = 0;
-  int32_t failure = 0;          // first failure while writing
+  int32_t failure = 0;  // first failure while writing
 };
 
 }  // namespace ko
@@ -60,7 +60,7 @@ struct LmiLibrary {
   ko::os::FileHandle file = ko::os::kInvalidFile;
   uint32_t base = 0;
   int mode = 0;
-  bool in_host = false;  // found through a trailer (an executable or any other host file)
+  bool in_host = false;     // found through a trailer (an executable or any other host file)
   uint32_t trailer_at = 0;  // where the trailer of a library in a host file is now
   alignas(8) uint8_t header[ko::kHeaderBufferSize];  // in the handle's own block
   ko::NodeGeometry geometry{};

@@ -60,7 +60,8 @@ int32_t open_for_writing(LmiLibrary* lib, const KOCHAR* name, const KOCHAR* comm
   if (rc == 0 && searched.landing != Landing::kFound) rc = LMI_E_NOT_FOUND;
   if (rc == 0) {
     e = {searched.node, searched.record};
-    if (e.comment_length() && (rc = read_comment(lib, e, LMI_MAX_LIB_COMMENT, lib->comment)) != 0) return rc;
+    if (e.comment_length() && (rc = read_comment(lib, e, LMI_MAX_LIB_COMMENT, lib->comment)) != 0)
+      return rc;
     // The old chain stays until the new one is in place (CloseEntry).
     std::memcpy(open.saved_record, e.bytes(), sizeof open.saved_record);
     open.old_start = e.start();
@@ -82,7 +83,8 @@ int32_t open_for_writing(LmiLibrary* lib, const KOCHAR* name, const KOCHAR* comm
   open.record = e.pos;
   lib->writer.begin_stream();
   uint32_t units = uint32_t(u16len(lib->comment));
-  open.failure = lib->writer.write(reinterpret_cast<const uint8_t*>(lib->comment), 2 * units, lib->bitmap);
+  open.failure =
+      lib->writer.write(reinterpret_cast<const uint8_t*>(lib->comment), 2 * units, lib->bitmap);
   store_le16(e.bytes() + kRecordCommentLength, uint16_t(open.failure ? 0 : units));
   return 0;
 }
@@ -146,7 +148,8 @@ KOSHR_API int32_t LMI_WriteEntry(LMI_HANDLE library, const void* buffer, uint32_
   if (open.state != EntryState::kWrite) return LMI_E_NOT_OPEN;
   if (!buffer && count) return LMI_E_NO_RESULT;
   if (open.failure) return open.failure;
-  if (count > 0x7FFFFFFF || uint64_t(library->writer.stream_bytes()) + count > 0xFFFFFFFFu) return LMI_E_DISK_FULL;
+  if (count > 0x7FFFFFFF || uint64_t(library->writer.stream_bytes()) + count > 0xFFFFFFFFu)
+    return LMI_E_DISK_FULL;
   open.failure = library->writer.write(static_cast<const uint8_t*>(buffer), count, library->bitmap);
   return open.failure ? open.failure : int32_t(count);
 }

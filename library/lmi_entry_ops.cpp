@@ -109,7 +109,8 @@ KOSHR_API int32_t LMI_CopyEntry(LMI_HANDLE from, KOCHAR* name, LMI_HANDLE to, KO
   return rc;
 }
 
-KOSHR_API int32_t LMI_CopyEntrySequential(LMI_HANDLE from, LMI_HANDLE to, KOCHAR** names, uint32_t count) {
+KOSHR_API int32_t LMI_CopyEntrySequential(LMI_HANDLE from, LMI_HANDLE to, KOCHAR** names,
+                                          uint32_t count) {
   if (!from || !to) return LMI_E_NO_HANDLE;
   if (names) {
     for (uint32_t i = 0; i < count; ++i) {

@@ -33,7 +33,8 @@ bool copy_file(const KOCHAR* from, os::FileHandle to) {
   uint8_t buffer[kCopyChunk];
   uint64_t at = 0;
   bool ok = true;
-  for (int64_t got; ok && (got = os::file_read_at(in, buffer, kCopyChunk, at)) != 0; at += uint64_t(got)) {
+  for (int64_t got; ok && (got = os::file_read_at(in, buffer, kCopyChunk, at)) != 0;
+       at += uint64_t(got)) {
     ok = got > 0 && library_write(to, buffer, size_t(got), at) == 0;
   }
   os::file_close(in);
@@ -50,7 +51,8 @@ const KOCHAR* file_name_of(const KOCHAR* path) {
 
 }  // namespace
 
-KOSHR_API int32_t LMI_CreateExecutable(KostgContext* pool, const KOCHAR* exePath, const KOCHAR* stubPath) {
+KOSHR_API int32_t LMI_CreateExecutable(KostgContext* pool, const KOCHAR* exePath,
+                                       const KOCHAR* stubPath) {
   if (!pool) return LMI_E_NO_POOL;
   if (!exePath) return LMI_E_NAME;
   if (os::file_exists(exePath)) return LMI_E_EXISTS;
@@ -65,7 +67,8 @@ KOSHR_API int32_t LMI_CreateExecutable(KostgContext* pool, const KOCHAR* exePath
   return LMI_OK;
 }
 
-KOSHR_API LMI_HANDLE LMI_AppendExecutable(KostgContext* pool, const KOCHAR* exePath, const KOCHAR* comment) {
+KOSHR_API LMI_HANDLE LMI_AppendExecutable(KostgContext* pool, const KOCHAR* exePath,
+                                          const KOCHAR* comment) {
   if (!pool || !exePath) return nullptr;
   os::FileHandle file = os::file_open(exePath, os::kFileRead | os::kFileWrite);
   if (file == os::kInvalidFile) return nullptr;
@@ -103,7 +106,8 @@ KOSHR_API int32_t LMI_CloseExecutable(LMI_HANDLE library) {
   return close_handle(library);
 }
 
-KOSHR_API int32_t LMI_CopyResourceFiles(LMI_HANDLE library, const KOCHAR* const* files, uint32_t count) {
+KOSHR_API int32_t LMI_CopyResourceFiles(LMI_HANDLE library, const KOCHAR* const* files,
+                                        uint32_t count) {
   if (!library) return LMI_E_NO_HANDLE;
   if (!files && count) return LMI_E_NAME;
   uint8_t* buffer = static_cast<uint8_t*>(library->pool.alloc(kCopyChunk));
@@ -120,7 +124,8 @@ KOSHR_API int32_t LMI_CopyResourceFiles(LMI_HANDLE library, const KOCHAR* const*
     rc = LMI_OpenEntry(library, name, LMI_ENTRY_WRITE, nullptr);
     if (rc == 0) {
       uint64_t at = 0;
-      for (int64_t got; rc >= 0 && (got = os::file_read_at(in, buffer, kCopyChunk, at)) != 0; at += uint64_t(got))
+      for (int64_t got; rc >= 0 && (got = os::file_read_at(in, buffer, kCopyChunk, at)) != 0;
+           at += uint64_t(got))
         rc = got < 0 ? LMI_E_IO : LMI_WriteEntry(library, buffer, uint32_t(got));
       int32_t closed = LMI_CloseEntry(library);
       rc = rc < 0 ? rc : closed;

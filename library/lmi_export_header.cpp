@@ -24,18 +24,20 @@ void trim_in_place(KOCHAR* text) {
 
 }  // namespace
 
-KOSHR_API int32_t LMI_Build_Export_Header(KostgContext* pool, LMI_ENTRY_INFO_EX* info, KOCHAR* buffer,
-                                          uint32_t* length) {
+KOSHR_API int32_t LMI_Build_Export_Header(KostgContext* pool, LMI_ENTRY_INFO_EX* info,
+                                          KOCHAR* buffer, uint32_t* length) {
   if (!pool) return LMI_E_NO_POOL;
   if (!info || !buffer || !length) return LMI_E_NO_RESULT;
   info->name[LMI_MAX_NAME] = 0;
   info->comment[LMI_MAX_COMMENT] = 0;
   trim_in_place(info->comment);
-  size_t used = ko::u16_format(buffer, LMI_EXPORT_HEADER_MAX, "%s%s\r\n", u"$KOExportHeader$", info->name);
+  size_t used =
+      ko::u16_format(buffer, LMI_EXPORT_HEADER_MAX, "%s%s\r\n", u"$KOExportHeader$", info->name);
   if (info->comment[0]) {
     KOCHAR* escaped = LMI_EncryptSpecialChars(pool, info->comment);
     if (!escaped) return LMI_E_DISK_FULL;
-    used += ko::u16_format(buffer + used, LMI_EXPORT_HEADER_MAX - used, "%s%s\r\n", u"$KOExportComments$", escaped);
+    used += ko::u16_format(buffer + used, LMI_EXPORT_HEADER_MAX - used, "%s%s\r\n",
+                           u"$KOExportComments$", escaped);
     kostg_fee(pool, escaped);
   }
   *length = uint32_t(used);

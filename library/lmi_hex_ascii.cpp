@@ -32,11 +32,12 @@
 namespace {
 
 constexpr uint32_t kChunk = 1996;
-constexpr uint32_t kLineUnits = 3996;       // a data line with its CR LF
-constexpr uint32_t kLineDigits = 3994;      // kind, checksum and hex digits
+constexpr uint32_t kLineUnits = 3996;   // a data line with its CR LF
+constexpr uint32_t kLineDigits = 3994;  // kind, checksum and hex digits
 constexpr uint32_t kMaxLine = 4000;
 const KOCHAR kStartMarker[] = u"Start of Korvane Binary Data Section : Do NOT Edit";
-const KOCHAR kEndMarker[] = u"End of Korvane Binary Data Section : No Source Expected After This Point";
+const KOCHAR kEndMarker[] =
+    u"End of Korvane Binary Data Section : No Source Expected After This Point";
 
 KOCHAR checksum_digit(uint32_t sum) { return KOCHAR(ko::kHexDigitsUpper[sum & 15]); }
 
@@ -110,7 +111,8 @@ uint32_t decode_piece(const KOCHAR* piece, size_t length, uint8_t* out) {
 const KOCHAR* find_marker(const KOCHAR* text, size_t length) {
   size_t marker = ko::u16len(kStartMarker);
   for (size_t i = 0; i + marker <= length; ++i) {
-    if (text[i] == kStartMarker[0] && std::memcmp(text + i, kStartMarker, 2 * marker) == 0) return text + i + marker;
+    if (text[i] == kStartMarker[0] && std::memcmp(text + i, kStartMarker, 2 * marker) == 0)
+      return text + i + marker;
   }
   return nullptr;
 }
@@ -174,7 +176,8 @@ KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, Kost
   return rc;
 }
 
-KOSHR_API int32_t LMI_EntryFromHexAscii(LMI_HANDLE library, KOCHAR* name, const KOCHAR* text, uint32_t length) {
+KOSHR_API int32_t LMI_EntryFromHexAscii(LMI_HANDLE library, KOCHAR* name, const KOCHAR* text,
+                                        uint32_t length) {
   if (!library) return LMI_E_NO_HANDLE;
   const KOCHAR* at = text ? find_marker(text, length) : nullptr;
   if (!at) return LMI_E_FORMAT;

@@ -92,11 +92,13 @@ KOSHR_API int32_t LMI_CreateLibrary(KostgContext* pool, KOCHAR* path, const KOCH
   }
   KOCHAR text[LMI_MAX_LIB_COMMENT + 1];
   if (version_prefixed(full, type)) {
-    u16_format(text, LMI_MAX_LIB_COMMENT + 1, "%hs%s", KOSHR_VERSION_STRING, comment ? comment : u"");
+    u16_format(text, LMI_MAX_LIB_COMMENT + 1, "%hs%s", KOSHR_VERSION_STRING,
+               comment ? comment : u"");
   } else {
     u16lcpy(text, comment ? comment : u"", LMI_MAX_LIB_COMMENT + 1);
   }
-  os::FileHandle file = os::file_open(full, os::kFileRead | os::kFileWrite | os::kFileCreate | os::kFileTruncate);
+  os::FileHandle file =
+      os::file_open(full, os::kFileRead | os::kFileWrite | os::kFileCreate | os::kFileTruncate);
   if (file == os::kInvalidFile) return LMI_E_CREATE_FAILED;
   uint8_t head[kRootOffset];
   build_new_header(head, uint16_t(type), text, seconds_since_1970());
@@ -112,7 +114,8 @@ KOSHR_API int32_t LMI_CreateLibrary(KostgContext* pool, KOCHAR* path, const KOCH
   return LMI_OK;
 }
 
-KOSHR_API LMI_HANDLE LMI_OpenLibrary(KostgContext* pool, const KOCHAR* path, int mode, uint32_t bufferSize) {
+KOSHR_API LMI_HANDLE LMI_OpenLibrary(KostgContext* pool, const KOCHAR* path, int mode,
+                                     uint32_t bufferSize) {
   return open_handle(pool, path, mode, bufferSize);
 }
 
@@ -154,7 +157,8 @@ KOSHR_API int32_t LMI_ModifyLibrary(LMI_HANDLE library, LMI_LIBRARY_INFO* info) 
   // The clearing deliberately runs 1024 bytes, over the source-control link
   // and length and into the in-memory bitmap block; only the header is written.
   std::memset(library->header + kHeaderComment, 0, 1024);
-  for (size_t i = 0; comment[i]; ++i) store_le16(library->header + kHeaderComment + 2 * i, comment[i]);
+  for (size_t i = 0; comment[i]; ++i)
+    store_le16(library->header + kHeaderComment + 2 * i, comment[i]);
   return write_header(library);
 }
 
@@ -202,7 +206,8 @@ KOSHR_API int32_t LMI_LibrarySpace(LMI_HANDLE library, LMI_SPACE_INFO* info) {
   uint32_t covered, used, bitmaps;
   library->bitmap.count(&covered, &used, &bitmaps);
   int64_t size = os::file_size(library->file);
-  uint32_t in_file = size > library->base ? uint32_t((size - library->base + kBlockSize - 1) / kBlockSize) : 0;
+  uint32_t in_file =
+      size > library->base ? uint32_t((size - library->base + kBlockSize - 1) / kBlockSize) : 0;
   info->blocksTotal = in_file > used ? in_file : used;
   info->blocksUsed = used;
   info->blocksFree = info->blocksTotal - used;

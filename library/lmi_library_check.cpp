@@ -45,8 +45,8 @@ struct Checker {
   int32_t findings = 0;
   const uint8_t* file = nullptr;  // the library, from its base
   uint32_t base = 0;
-  uint32_t blocks = 0;            // whole blocks in the file from the base
-  uint8_t* claimed = nullptr;     // one byte a block: 1 when a structure owns it
+  uint32_t blocks = 0;         // whole blocks in the file from the base
+  uint8_t* claimed = nullptr;  // one byte a block: 1 when a structure owns it
   NodeGeometry g{};
 
   void finding(int severity, const char* format, ...) {
@@ -61,7 +61,8 @@ struct Checker {
 
   // Whether `count` blocks at an absolute offset lie in the file, on block boundaries.
   bool inside(uint32_t offset, uint32_t count) const {
-    return offset >= base && (offset - base) % kBlockSize == 0 && (offset - base) / kBlockSize + uint64_t(count) <= blocks;
+    return offset >= base && (offset - base) % kBlockSize == 0 &&
+           (offset - base) / kBlockSize + uint64_t(count) <= blocks;
   }
   const uint8_t* at(uint32_t offset) const { return file + (offset - base); }
 
@@ -83,14 +84,16 @@ struct Checker {
   }
 };
 
-void check_chain(Checker& c, uint32_t first, uint32_t length, const char* what, const KOCHAR* name) {
+void check_chain(Checker& c, uint32_t first, uint32_t length, const char* what,
+                 const KOCHAR* name) {
   char label[128];
   std::snprintf(label, sizeof label, "%s", what);
   if (name) {
     size_t n = std::strlen(label);
     std::snprintf(label + n, sizeof label - n, " '");
     n = std::strlen(label);
-    for (size_t i = 0; name[i] && n + 2 < sizeof label; ++i) label[n++] = name[i] < 128 ? char(name[i]) : '?';
+    for (size_t i = 0; name[i] && n + 2 < sizeof label; ++i)
+      label[n++] = name[i] < 128 ? char(name[i]) : '?';
     label[n++] = '\'';
     label[n] = 0;
   }
@@ -110,13 +113,17 @@ void check_chain(Checker& c, uint32_t first, uint32_t length, const char* what, 
     seen += used;
     next = load_le32(block + kDataNext);
     if (next && used != kPayloadPerBlock)
-      c.finding(LMI_CHECK_DAMAGE, "%s: partly filled block at 0x%08x inside the chain", label, next);
+      c.finding(LMI_CHECK_DAMAGE, "%s: partly filled block at 0x%08x inside the chain", label,
+                next);
     if (seen > length) break;
   }
-  if (seen != length) c.finding(LMI_CHECK_DAMAGE, "%s: the chain holds %u bytes, the record says %u", label, seen, length);
+  if (seen != length)
+    c.finding(LMI_CHECK_DAMAGE, "%s: the chain holds %u bytes, the record says %u", label, seen,
+              length);
 }
 
-void check_node_records(Checker& c, uint32_t offset, const uint8_t* node, const Bound& above, const Bound& below) {
+void check_node_records(Checker& c, uint32_t offset, const uint8_t* node, const Bound& above,
+                        const Bound& below) {
   if (!load_le16(node + kNodeLowest)) return;
   uint32_t pos = 0;
   Record r;
@@ -124,12 +131,15 @@ void check_node_records(Checker& c, uint32_t offset, const uint8_t* node, const 
   Record highest = record_at(node, record_of_name(load_le16(node + kNodeHighest)));
   while (next_record(node, c.g, &pos, &r)) {
     if (below.name && compare_names_exact(r.name, r.name_units, below.name, below.units) >= 0)
-      c.finding(LMI_CHECK_DAMAGE, "node at 0x%08x: a name does not sort below its ancestor's lowest", offset);
+      c.finding(LMI_CHECK_DAMAGE,
+                "node at 0x%08x: a name does not sort below its ancestor's lowest", offset);
     if (above.name && compare_names_nocase(r.name, r.name_units, above.name, above.units) <= 0)
-      c.finding(LMI_CHECK_DAMAGE, "node at 0x%08x: a name does not sort above its ancestor's highest", offset);
+      c.finding(LMI_CHECK_DAMAGE,
+                "node at 0x%08x: a name does not sort above its ancestor's highest", offset);
     if (compare_names_exact(r.name, r.name_units, lowest.name, lowest.name_units) < 0 ||
         compare_names_nocase(r.name, r.name_units, highest.name, highest.name_units) > 0)
-      c.finding(LMI_CHECK_DAMAGE, "node at 0x%08x: a name lies outside the node's lowest..highest", offset);
+      c.finding(LMI_CHECK_DAMAGE, "node at 0x%08x: a name lies outside the node's lowest..highest",
+                offset);
     const uint8_t* rec = node + pos;
     uint32_t length = load_le32(rec + kRecordLength);
     if (2u * load_le16(rec + kRecordCommentLength) > length)
@@ -161,8 +171,12 @@ void check_tree(Checker& c) {
     check_node_records(c, p.offset, node, p.above, p.below);
     uint32_t lowest = load_le16(node + kNodeLowest), highest = load_le16(node + kNodeHighest);
     Bound low, high;
-    if (lowest) low = {record_at(node, record_of_name(lowest)).name, record_at(node, record_of_name(lowest)).name_units};
-    if (highest) high = {record_at(node, record_of_name(highest)).name, record_at(node, record_of_name(highest)).name_units};
+    if (lowest)
+      low = {record_at(node, record_of_name(lowest)).name,
+             record_at(node, record_of_name(lowest)).name_units};
+    if (highest)
+      high = {record_at(node, record_of_name(highest)).name,
+              record_at(node, record_of_name(highest)).name_units};
     if (!lowest && (load_le32(node + kNodeLeft) || load_le32(node + kNodeRight)))
       c.finding(LMI_CHECK_DAMAGE, "node at 0x%08x is empty but has children", p.offset);
     if (depth + 2 > capacity) {
@@ -215,28 +229,33 @@ void compare_marks(Checker& c, const uint8_t* marked, uint32_t covered) {
       i = j;
       continue;
     }
-    while (j < end && (j < covered && marked[j]) == is_marked && (j < c.blocks && c.claimed[j]) == is_claimed) ++j;
+    while (j < end && (j < covered && marked[j]) == is_marked &&
+           (j < c.blocks && c.claimed[j]) == is_claimed)
+      ++j;
     if (is_claimed)
       c.finding(LMI_CHECK_DAMAGE, "blocks %u-%u are in use but marked free", i + 1, j);
     else
-      c.finding(LMI_CHECK_LEAKED, "blocks %u-%u are marked used but nothing references them", i + 1, j);
+      c.finding(LMI_CHECK_LEAKED, "blocks %u-%u are marked used but nothing references them", i + 1,
+                j);
     i = j;
   }
 }
 
 void check_scc(Checker& c, const uint8_t* header) {
-  uint32_t first = load_le32(header + kHeaderSccStart), length = load_le32(header + kHeaderSccLength);
+  uint32_t first = load_le32(header + kHeaderSccStart),
+           length = load_le32(header + kHeaderSccLength);
   if (!first) return;
   // A chain without its magic counts as absent, as the library reads it.
-  if (!c.inside(first, 1) || !has_magic(c.at(first), "DAT*") || load_le16(c.at(first) + kDataUsed) < 4 ||
-      !has_magic(c.at(first) + kDataHeaderSize, "SCC*"))
+  if (!c.inside(first, 1) || !has_magic(c.at(first), "DAT*") ||
+      load_le16(c.at(first) + kDataUsed) < 4 || !has_magic(c.at(first) + kDataHeaderSize, "SCC*"))
     return;
   check_chain(c, first, length, "source-control data", nullptr);
 }
 
 }  // namespace
 
-KOSHR_API int32_t LMI_CheckLibrary(KostgContext* pool, const KOCHAR* path, LMI_CHECK_REPORT report, void* context) {
+KOSHR_API int32_t LMI_CheckLibrary(KostgContext* pool, const KOCHAR* path, LMI_CHECK_REPORT report,
+                                   void* context) {
   if (!path || !library_path_fits(path)) return LMI_E_NAME;
   if (!pool) return LMI_E_NO_POOL;
   os::FileHandle file = os::file_open(path, os::kFileRead);

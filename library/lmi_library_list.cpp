@@ -69,7 +69,8 @@ int32_t search_libraries(const LibraryList& list, const KOCHAR* name) {
 
 }  // namespace
 
-KOSHR_API int32_t LMI_SynchronizeLibraryList(KostgContext* pool, const KOCHAR* const* paths, uint32_t count) {
+KOSHR_API int32_t LMI_SynchronizeLibraryList(KostgContext* pool, const KOCHAR* const* paths,
+                                             uint32_t count) {
   if (!pool) return LMI_E_NO_POOL;
   if (!paths && count) return LMI_E_NAME;
   ProcessLock lock;
@@ -79,7 +80,10 @@ KOSHR_API int32_t LMI_SynchronizeLibraryList(KostgContext* pool, const KOCHAR* c
   list.pool = kostg_new_pool(list.context);
   list.count = 0;
   list.cache = list.pool ? shhash_new(251, &located_name, 1, 0, list.context, list.pool) : nullptr;
-  list.paths = list.pool ? static_cast<KOCHAR**>(kostg_alc(list.context, sizeof(KOCHAR*) * (count + 1), list.pool)) : nullptr;
+  list.paths =
+      list.pool
+          ? static_cast<KOCHAR**>(kostg_alc(list.context, sizeof(KOCHAR*) * (count + 1), list.pool))
+          : nullptr;
   if (!list.cache || !list.paths) return LMI_E_DISK_FULL;
   for (uint32_t i = 0; i < count; ++i) {
     if (!paths[i]) return LMI_E_NAME;

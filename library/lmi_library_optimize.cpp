@@ -101,9 +101,11 @@ class Layout {
       void* grown = pool_.grow(marks_, size_t(ranges) * kBitmapBitsBytes);
       if (!grown) return false;
       marks_ = static_cast<uint8_t*>(grown);
-      std::memset(marks_ + size_t(ranges_) * kBitmapBitsBytes, 0, size_t(ranges - ranges_) * kBitmapBitsBytes);
+      std::memset(marks_ + size_t(ranges_) * kBitmapBitsBytes, 0,
+                  size_t(ranges - ranges_) * kBitmapBitsBytes);
       // A range in use has its bitmap block, in its first block.
-      for (uint32_t r = ranges_; r < ranges; ++r) marks_[size_t(r) * kBitmapBitsBytes] = r ? 0x80 : 0;
+      for (uint32_t r = ranges_; r < ranges; ++r)
+        marks_[size_t(r) * kBitmapBitsBytes] = r ? 0x80 : 0;
       ranges_ = ranges;
     }
     marks_[size_t(k) * kBitmapBitsBytes + i / 8] |= uint8_t(0x80 >> (i % 8));
@@ -169,7 +171,8 @@ struct Optimizer {
     if (rc == 0 && lib->in_host) {
       uint8_t trailer[kBlockSize];
       build_trailer(trailer, lib->base);
-      rc = library_write(out, trailer, kBlockSize, uint64_t(layout.offset(layout.last_block())) + kBlockSize);
+      rc = library_write(out, trailer, kBlockSize,
+                         uint64_t(layout.offset(layout.last_block())) + kBlockSize);
     }
     return rc;
   }
@@ -296,7 +299,8 @@ struct Optimizer {
       ++in_batch;
       // A batch goes out when full, at the end, or where the run steps over a bitmap block.
       if (in_batch == kBatchBlocks || i + 1 == blocks || next != b + 1) {
-        int32_t rc = library_write(out, batch, size_t(in_batch) * kBlockSize, layout.offset(batch_first));
+        int32_t rc =
+            library_write(out, batch, size_t(in_batch) * kBlockSize, layout.offset(batch_first));
         if (rc) return rc;
         in_batch = 0;
         batch_first = next;

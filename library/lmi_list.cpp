@@ -72,7 +72,8 @@ int32_t collect_entries(LmiLibrary* lib, EntryRef** refs, uint32_t* count, size_
 }
 
 int32_t describe_entry(LmiLibrary* lib, const EntryRef& e, LMI_ENTRY_INFO_EX* info) {
-  copy_text(info->name, e.name(), u16nlen(e.name(), e.name_units() < LMI_MAX_NAME ? e.name_units() : LMI_MAX_NAME));
+  copy_text(info->name, e.name(),
+            u16nlen(e.name(), e.name_units() < LMI_MAX_NAME ? e.name_units() : LMI_MAX_NAME));
   e.version(info->version);
   info->timeStamp = e.time();
   info->objectSize = e.object_size();
@@ -137,6 +138,7 @@ KOSHR_API int32_t LMI_ListEntries(LMI_HANDLE library, KostgContext* pool, LMI_LI
   return list(library, pool, items, false);
 }
 
-KOSHR_API int32_t LMI_ListEntriesExtended(LMI_HANDLE library, KostgContext* pool, LMI_LIST_ITEM** items) {
+KOSHR_API int32_t LMI_ListEntriesExtended(LMI_HANDLE library, KostgContext* pool,
+                                          LMI_LIST_ITEM** items) {
   return list(library, pool, items, true);
 }

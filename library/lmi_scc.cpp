@@ -72,7 +72,8 @@ KOSHR_API int32_t LMI_DeleteSccMetadata(LMI_HANDLE library) {
   return rc ? rc : replace_scc(library, 0, 0);
 }
 
-KOSHR_API int32_t LMI_GetSCCDataBuffer(LMI_HANDLE library, KostgContext* pool, void** buffer, uint32_t* length) {
+KOSHR_API int32_t LMI_GetSCCDataBuffer(LMI_HANDLE library, KostgContext* pool, void** buffer,
+                                       uint32_t* length) {
   if (!library) return LMI_E_NO_HANDLE;
   if (!buffer || !length) return LMI_E_NO_RESULT;
   if (!pool) return LMI_E_NO_POOL;
@@ -111,7 +112,8 @@ KOSHR_API int32_t LMI_SetSCCDataBuffer(LMI_HANDLE library, const void* buffer, u
   return replace_scc(library, first, length);
 }
 
-KOSHR_API int32_t LMI_ListSccMetadata(LMI_HANDLE library, KostgContext* pool, LMI_SCC_RECORD** records) {
+KOSHR_API int32_t LMI_ListSccMetadata(LMI_HANDLE library, KostgContext* pool,
+                                      LMI_SCC_RECORD** records) {
   if (!library) return LMI_E_NO_HANDLE;
   if (!records) return LMI_E_NO_RESULT;
   *records = nullptr;
@@ -120,7 +122,9 @@ KOSHR_API int32_t LMI_ListSccMetadata(LMI_HANDLE library, KostgContext* pool, LM
   int32_t rc = LMI_GetSCCDataBuffer(library, pool, &raw, &length);
   if (rc || !raw) return rc;
   uint32_t count = (length - 4) / kSccRecordSize;
-  LMI_SCC_RECORD* out = count ? static_cast<LMI_SCC_RECORD*>(kostg_alc(pool, sizeof(LMI_SCC_RECORD) * count, nullptr)) : nullptr;
+  LMI_SCC_RECORD* out =
+      count ? static_cast<LMI_SCC_RECORD*>(kostg_alc(pool, sizeof(LMI_SCC_RECORD) * count, nullptr))
+            : nullptr;
   const uint8_t* at = static_cast<const uint8_t*>(raw) + 4;
   for (uint32_t i = 0; out && i < count; ++i, at += kSccRecordSize) {
     for (int k = 0; k < 128; ++k) {

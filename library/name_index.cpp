@@ -44,7 +44,8 @@ bool NameIndex::grow(uint64_t changes) {
   return true;
 }
 
-void NameIndex::remember(const KOCHAR* name, size_t units, uint64_t changes, const EntryRef& entry) {
+void NameIndex::remember(const KOCHAR* name, size_t units, uint64_t changes,
+                         const EntryRef& entry) {
   if (compare_names_exact(name, units, entry.name(), entry.name_units()) != 0) return;
   if (count_changes_ != changes) {
     count_changes_ = changes;

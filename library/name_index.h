@@ -48,8 +48,8 @@ class NameIndex {
   static constexpr uint32_t kFirstSize = 32;
   Slot first_slots_[kFirstSize];
   Slot* slots_ = nullptr;
-  uint32_t size_ = 0;     // a power of two, or 0
-  uint32_t count_ = 0;    // live slots under `count_changes_`
+  uint32_t size_ = 0;   // a power of two, or 0
+  uint32_t count_ = 0;  // live slots under `count_changes_`
   uint64_t count_changes_ = 0;
 };
 

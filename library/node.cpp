@@ -72,7 +72,8 @@ bool node_is_sound(const uint8_t* node, const NodeGeometry& g) {
   if (!has_magic(node, "NOD*") || load_le16(node + kNodeFree) > g.capacity) return false;
   uint32_t end = kNodeHeaderSize + node_used(node, g);
   uint32_t at = kNodeHeaderSize, count = 0;
-  bool lowest_ok = load_le16(node + kNodeLowest) == 0, highest_ok = load_le16(node + kNodeHighest) == 0;
+  bool lowest_ok = load_le16(node + kNodeLowest) == 0,
+       highest_ok = load_le16(node + kNodeHighest) == 0;
   while (at < end) {
     if (at + kRecordHeaderSize > end || !has_magic(node + at, "ENT*")) return false;
     uint32_t name_bytes = load_le16(node + at + kRecordNameLength);
@@ -100,7 +101,8 @@ uint32_t append_record(uint8_t* node, const NodeGeometry& g, const KOCHAR* name,
   std::memcpy(r + kRecordHeaderSize, name, 2 * (units + 1));
   keep_bounds(node, pos + kRecordHeaderSize);
   store_le16(node + kNodeCount, uint16_t(load_le16(node + kNodeCount) + 1));
-  store_le16(node + kNodeFree, uint16_t(load_le16(node + kNodeFree) - (kRecordHeaderSize + 2 * (units + 1))));
+  store_le16(node + kNodeFree,
+             uint16_t(load_le16(node + kNodeFree) - (kRecordHeaderSize + 2 * (units + 1))));
   return pos;
 }
 
@@ -122,10 +124,11 @@ void recompute_bounds(uint8_t* node, const NodeGeometry& g) {
   while (next_record(node, g, &pos, &r)) {
     uint32_t name_offset = pos + kRecordHeaderSize;
     uint32_t lowest = load_le16(node + kNodeLowest), highest = load_le16(node + kNodeHighest);
-    if (!lowest || compare_names_exact(r.name, r.name_units, name_at(node, lowest), name_room(node, lowest)) < 0)
+    if (!lowest || compare_names_exact(r.name, r.name_units, name_at(node, lowest),
+                                       name_room(node, lowest)) < 0)
       store_le16(node + kNodeLowest, uint16_t(name_offset));
-    if (!highest ||
-        compare_names_nocase(r.name, r.name_units, name_at(node, highest), name_room(node, highest)) > 0)
+    if (!highest || compare_names_nocase(r.name, r.name_units, name_at(node, highest),
+                                         name_room(node, highest)) > 0)
       store_le16(node + kNodeHighest, uint16_t(name_offset));
   }
 }

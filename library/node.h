@@ -38,8 +38,8 @@
 namespace ko {
 
 constexpr uint32_t kNodeHeaderSize = 32;
-constexpr uint32_t kNodeLeft = 4, kNodeParent = 8, kNodeRight = 12, kNodeFree = 16, kNodeHighest = 18,
-                   kNodeCount = 20, kNodeLowest = 22;
+constexpr uint32_t kNodeLeft = 4, kNodeParent = 8, kNodeRight = 12, kNodeFree = 16,
+                   kNodeHighest = 18, kNodeCount = 20, kNodeLowest = 22;
 constexpr uint32_t kRecordHeaderSize = 28;
 constexpr uint32_t kRecordVersion = 4, kRecordStart = 12, kRecordLength = 16, kRecordTime = 20,
                    kRecordCommentLength = 24, kRecordNameLength = 26;

@@ -19,8 +19,8 @@ uint32_t hash_offset(uint32_t offset) { return (offset >> 9) * 2654435761u; }
 
 }  // namespace
 
-void NodeCache::attach(const PoolRef& pool, os::FileHandle file, uint32_t base, const NodeGeometry& g,
-                       uint8_t* root) {
+void NodeCache::attach(const PoolRef& pool, os::FileHandle file, uint32_t base,
+                       const NodeGeometry& g, uint8_t* root) {
   pool_ = pool;
   file_ = file;
   base_ = base;
@@ -68,7 +68,9 @@ CachedNode* NodeCache::insert(CachedNode* node, uint32_t offset) {
     if (node != &root_node_) pool_.free(node);
     return nullptr;
   }
-  *node = {offset, node->bytes, node_used(node->bytes, geometry_), 0, true, false, nullptr, nullptr, 0, false, false};
+  *node = {
+      offset, node->bytes, node_used(node->bytes, geometry_), 0, true, false, nullptr, nullptr, 0,
+      false,  false};
   *slot(offset) = node;
   ++count_;
   return node;
@@ -178,7 +180,8 @@ int32_t NodeCache::write(CachedNode* node) {
     rc = library_write(file_, node->bytes, geometry_.node_size, node->offset);
   }
   if (rc) return rc;
-  if (int64_t(node->offset) + geometry_.node_size > file_size_) file_size_ = node->offset + geometry_.node_size;
+  if (int64_t(node->offset) + geometry_.node_size > file_size_)
+    file_size_ = node->offset + geometry_.node_size;
   node->clean_used = used;
   node->dirty_seq = 0;
   node->fresh = false;

@@ -40,7 +40,8 @@ struct CachedNode {
 
 class NodeCache {
  public:
-  void attach(const PoolRef& pool, os::FileHandle file, uint32_t base, const NodeGeometry& g, uint8_t* root);
+  void attach(const PoolRef& pool, os::FileHandle file, uint32_t base, const NodeGeometry& g,
+              uint8_t* root);
   // The node at an absolute offset, read and checked on first use; null with
   // *rc = LMI_E_IO when it lies outside the file or is malformed.
   CachedNode* get(uint32_t offset, int32_t* rc);

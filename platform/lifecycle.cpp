@@ -4,10 +4,9 @@
  * Load: the process-wide critical section, the OS version, then every
  * registered subsystem's initialiser in ascending order (registration order
  * among equals). Unload: the teardowns in the reverse order, the image
- * browser's window class, then the critical section. A constructor/destructor pair here (this file is in
- * every program that links the platform folder) runs the sequence; the
- * Windows DLL's DllMain calls it as well, which is harmless: both steps run
- * once.
+ * browser's window class, then the critical section. A constructor/destructor pair here (this file
+ * is in every program that links the platform folder) runs the sequence; the Windows DLL's DllMain
+ * calls it as well, which is harmless: both steps run once.
  */
 #include "platform/lifecycle.h"
 

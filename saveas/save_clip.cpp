@@ -16,9 +16,9 @@ constexpr ko::DelimitedStyle kClipStyle{u'\t', &ko::tab_separated_needs_quotes,
 
 }  // namespace
 
-KoSaveContext* CKO_SaveClip::Begin(KostgContext* pool, KostgSubpool* owner,
-                                   const KOCHAR* fileName, uint32_t rowCount, int32_t columnCount,
-                                   uint32_t flags, int32_t encoding) {
+KoSaveContext* CKO_SaveClip::Begin(KostgContext* pool, KostgSubpool* owner, const KOCHAR* fileName,
+                                   uint32_t rowCount, int32_t columnCount, uint32_t flags,
+                                   int32_t encoding) {
   m_encoding = encoding;
   return osSaveBegin32(pool, owner, nullptr, rowCount, columnCount, flags, encoding);
 }

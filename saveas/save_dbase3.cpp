@@ -142,8 +142,7 @@ size_t plain_number(const ko::DigitString& value, KOCHAR* out, size_t room) {
   int integer_digits = value.exponent > 0 ? value.exponent : 1;
   const int first = value.exponent - integer_digits;  // index of the first digit written
   const int fraction_room = std::max(0, int(room) - int(value.negative) - integer_digits - 1);
-  const int fraction_digits =
-      std::min(std::max(0, value.count - value.exponent), fraction_room);
+  const int fraction_digits = std::min(std::max(0, value.count - value.exponent), fraction_room);
   // Digits as written, one spare place in front for a carry.
   char digits[2 + kMaxFieldLength];
   int count = integer_digits + fraction_digits;
@@ -162,9 +161,11 @@ size_t plain_number(const ko::DigitString& value, KOCHAR* out, size_t room) {
     ++count;
   }
   int shown_fraction = count - integer_digits;
-  while (shown_fraction > 0 && written[integer_digits + shown_fraction - 1] == '0') --shown_fraction;
+  while (shown_fraction > 0 && written[integer_digits + shown_fraction - 1] == '0')
+    --shown_fraction;
   bool all_zero = true;
-  for (int i = 0; i < integer_digits + shown_fraction; ++i) all_zero = all_zero && written[i] == '0';
+  for (int i = 0; i < integer_digits + shown_fraction; ++i)
+    all_zero = all_zero && written[i] == '0';
   const bool negative = value.negative && !all_zero;
   const size_t length = size_t(negative) + size_t(integer_digits) +
                         (shown_fraction > 0 ? 1 + size_t(shown_fraction) : 0);

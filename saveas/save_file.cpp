@@ -83,7 +83,8 @@ size_t encode_utf8(const KOCHAR* text, size_t length, uint8_t* out, size_t capac
     size_t run = i;
     while (run < length && text[run] >= 0x80) ++run;
     if (run > i) {
-      used += utf16_to_utf8(text + i, run - i, reinterpret_cast<char*>(out + used), capacity - used);
+      used +=
+          utf16_to_utf8(text + i, run - i, reinterpret_cast<char*>(out + used), capacity - used);
       i = run;
     }
   }
@@ -146,9 +147,7 @@ bool save_encoding_known(int32_t encoding) {
   return encoding >= kEncodingAnsiSingleByte && encoding <= kEncodingUtf16BeBom;
 }
 
-void save_set_buffer_size(size_t units) {
-  g_buffer_units = units ? units : kDefaultBufferUnits;
-}
+void save_set_buffer_size(size_t units) { g_buffer_units = units ? units : kDefaultBufferUnits; }
 
 size_t narrow_to_ansi(const KOCHAR* text, size_t length, char* out, size_t capacity) {
   size_t used = 0;

@@ -22,7 +22,8 @@ using ko::FractionSuffix;
 
 bool write_cell_head(KoSaveContext* context) {
   int32_t column = context->current_column + 1;
-  if (column == 1) return ko::save_write_format(context, "C;Y%ld;X%d;K", context->rows_written + 1, 1);
+  if (column == 1)
+    return ko::save_write_format(context, "C;Y%ld;X%d;K", context->rows_written + 1, 1);
   return ko::save_write_format(context, "C;X%d;K", column);
 }
 
@@ -53,9 +54,9 @@ bool write_value(KoSaveContext* context, uint8_t type, const void* value) {
 
 }  // namespace
 
-KoSaveContext* CKO_SaveSylk::Begin(KostgContext* pool, KostgSubpool* owner,
-                                   const KOCHAR* fileName, uint32_t rowCount, int32_t columnCount,
-                                   uint32_t flags, int32_t encoding) {
+KoSaveContext* CKO_SaveSylk::Begin(KostgContext* pool, KostgSubpool* owner, const KOCHAR* fileName,
+                                   uint32_t rowCount, int32_t columnCount, uint32_t flags,
+                                   int32_t encoding) {
   m_encoding = encoding;
   KoSaveContext* context = ko::save_begin(pool, owner, fileName, rowCount, columnCount, flags,
                                           ko::kEncodingAnsiSingleByte, nullptr);
@@ -71,8 +72,9 @@ int CKO_SaveSylk::AddColumn(KoSaveContext* context, const KOCHAR* name, int32_t 
   ko::SaveColumn* column = ko::save_store_column(context, name, width, type);
   if (!column) return 0;
   bool names = context->flags & KOSAVE_COLUMN_NAMES;
-  if (names && !(write_cell_head(context) && ko::save_write_ascii(context, "\"") &&
-                 ko::save_write(context, column->name) && ko::save_write_ascii(context, "\"\r\n"))) {
+  if (names &&
+      !(write_cell_head(context) && ko::save_write_ascii(context, "\"") &&
+        ko::save_write(context, column->name) && ko::save_write_ascii(context, "\"\r\n"))) {
     return 0;
   }
   if (ko::save_next_column(context) && names) ++context->rows_written;

@@ -100,8 +100,7 @@ KoSaveContext* CKO_SaveWk::Begin(KostgContext* pool, KostgSubpool* owner, const 
   return ko::save_write_bytes(context, head, sizeof head) ? context : ko::save_abandon(context);
 }
 
-int CKO_SaveWk::AddColumn(KoSaveContext* context, const KOCHAR* name, int32_t width,
-                          uint8_t type) {
+int CKO_SaveWk::AddColumn(KoSaveContext* context, const KOCHAR* name, int32_t width, uint8_t type) {
   if (width >= kWidthCap + 1 || (type == KOSAVE_STRING && width == 0)) width = kWidthCap;
   ko::SaveColumn* column = ko::save_store_column(context, name, width, type);
   if (!column) return 0;

@@ -27,13 +27,20 @@ bool write_escaped(KoSaveContext* context, const KOCHAR* text) {
   for (const KOCHAR* p = text; *p; ++p) {
     const char* entity = nullptr;
     switch (*p) {
-      case u'"': entity = "&quot;"; break;
-      case u'<': entity = "&lt;"; break;
-      case u'>': entity = "&gt;"; break;
+      case u'"':
+        entity = "&quot;";
+        break;
+      case u'<':
+        entity = "&lt;";
+        break;
+      case u'>':
+        entity = "&gt;";
+        break;
       case u'&':
         if (ko::u16ncmp(p, u"&amp;", 5) != 0) entity = "&amp;";
         break;
-      default: break;
+      default:
+        break;
     }
     if (!entity) continue;
     if (!ko::save_write(context, run, size_t(p - run)) || !ko::save_write_ascii(context, entity)) {

@@ -129,8 +129,10 @@ void* map_bytes(uint64_t bytes) {
 }
 
 void unmap_bytes(void* base, uint64_t bytes) {
-  if (is_carved(bytes)) os::pages_discard(base, bytes);
-  else os::pages_unmap(base, bytes);
+  if (is_carved(bytes))
+    os::pages_discard(base, bytes);
+  else
+    os::pages_unmap(base, bytes);
   g_heap.mapped_bytes.fetch_sub(bytes, std::memory_order_relaxed);
 }
 
@@ -255,7 +257,10 @@ void free_large(PageHeader* run) {
   KoHeapPool* pool = run->pool;
   {
     SpinGuard guard(pool->runs_lock);
-    if (run->prev) run->prev->next = run->next; else pool->runs = run->next;
+    if (run->prev)
+      run->prev->next = run->next;
+    else
+      pool->runs = run->next;
     if (run->next) run->next->prev = run->prev;
   }
   pool->held_bytes.fetch_sub(run->run_bytes, std::memory_order_relaxed);
@@ -444,8 +449,10 @@ void KoHeap_free(void* block) {
   if (!block) return;
   PageHeader* header = header_of(block);
   if (!header) return;
-  if (header->size_class == kLargeClass) free_large(header);
-  else thread_cache_free(header->pool, header->size_class, block);
+  if (header->size_class == kLargeClass)
+    free_large(header);
+  else
+    thread_cache_free(header->pool, header->size_class, block);
 }
 
 uint64_t KoHeap_blockSize(const void* block) {

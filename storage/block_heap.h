@@ -26,9 +26,9 @@ struct KoHeapSite {
 
 // Event codes given to the error handler.
 enum : uint32_t {
-  kHeapEventBadBlock = 1,    // a pointer that is no heap block was freed or measured
-  kHeapEventOutOfMemory = 2, // memory ran out; a handler returning 1 asks for a retry
-  kHeapEventTooLarge = 4     // a request above the largest size class
+  kHeapEventBadBlock = 1,     // a pointer that is no heap block was freed or measured
+  kHeapEventOutOfMemory = 2,  // memory ran out; a handler returning 1 asks for a retry
+  kHeapEventTooLarge = 4      // a request above the largest size class
 };
 
 struct KoHeapEvent {

@@ -19,10 +19,11 @@ inline CachedClass& cached_class_at(uint32_t cache_offset) {
 
 inline void* heap_alloc_fast(KoHeapPool* pool, uint64_t size, const KoHeapSite* site) {
   if (size - 1 < kMaxSmallBlock) [[likely]] {
-    CachedClass& cached = cached_class_at(pool->cache_offset +
-                                          small_class_of(size) * uint32_t(sizeof(CachedClass)));
+    CachedClass& cached =
+        cached_class_at(pool->cache_offset + small_class_of(size) * uint32_t(sizeof(CachedClass)));
     if (cached.pool_id == pool->id.load(std::memory_order_relaxed)) [[likely]] {
-      if (cached.top != cached.base) [[likely]] return *--cached.top;
+      if (cached.top != cached.base) [[likely]]
+        return *--cached.top;
       if (cached_run_left(cached)) return cached_carve(cached);
     }
   }

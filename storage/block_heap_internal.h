@@ -32,11 +32,11 @@ struct PageHeader {
   uint32_t magic;
   uint32_t size_class;  // kLargeClass for a large run
   KoHeapPool* pool;
-  uint64_t pool_id;     // the owning pool's id; kNoCachedPool for a large run
-  PageHeader* next;     // the pool's page list, its run list, or the cache
-  PageHeader* prev;     // the pool's run list
-  uint64_t run_bytes;   // bytes mapped
-  uint64_t block_size;  // the class size, or a large run's usable bytes
+  uint64_t pool_id;       // the owning pool's id; kNoCachedPool for a large run
+  PageHeader* next;       // the pool's page list, its run list, or the cache
+  PageHeader* prev;       // the pool's run list
+  uint64_t run_bytes;     // bytes mapped
+  uint64_t block_size;    // the class size, or a large run's usable bytes
   uint32_t cache_offset;  // where a thread cache keeps this pool's class (cache_offset_of)
 };
 static_assert(sizeof(PageHeader) <= kPageHeaderBytes, "header fits its slot");
@@ -44,16 +44,16 @@ static_assert(sizeof(PageHeader) <= kPageHeaderBytes, "header fits its slot");
 // One size class of one pool, under its spin lock.
 struct ClassState {
   SpinLock lock;
-  void* free = nullptr;        // freed blocks, linked through their first word
-  char* bump = nullptr;        // unused tail of the newest page
+  void* free = nullptr;  // freed blocks, linked through their first word
+  char* bump = nullptr;  // unused tail of the newest page
   char* bump_end = nullptr;
-  PageHeader* pages = nullptr; // every page of this class
+  PageHeader* pages = nullptr;  // every page of this class
 };
 
 struct KoHeapPool {
   // Unique for the pool's life; kNoCachedPool once released.
   std::atomic<uint64_t> id{kNoCachedPool};
-  uint32_t cache_offset = 0;    // cache_offset_of(id, 0), set with the id
+  uint32_t cache_offset = 0;  // cache_offset_of(id, 0), set with the id
   void* user_data = nullptr;
   std::atomic<uint64_t> held_bytes{0};
   SpinLock runs_lock;
@@ -72,7 +72,7 @@ struct ClassTable {
 
   uint32_t size[kSmallClassCount];
   uint32_t keep[kSmallClassCount];
-  uint32_t stack_start[kSmallClassCount + 1];  // the last entry is the total
+  uint32_t stack_start[kSmallClassCount + 1];      // the last entry is the total
   uint8_t index_by_units[kMaxSmallBlock / 8 + 1];  // (size + 7) / 8 -> class
 
   constexpr ClassTable() : size(), keep(), stack_start(), index_by_units() {
@@ -126,7 +126,7 @@ struct alignas(64) CachedClass {
   void** limit = nullptr;  // base + the class's keep: the stack is full at limit
   char* bump = nullptr;
   char* bump_end = nullptr;
-  uint32_t size = 0;     // the class size, set when the slot is bound
+  uint32_t size = 0;  // the class size, set when the slot is bound
 };
 
 // One pool's share of a thread cache; the pool's id names it (0: unused).

@@ -12,7 +12,9 @@ namespace {
 
 constexpr size_t kHandleBytes = 8;
 
-void*& stored_handle(void* p) { return *reinterpret_cast<void**>(static_cast<char*>(p) - kHandleBytes); }
+void*& stored_handle(void* p) {
+  return *reinterpret_cast<void**>(static_cast<char*>(p) - kHandleBytes);
+}
 
 }  // namespace
 
@@ -48,6 +50,8 @@ KOSHR_API void* kostg_dde_lock(void* handle) {
   return block ? block + kHandleBytes : nullptr;
 }
 
-KOSHR_API int kostg_dde_unlock(void* handle) { return handle && ko::os::global_unlock(handle) ? 1 : 0; }
+KOSHR_API int kostg_dde_unlock(void* handle) {
+  return handle && ko::os::global_unlock(handle) ? 1 : 0;
+}
 
 KOSHR_END_C

@@ -26,7 +26,9 @@ namespace {
 // One variable's text, or null when unset (the buffer is the caller's).
 struct EnvText {
   char text[32];
-  const char* get(const char* name) { return os::env_get(name, text, sizeof text) ? text : nullptr; }
+  const char* get(const char* name) {
+    return os::env_get(name, text, sizeof text) ? text : nullptr;
+  }
 };
 
 }  // namespace

@@ -51,7 +51,9 @@ KOSHR_API KOCHAR* kostg_huge_strcpy(KOCHAR* dest, const KOCHAR* src) {
   return dest && src ? ko::u16cpy(dest, src) : dest;
 }
 
-KOSHR_API uint32_t kostg_huge_strlen(const KOCHAR* text) { return text ? uint32_t(ko::u16len(text)) : 0; }
+KOSHR_API uint32_t kostg_huge_strlen(const KOCHAR* text) {
+  return text ? uint32_t(ko::u16len(text)) : 0;
+}
 
 KOSHR_API KOCHAR* kostg_huge_strncpy(KOCHAR* dest, const KOCHAR* src, uint32_t n) {
   if (!dest || !src) return dest;

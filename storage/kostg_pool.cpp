@@ -79,8 +79,8 @@ KostgContext* begin_context(uint16_t page_size, bool fast) {
   auto* name = static_cast<KOCHAR*>(ko::MemAllocPtr(pool, kNameBytes, ko::kMemZeroFill));
   // The context, the ring head and the fixed path share one block: a fresh pool maps a page
   // per size class it touches, and that is most of what creating a context costs.
-  auto* records = static_cast<ContextRecords*>(
-      ko::MemAllocPtr(pool, sizeof(ContextRecords), ko::kMemZeroFill));
+  auto* records =
+      static_cast<ContextRecords*>(ko::MemAllocPtr(pool, sizeof(ContextRecords), ko::kMemZeroFill));
   if (!name || !records) {
     ko::MemPoolFree(pool);
     return nullptr;
@@ -90,8 +90,8 @@ KostgContext* begin_context(uint16_t page_size, bool fast) {
   ko::u16cpy(name, u"@SP@<default>");
   *head = KostgSubpool{head, head, pool, name};
   *context = KostgContext{pool, settled_page_size, ko::kMemSubpoolFlags, 0, head};
-  records->fixed = FixedPath{pool->heap_pool->id.load(std::memory_order_relaxed),
-                             pool->heap_pool->cache_offset};
+  records->fixed =
+      FixedPath{pool->heap_pool->id.load(std::memory_order_relaxed), pool->heap_pool->cache_offset};
   return context;
 }
 
@@ -104,11 +104,15 @@ KostgSubpool* new_subpool(KostgContext* context, uint16_t page_size, bool fast) 
                   : ko::MemAllocPtr(head->pool, sizeof(KostgSubpool), 0));
   if (!record) return nullptr;
   ko::MemPool* pool = ko::MemPoolInit(context->creation_flags);
-  auto* name = static_cast<KOCHAR*>(
-      !pool ? nullptr : system_heap ? std::malloc(kNameBytes) : ko::MemAllocPtr(pool, kNameBytes, 0));
+  auto* name = static_cast<KOCHAR*>(!pool         ? nullptr
+                                    : system_heap ? std::malloc(kNameBytes)
+                                                  : ko::MemAllocPtr(pool, kNameBytes, 0));
   if (!name) {
     ko::MemPoolFree(pool);
-    if (system_heap) std::free(record); else ko::MemFreePtr(record);
+    if (system_heap)
+      std::free(record);
+    else
+      ko::MemFreePtr(record);
     return nullptr;
   }
   ko::MemPoolSetPageSize(pool, page_size ? page_size : context->page_size);
@@ -177,7 +181,7 @@ KOSHR_EXTERN_C KOSHR_API KostgSubpool* kostg_new_pool_nofast(KostgContext* conte
 }
 
 KOSHR_EXTERN_C KOSHR_API KostgSubpool* kostg_new_pool_with_size_nofast(KostgContext* context,
-                                                                      uint16_t pageSize) {
+                                                                       uint16_t pageSize) {
   return new_subpool(context, pageSize, false);
 }
 
@@ -237,8 +241,10 @@ namespace {
 }
 
 [[gnu::noinline]] void free_unchecked(KostgContext* context, void* block) {
-  if (ko::system_heap_mode()) std::free(block);
-  else kostg_fee(context, block);
+  if (ko::system_heap_mode())
+    std::free(block);
+  else
+    kostg_fee(context, block);
 }
 
 bool system_heap_settled_off() {
@@ -248,7 +254,8 @@ bool system_heap_settled_off() {
 }  // namespace
 
 KOSHR_EXTERN_C KOSHR_API void* kostg_alc(KostgContext* context, uint64_t size, KostgSubpool* pool) {
-  if (!system_heap_settled_off()) [[unlikely]] return alloc_unchecked(context, size, pool);
+  if (!system_heap_settled_off()) [[unlikely]]
+    return alloc_unchecked(context, size, pool);
   // Laid out for the two hot cases, a sub-pool block and the 8-byte fixed
   // path: each runs straight through. A zero size gives null either way.
   if (pool) [[likely]] {
@@ -261,11 +268,13 @@ KOSHR_EXTERN_C KOSHR_API void* kostg_alc(KostgContext* context, uint64_t size, K
   if (size - 1 < 8) [[likely]] {
     // The default pool's fixed block size is 8 from kostg_begin on (nothing
     // changes it), so its fixed path is the 8-byte class of its thread cache.
-    if (!context) [[unlikely]] return nullptr;
+    if (!context) [[unlikely]]
+      return nullptr;
     const FixedPath& fixed = records_of(context)->fixed;
     ko::CachedClass& cached = ko::cached_class_at(fixed.cache_offset);
     if (cached.pool_id == fixed.pool_id) [[likely]] {
-      if (cached.top != cached.base) [[likely]] return *--cached.top;
+      if (cached.top != cached.base) [[likely]]
+        return *--cached.top;
     }
     return alloc_fixed_uncached(context);
   }
@@ -275,7 +284,8 @@ KOSHR_EXTERN_C KOSHR_API void* kostg_alc(KostgContext* context, uint64_t size, K
 
 KOSHR_EXTERN_C KOSHR_API void kostg_fee(KostgContext* context, void* block) {
   if (!block) return;
-  if (!system_heap_settled_off()) [[unlikely]] return free_unchecked(context, block);
+  if (!system_heap_settled_off()) [[unlikely]]
+    return free_unchecked(context, block);
   ko::MemFreePtr(block);
 }
 

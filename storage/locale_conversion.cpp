@@ -47,7 +47,8 @@ size_t locale_wcstombs(char* dest, const KOCHAR* text, size_t length, size_t lim
   size_t written = 0;
   char bytes[16];
   for (size_t i = 0; i < units;) {
-    size_t step = (is_high_surrogate(text[i]) && i + 1 < units && is_low_surrogate(text[i + 1])) ? 2 : 1;
+    size_t step =
+        (is_high_surrogate(text[i]) && i + 1 < units && is_low_surrogate(text[i + 1])) ? 2 : 1;
     int n = os::utf16_to_ansi_strict(text + i, int(step), bytes, int(sizeof bytes));
     if (n <= 0 || written + size_t(n) > limit) break;
     std::memcpy(dest + written, bytes, size_t(n));

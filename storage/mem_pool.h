@@ -54,7 +54,8 @@ inline void* MemAllocFS(MemPool* pool) {
   if (!pool) return nullptr;
   // Every context's default pool keeps the 8 it starts with: the constant
   // spares the class lookup.
-  if (pool->fixed_block_size == 8) [[likely]] return heap_alloc_fast(pool->heap_pool, 8, &kSiteAllocFixed);
+  if (pool->fixed_block_size == 8) [[likely]]
+    return heap_alloc_fast(pool->heap_pool, 8, &kSiteAllocFixed);
   return heap_alloc_fast(pool->heap_pool, pool->fixed_block_size, &kSiteAllocFixed);
 }
 

@@ -26,11 +26,15 @@ uint32_t parse_unsigned_wrapping(const KOCHAR* text) {
 
 KOSHR_BEGIN_C
 
-KOSHR_API int32_t kostg_atoi_imp(const KOCHAR* text) { return text ? ko::u16_to_i32(text, nullptr, 10) : 0; }
+KOSHR_API int32_t kostg_atoi_imp(const KOCHAR* text) {
+  return text ? ko::u16_to_i32(text, nullptr, 10) : 0;
+}
 
 KOSHR_API int32_t kostg_atol_imp(const KOCHAR* text) { return kostg_atoi_imp(text); }
 
-KOSHR_API double kostg_atof_imp(const KOCHAR* text) { return text ? ko::u16_to_double(text, nullptr) : 0.0; }
+KOSHR_API double kostg_atof_imp(const KOCHAR* text) {
+  return text ? ko::u16_to_double(text, nullptr) : 0.0;
+}
 
 KOSHR_API double kostg_strtod_imp(const KOCHAR* text, KOCHAR** end) {
   if (end) *end = const_cast<KOCHAR*>(text);
@@ -54,6 +58,8 @@ KOSHR_API uint32_t kostg_atou_imp(const KOCHAR* text) { return parse_unsigned_wr
 
 KOSHR_API uint32_t kostg_atoul_imp(const KOCHAR* text) { return parse_unsigned_wrapping(text); }
 
-KOSHR_API int kostg_remove_imp(const KOCHAR* path) { return path && ko::os::file_delete(path) ? 0 : -1; }
+KOSHR_API int kostg_remove_imp(const KOCHAR* path) {
+  return path && ko::os::file_delete(path) ? 0 : -1;
+}
 
 KOSHR_END_C

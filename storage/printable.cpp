@@ -99,7 +99,8 @@ KOSHR_API KOCHAR* kostg_printabletostr(KOCHAR* dest, const char* printable) {
   return dest;
 }
 
-KOSHR_API char* kostg_strtoprintabledup(KostgContext* context, const KOCHAR* text, KostgSubpool* pool) {
+KOSHR_API char* kostg_strtoprintabledup(KostgContext* context, const KOCHAR* text,
+                                        KostgSubpool* pool) {
   if (!text) return nullptr;
   auto* printable =
       static_cast<char*>(kostg_alc(context, ko::u16len(text) * kMaxBytesPerUnit + 1, pool));
@@ -111,8 +112,8 @@ KOSHR_API char* kostg_strtoprintabledup(KostgContext* context, const KOCHAR* tex
 KOSHR_API KOCHAR* kostg_printabletostrdup(KostgContext* context, const char* printable,
                                           KostgSubpool* pool) {
   if (!printable) return nullptr;
-  auto* text = static_cast<KOCHAR*>(
-      kostg_alc(context, (std::strlen(printable) + 1) * sizeof(KOCHAR), pool));
+  auto* text =
+      static_cast<KOCHAR*>(kostg_alc(context, (std::strlen(printable) + 1) * sizeof(KOCHAR), pool));
   if (!text) return nullptr;
   size_t units = decode(text, printable);
   return static_cast<KOCHAR*>(shrink(context, text, (units + 1) * sizeof(KOCHAR), pool));

@@ -16,7 +16,8 @@
 
 namespace {
 
-constexpr ko::KoHeapSite kSiteStrdupMalloc{"KOCHAR*", "kostg_strdup_malloc", "KoHeap_free", "string_dup.cpp", 0};
+constexpr ko::KoHeapSite kSiteStrdupMalloc{"KOCHAR*", "kostg_strdup_malloc", "KoHeap_free",
+                                           "string_dup.cpp", 0};
 
 KOCHAR* copy_into_pool(KostgContext* context, const KOCHAR* text, KostgSubpool* pool) {
   if (!text) return nullptr;
@@ -45,7 +46,8 @@ KOSHR_API KOCHAR* kostg_strdup_malloc(const KOCHAR* text) {
 }
 
 // Copies without testing the allocation: callers rely on it never failing.
-KOSHR_API KOCHAR* kostg_unicodestrdup(KostgContext* context, const KOCHAR* text, KostgSubpool* pool) {
+KOSHR_API KOCHAR* kostg_unicodestrdup(KostgContext* context, const KOCHAR* text,
+                                      KostgSubpool* pool) {
   if (!text) return nullptr;
   size_t bytes = (ko::u16len(text) + 1) * sizeof(KOCHAR);
   auto* copy = static_cast<KOCHAR*>(kostg_alc(context, bytes, pool));
@@ -53,11 +55,13 @@ KOSHR_API KOCHAR* kostg_unicodestrdup(KostgContext* context, const KOCHAR* text,
   return copy;
 }
 
-KOSHR_API KOCHAR* kostg_strtounicodedup(KostgContext* context, const KOCHAR* text, KostgSubpool* pool) {
+KOSHR_API KOCHAR* kostg_strtounicodedup(KostgContext* context, const KOCHAR* text,
+                                        KostgSubpool* pool) {
   return copy_into_pool(context, text, pool);
 }
 
-KOSHR_API KOCHAR* kostg_unicodetostrdup(KostgContext* context, const KOCHAR* text, KostgSubpool* pool) {
+KOSHR_API KOCHAR* kostg_unicodetostrdup(KostgContext* context, const KOCHAR* text,
+                                        KostgSubpool* pool) {
   return copy_into_pool(context, text, pool);
 }
 

@@ -40,7 +40,8 @@ KOSHR_API KOCHAR* kostg_str_remove_char(KOCHAR* text, KOCHAR ch) {
 
 KOSHR_API KOCHAR* kostg_str_trim_right(KOCHAR* text, int extended) {
   if (!text) return text;
-  for (size_t n = ko::u16len(text); n > 0 && is_trimmed(text[n - 1], extended); --n) text[n - 1] = 0;
+  for (size_t n = ko::u16len(text); n > 0 && is_trimmed(text[n - 1], extended); --n)
+    text[n - 1] = 0;
   return text;
 }
 

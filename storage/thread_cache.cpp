@@ -32,8 +32,8 @@ namespace ko {
 ThreadCache g_absent_cache;
 
 #if defined(__ELF__)
-__thread ThreadCache* t_thread_cache __attribute__((tls_model("initial-exec"), visibility("hidden"))) =
-    &g_absent_cache;
+__thread ThreadCache* t_thread_cache
+    __attribute__((tls_model("initial-exec"), visibility("hidden"))) = &g_absent_cache;
 #else
 __thread ThreadCache* t_thread_cache = &g_absent_cache;
 #endif
@@ -119,7 +119,8 @@ uintptr_t g_exit_hook = 0;
 std::once_flag g_exit_hook_once;
 
 uintptr_t exit_hook() {
-  std::call_once(g_exit_hook_once, [] { g_exit_hook = os::thread_exit_hook_create(&release_cache); });
+  std::call_once(g_exit_hook_once,
+                 [] { g_exit_hook = os::thread_exit_hook_create(&release_cache); });
   return g_exit_hook;
 }
 

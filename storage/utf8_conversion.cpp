@@ -46,11 +46,13 @@ size_t decode(KOCHAR* dest, const char* text) {
     size_t piece = strnlen(text + known, kLengthPiece);
     known += piece;
     end_seen = piece < kLengthPiece;
-    ko::utf8::Progress done = ko::utf8::vector_decode(kWrite ? dest + units : nullptr, utf8 + i, known - i);
+    ko::utf8::Progress done =
+        ko::utf8::vector_decode(kWrite ? dest + units : nullptr, utf8 + i, known - i);
     i += done.consumed;
     units += done.produced;
   }
-  for (; i < known; ++units) i += ko::utf8::decode_step<kWrite>(kWrite ? dest + units : nullptr, utf8, i, known);
+  for (; i < known; ++units)
+    i += ko::utf8::decode_step<kWrite>(kWrite ? dest + units : nullptr, utf8, i, known);
   if constexpr (kWrite) dest[units] = 0;
   return units;
 }

@@ -233,10 +233,12 @@ __attribute__((target("ssse3"))) Progress encode_ssse3(const KOCHAR* text, size_
 __attribute__((target("ssse3"))) __m128i window_values(__m128i b0, __m128i b1, __m128i b2,
                                                        __m128i two, __m128i three) {
   __m128i low6 = _mm_set1_epi16(0x3F);
-  __m128i v2 = _mm_or_si128(_mm_slli_epi16(_mm_and_si128(b0, _mm_set1_epi16(0x1F)), 6), _mm_and_si128(b1, low6));
-  __m128i v3 = _mm_or_si128(_mm_or_si128(_mm_slli_epi16(_mm_and_si128(b0, _mm_set1_epi16(0x0F)), 12),
-                                         _mm_slli_epi16(_mm_and_si128(b1, low6), 6)),
-                            _mm_and_si128(b2, low6));
+  __m128i v2 = _mm_or_si128(_mm_slli_epi16(_mm_and_si128(b0, _mm_set1_epi16(0x1F)), 6),
+                            _mm_and_si128(b1, low6));
+  __m128i v3 =
+      _mm_or_si128(_mm_or_si128(_mm_slli_epi16(_mm_and_si128(b0, _mm_set1_epi16(0x0F)), 12),
+                                _mm_slli_epi16(_mm_and_si128(b1, low6), 6)),
+                   _mm_and_si128(b2, low6));
   __m128i v = _mm_or_si128(_mm_andnot_si128(two, b0), _mm_and_si128(two, v2));
   return _mm_or_si128(_mm_andnot_si128(three, v), _mm_and_si128(three, v3));
 }
@@ -260,9 +262,12 @@ __attribute__((target("ssse3"), always_inline)) inline Window classify(const uns
   }
   __m128i b = w.bytes;
   __m128i continuation = _mm_cmplt_epi8(b, _mm_set1_epi8(-64));
-  w.two = _mm_and_si128(_mm_cmpgt_epi8(b, _mm_set1_epi8(-65)), _mm_cmplt_epi8(b, _mm_set1_epi8(-32)));
-  w.three = _mm_and_si128(_mm_cmpgt_epi8(b, _mm_set1_epi8(-33)), _mm_cmplt_epi8(b, _mm_set1_epi8(-16)));
-  __m128i longer = _mm_and_si128(_mm_cmpgt_epi8(b, _mm_set1_epi8(-17)), _mm_cmplt_epi8(b, _mm_setzero_si128()));
+  w.two =
+      _mm_and_si128(_mm_cmpgt_epi8(b, _mm_set1_epi8(-65)), _mm_cmplt_epi8(b, _mm_set1_epi8(-32)));
+  w.three =
+      _mm_and_si128(_mm_cmpgt_epi8(b, _mm_set1_epi8(-33)), _mm_cmplt_epi8(b, _mm_set1_epi8(-16)));
+  __m128i longer =
+      _mm_and_si128(_mm_cmpgt_epi8(b, _mm_set1_epi8(-17)), _mm_cmplt_epi8(b, _mm_setzero_si128()));
   w.continuations = unsigned(_mm_movemask_epi8(continuation));
   unsigned two = unsigned(_mm_movemask_epi8(w.two)), three = unsigned(_mm_movemask_epi8(w.three));
   unsigned expected = (((two | three) << 1) | (three << 2)) & 0xFFFF;
@@ -313,13 +318,15 @@ __attribute__((target("ssse3"))) Progress decode_ssse3(KOCHAR* dest, const unsig
     if (w.ascii) {
       if (dest) {
         _mm_storeu_si128(reinterpret_cast<__m128i*>(dest + o), _mm_unpacklo_epi8(w.bytes, zero));
-        _mm_storeu_si128(reinterpret_cast<__m128i*>(dest + o + 8), _mm_unpackhi_epi8(w.bytes, zero));
+        _mm_storeu_si128(reinterpret_cast<__m128i*>(dest + o + 8),
+                         _mm_unpackhi_epi8(w.bytes, zero));
       }
       i += 16;
       o += 16;
     } else if (!w.parallel) {
       for (size_t stop = i + 16; i < stop; ++o) {
-        i += dest ? decode_step<true>(dest + o, utf8, i, bytes) : decode_step<false>(nullptr, utf8, i, bytes);
+        i += dest ? decode_step<true>(dest + o, utf8, i, bytes)
+                  : decode_step<false>(nullptr, utf8, i, bytes);
       }
     } else {
       unsigned leads = ~w.continuations & 0xFFFF;
@@ -366,7 +373,8 @@ __attribute__((target("ssse3"))) Progress decode_ssse3(KOCHAR* dest, const unsig
 
 // The aligned 16-byte loads may read past the terminator, never past its
 // page; the sanitizers would take those bytes for someone else's.
-__attribute__((no_sanitize("address", "thread"))) bool vector_scan(const KOCHAR* text, size_t* units,
+__attribute__((no_sanitize("address", "thread"))) bool vector_scan(const KOCHAR* text,
+                                                                   size_t* units,
                                                                    size_t* encoded_bytes) {
   if (reinterpret_cast<uintptr_t>(text) & 1) return false;
   const KOCHAR* p = text;

@@ -43,8 +43,8 @@
 
 /* Status codes. */
 #define SHMI_S_OK ((int32_t)0)
-#define SHMI_E_NODATA ((int32_t)0x80042801)      /* not enough data left, or a position past the end */
-#define SHMI_E_NOCHARS ((int32_t)0x80042802)     /* character read from a blob without characters */
+#define SHMI_E_NODATA ((int32_t)0x80042801)  /* not enough data left, or a position past the end */
+#define SHMI_E_NOCHARS ((int32_t)0x80042802) /* character read from a blob without characters */
 #define SHMI_E_NOINTERFACE ((int32_t)0x80004002) /* QueryInterface: not offered */
 #define SHMI_E_POINTER ((int32_t)0x80004003)     /* a required pointer argument is null */
 #define SHMI_E_OUTOFMEMORY ((int32_t)0x8007000E) /* the buffer or object could not be allocated */
@@ -67,9 +67,11 @@ inline bool operator==(const KOGUID& a, const KOGUID& b) {
 /* {00000000-0000-0000-C000-000000000046} */
 constexpr KOGUID IID_IKO_Unknown = {0x00000000, 0x0000, 0x0000, {0xC0, 0, 0, 0, 0, 0, 0, 0x46}};
 /* {6B4F5348-0001-4D49-8000-424C4F420001} */
-constexpr KOGUID IID_SH_IMI_BLOB = {0x6B4F5348, 0x0001, 0x4D49, {0x80, 0, 0x42, 0x4C, 0x4F, 0x42, 0, 0x01}};
+constexpr KOGUID IID_SH_IMI_BLOB = {
+    0x6B4F5348, 0x0001, 0x4D49, {0x80, 0, 0x42, 0x4C, 0x4F, 0x42, 0, 0x01}};
 /* {6B4F5348-0002-4D49-8000-424C4F420002} */
-constexpr KOGUID IID_SH_IMI_BLOB_ITER = {0x6B4F5348, 0x0002, 0x4D49, {0x80, 0, 0x42, 0x4C, 0x4F, 0x42, 0, 0x02}};
+constexpr KOGUID IID_SH_IMI_BLOB_ITER = {
+    0x6B4F5348, 0x0002, 0x4D49, {0x80, 0, 0x42, 0x4C, 0x4F, 0x42, 0, 0x02}};
 
 /* The three first slots of every component interface. */
 class IKO_Unknown {

@@ -75,16 +75,16 @@ struct DbiContext {
   int16_t commit_on_disconnect;
   int16_t use_context_object;
   int16_t context_object_transaction;
-  int16_t commit_disabled;            /* commit disabled by the log-in, to re-enable */
-  KostgContext* storage;              /* every string and record of the connection */
+  int16_t commit_disabled; /* commit disabled by the log-in, to re-enable */
+  KostgContext* storage;   /* every string and record of the connection */
   KostgSubpool* subpool;
 
   /* keyword scanning */
-  const KOCHAR* scan_text;            /* text of the last scan */
-  uint32_t keyword_position;          /* characters from scan_text, 0 when none */
+  const KOCHAR* scan_text;   /* text of the last scan */
+  uint32_t keyword_position; /* characters from scan_text, 0 when none */
   uint32_t keyword_length;
-  const KOCHAR* tail;                 /* tail of the last SELECT located */
-  const KOCHAR* statement;            /* statement handed to DBI_Parse */
+  const KOCHAR* tail;      /* tail of the last SELECT located */
+  const KOCHAR* statement; /* statement handed to DBI_Parse */
 
   /* statement cache */
   SqlCache* sql_cache;
@@ -92,18 +92,18 @@ struct DbiContext {
   int32_t sub_operation;
 
   /* catalog tables */
-  int16_t catalog_access_off;         /* 1: the catalog tables are not read */
+  int16_t catalog_access_off; /* 1: the catalog tables are not read */
   ShHashTable* format_table;
   ShHashTable* validation_table;
   ShHashTable* edit_style_table;
-  void* edit_record;                  /* DBI_EditUpdate's record */
+  void* edit_record; /* DBI_EditUpdate's record */
 
   /* runtime */
-  void* connection_object;            /* shared driver-side connection object */
-  KOCHAR* security_connect;           /* security connection string, when opened from one */
-  KOCHAR* trace_file;                 /* pending trace file, closed at disconnect */
-  const DbiServices* services;        /* shared services offered to the driver */
-  void* driver_connection;            /* addition of ours: the driver's own state, its to free */
+  void* connection_object;     /* shared driver-side connection object */
+  KOCHAR* security_connect;    /* security connection string, when opened from one */
+  KOCHAR* trace_file;          /* pending trace file, closed at disconnect */
+  const DbiServices* services; /* shared services offered to the driver */
+  void* driver_connection;     /* addition of ours: the driver's own state, its to free */
 };
 
 /* One DBParm keyword. */
@@ -129,7 +129,7 @@ typedef struct SqlCacheEntry {
   shlistx* description; /* compact column records, or null */
   void* statement;      /* the driver's prepared statement */
   uint32_t uses;
-  uint32_t key_hash;    /* hash of the text: look-ups compare it before the text */
+  uint32_t key_hash; /* hash of the text: look-ups compare it before the text */
 } SqlCacheEntry;
 
 /* A result column as the driver's describe step gives it. The two texts and
@@ -316,8 +316,8 @@ KOSHR_API void* DBI_LoadDBInterface(const KOCHAR* file, uint32_t* flags);
 KOSHR_API int32_t DBI_FreeDBInterface(void* module, uint32_t flags);
 
 KOSHR_API int32_t DBI_LogIn(KostgContext* pool, const KOCHAR* dbms, const KOCHAR* login1,
-                            const KOCHAR* login2, const KOCHAR* password,
-                            const KOCHAR* parameters, uint32_t flags, DbiContext** context);
+                            const KOCHAR* login2, const KOCHAR* password, const KOCHAR* parameters,
+                            uint32_t flags, DbiContext** context);
 KOSHR_API int32_t DBI_Connect(DbiContext* context, const KOCHAR* s1, const KOCHAR* s2,
                               const KOCHAR* s3, const KOCHAR* s4);
 KOSHR_API int32_t DBI_Disconnect(DbiContext* context);
@@ -347,9 +347,8 @@ KOSHR_API int32_t DBI_DoCompare(const KOCHAR* position, const KOCHAR* keyword);
 /* `text` is cut in place for the comparison and restored: it must be writable. */
 KOSHR_API int32_t DBI_DoCompareFirst(KOCHAR* text, const KOCHAR* keyword);
 KOSHR_API int32_t DBI_DoCompareFirstWithSkip(KOCHAR* text, const KOCHAR* keyword);
-KOSHR_API int32_t DBI_LookForKeyWord(DbiContext* context, const KOCHAR* keyword,
-                                     const KOCHAR* text, int32_t* found, uint32_t* position,
-                                     uint32_t* length);
+KOSHR_API int32_t DBI_LookForKeyWord(DbiContext* context, const KOCHAR* keyword, const KOCHAR* text,
+                                     int32_t* found, uint32_t* position, uint32_t* length);
 KOSHR_API int32_t DBI_ParseBasicSelect(DbiContext* context, const KOCHAR* select,
                                        const KOCHAR** tail);
 KOSHR_API int32_t DBI_ParseKeyWords(DbiContext* context, const KOCHAR* text, int32_t* flag);
@@ -367,8 +366,8 @@ KOSHR_API int32_t DBI_SQLCacheRegisterDescribe(DbiContext* context, SqlCacheEntr
 KOSHR_API int32_t DBI_SQLCacheRequestSqlStatement(DbiContext* context, SqlCache* cache,
                                                   const KOCHAR* sql, SqlCacheEntry** entry);
 KOSHR_API shlistx* DBI_SQLCacheRequestDescribe(DbiContext* context, SqlCacheEntry* entry);
-KOSHR_API int32_t DBI_SQLCacheMakeSQLStatementAvailable(DbiContext* context,
-                                                        SqlCacheEntry* entry, SqlCache* cache);
+KOSHR_API int32_t DBI_SQLCacheMakeSQLStatementAvailable(DbiContext* context, SqlCacheEntry* entry,
+                                                        SqlCache* cache);
 KOSHR_API int32_t DBI_SQLCacheDiscardEntry(DbiContext* context, SqlCacheEntry* entry,
                                            int64_t free_entry);
 KOSHR_API int32_t DBI_SQLCacheSetSelectCacheSize(DbiContext* context);

@@ -34,9 +34,9 @@ KOSHR_BEGIN_C
 
 KOSHR_API ShHashTable* shhash_new(uint32_t bucketCount, SHHASH_KEYFUNC keyFunction, int unique,
                                   int composite, KostgContext* context, KostgSubpool* pool);
-KOSHR_API ShHashTable* shhash_new_arg(uint32_t bucketCount, SHHASH_KEYFUNC keyFunction,
-                                      int unique, int composite, KostgContext* context,
-                                      KostgSubpool* pool, void* argument);
+KOSHR_API ShHashTable* shhash_new_arg(uint32_t bucketCount, SHHASH_KEYFUNC keyFunction, int unique,
+                                      int composite, KostgContext* context, KostgSubpool* pool,
+                                      void* argument);
 
 /* 1 when inserted, 2 when a unique table already holds the key. */
 KOSHR_API int shhash_insert(ShHashTable* table, void* item);

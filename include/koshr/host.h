@@ -15,7 +15,8 @@
 typedef int (*KOSHR_PROMPT_HANDLER)(const KOCHAR* text, const KOCHAR* caption, unsigned style);
 
 /* Installs a prompt handler (null removes it); returns the previous one. */
-KOSHR_EXTERN_C KOSHR_API KOSHR_PROMPT_HANDLER koshr_set_prompt_handler(KOSHR_PROMPT_HANDLER handler);
+KOSHR_EXTERN_C KOSHR_API KOSHR_PROMPT_HANDLER
+koshr_set_prompt_handler(KOSHR_PROMPT_HANDLER handler);
 
 /* The text last put on the clipboard by the library (Linux); empty when none. */
 KOSHR_EXTERN_C KOSHR_API const KOCHAR* koshr_clipboard_text(void);

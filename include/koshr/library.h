@@ -25,21 +25,22 @@ typedef LmiLibrary* LMI_HANDLE;
 
 /* Result codes. */
 #define LMI_OK 0
-#define LMI_E_CREATE_FAILED (-1)   /* the new library could not be written (deleted again) */
-#define LMI_E_EXISTS (-2)          /* the library to create exists already */
-#define LMI_E_IO (-3)              /* read or write failed (Cancel), or LMI_FindEntry missed */
-#define LMI_E_FORMAT (-4)          /* no binary section in the text */
-#define LMI_E_NO_HANDLE (-6)       /* no library handle, or the library cannot be opened */
-#define LMI_E_NO_RESULT (-7)       /* a required result structure is missing */
-#define LMI_E_MODE (-9)            /* an entry open mode other than 1 or 3 */
-#define LMI_E_NAME (-10)           /* a required name is missing or invalid */
-#define LMI_E_NOT_FOUND (-12)      /* the entry does not exist */
-#define LMI_E_NOT_OPEN (-13)       /* no entry is open for this operation */
-#define LMI_E_READ_IN_MODE3 (-14)  /* reading in a library of mode 3; LMI_CloseEntry with none open */
-#define LMI_E_FORBIDDEN (-15)      /* the library's mode forbids the operation */
-#define LMI_E_BUSY (-16)           /* an entry is open already, or the named entry is not the open one */
-#define LMI_E_DISK_FULL (-17)      /* out of disk space (Cancel) */
-#define LMI_E_NO_POOL (-19)        /* no storage pool given */
+#define LMI_E_CREATE_FAILED (-1) /* the new library could not be written (deleted again) */
+#define LMI_E_EXISTS (-2)        /* the library to create exists already */
+#define LMI_E_IO (-3)            /* read or write failed (Cancel), or LMI_FindEntry missed */
+#define LMI_E_FORMAT (-4)        /* no binary section in the text */
+#define LMI_E_NO_HANDLE (-6)     /* no library handle, or the library cannot be opened */
+#define LMI_E_NO_RESULT (-7)     /* a required result structure is missing */
+#define LMI_E_MODE (-9)          /* an entry open mode other than 1 or 3 */
+#define LMI_E_NAME (-10)         /* a required name is missing or invalid */
+#define LMI_E_NOT_FOUND (-12)    /* the entry does not exist */
+#define LMI_E_NOT_OPEN (-13)     /* no entry is open for this operation */
+#define LMI_E_READ_IN_MODE3 \
+  (-14)                       /* reading in a library of mode 3; LMI_CloseEntry with none open */
+#define LMI_E_FORBIDDEN (-15) /* the library's mode forbids the operation */
+#define LMI_E_BUSY (-16)      /* an entry is open already, or the named entry is not the open one */
+#define LMI_E_DISK_FULL (-17) /* out of disk space (Cancel) */
+#define LMI_E_NO_POOL (-19)   /* no storage pool given */
 
 /* Library open modes. */
 #define LMI_MODE_READ 1      /* read only */
@@ -56,18 +57,19 @@ typedef LmiLibrary* LMI_HANDLE;
 #define LMI_TYPE_COMPILED 2 /* .kod */
 #define LMI_TYPE_TEMP 3     /* .tmp */
 
-#define LMI_MAX_COMMENT 256    /* characters of an entry comment */
+#define LMI_MAX_COMMENT 256     /* characters of an entry comment */
 #define LMI_MAX_LIB_COMMENT 255 /* characters of a library comment */
-#define LMI_MAX_NAME 255       /* characters of an entry name */
+#define LMI_MAX_NAME 255        /* characters of an entry name */
 /* Characters LMI_Build_Export_Header may write, terminator included. */
 #define LMI_EXPORT_HEADER_MAX 1100
 
 typedef struct LMI_LIBRARY_INFO {
   uint32_t sccDataLength; /* bytes of source-control data, 0 when none */
   uint32_t timeStamp;     /* seconds since 1970-01-01 UTC */
-  KOCHAR* comment;        /* out: inside the handle (valid while open); in: LMI_ModifyLibrary's new comment */
-  KOCHAR version[5];      /* format version, "0600" */
-  uint16_t type;          /* header type, low two bits */
+  KOCHAR*
+      comment; /* out: inside the handle (valid while open); in: LMI_ModifyLibrary's new comment */
+  KOCHAR version[5]; /* format version, "0600" */
+  uint16_t type;     /* header type, low two bits */
 } LMI_LIBRARY_INFO;
 
 typedef struct LMI_ENTRY_INFO {
@@ -120,7 +122,8 @@ KOSHR_BEGIN_C
 
 /* Libraries. */
 KOSHR_API int32_t LMI_CreateLibrary(KostgContext* pool, KOCHAR* path, const KOCHAR* comment);
-KOSHR_API LMI_HANDLE LMI_OpenLibrary(KostgContext* pool, const KOCHAR* path, int mode, uint32_t bufferSize);
+KOSHR_API LMI_HANDLE LMI_OpenLibrary(KostgContext* pool, const KOCHAR* path, int mode,
+                                     uint32_t bufferSize);
 KOSHR_API int32_t LMI_CloseLibrary(LMI_HANDLE library);
 KOSHR_API int32_t LMI_DeleteLibrary(KostgContext* pool, const KOCHAR* path);
 KOSHR_API int32_t LMI_LibraryInformation(LMI_HANDLE library, LMI_LIBRARY_INFO* info);
@@ -160,14 +163,16 @@ KOSHR_API int32_t LMI_DeleteEntry(LMI_HANDLE library, KOCHAR* name);
 KOSHR_API int32_t LMI_CopyEntry(LMI_HANDLE from, KOCHAR* name, LMI_HANDLE to, KOCHAR* newName);
 /* Copies the named entries (all of them when names is null) in directory order;
  * returns the count copied. */
-KOSHR_API int32_t LMI_CopyEntrySequential(LMI_HANDLE from, LMI_HANDLE to, KOCHAR** names, uint32_t count);
+KOSHR_API int32_t LMI_CopyEntrySequential(LMI_HANDLE from, LMI_HANDLE to, KOCHAR** names,
+                                          uint32_t count);
 /* Copies, then deletes the source; within one library this renames. */
 KOSHR_API int32_t LMI_MoveEntry(LMI_HANDLE from, KOCHAR* name, LMI_HANDLE to, KOCHAR* newName);
 /* Replaces an entry's comment, keeping its object. */
 KOSHR_API int32_t LMI_ModifyEntry(LMI_HANDLE library, KOCHAR* name, const KOCHAR* comment);
 /* Lists every entry in name order into one block from the pool; returns the count. */
 KOSHR_API int32_t LMI_ListEntries(LMI_HANDLE library, KostgContext* pool, LMI_LIST_ITEM** items);
-KOSHR_API int32_t LMI_ListEntriesExtended(LMI_HANDLE library, KostgContext* pool, LMI_LIST_ITEM** items);
+KOSHR_API int32_t LMI_ListEntriesExtended(LMI_HANDLE library, KostgContext* pool,
+                                          LMI_LIST_ITEM** items);
 
 /* Entry versions: the four-digit format version kept in each entry record. */
 KOSHR_API int32_t LMI_SetEntryVersion(LMI_HANDLE library, KOCHAR* name, const KOCHAR* version);
@@ -178,31 +183,37 @@ KOSHR_API int32_t LMI_GetEntryVersion(LMI_HANDLE library, KOCHAR* name, KOCHAR* 
 KOSHR_API int32_t LMI_DeleteEntryVersion(LMI_HANDLE library, KOCHAR* name);
 
 /* Source-control data. */
-KOSHR_API int32_t LMI_GetSCCDataBuffer(LMI_HANDLE library, KostgContext* pool, void** buffer, uint32_t* length);
+KOSHR_API int32_t LMI_GetSCCDataBuffer(LMI_HANDLE library, KostgContext* pool, void** buffer,
+                                       uint32_t* length);
 KOSHR_API int32_t LMI_SetSCCDataBuffer(LMI_HANDLE library, const void* buffer, uint32_t length);
-KOSHR_API int32_t LMI_ListSccMetadata(LMI_HANDLE library, KostgContext* pool, LMI_SCC_RECORD** records);
+KOSHR_API int32_t LMI_ListSccMetadata(LMI_HANDLE library, KostgContext* pool,
+                                      LMI_SCC_RECORD** records);
 KOSHR_API int32_t LMI_DeleteSccMetadata(LMI_HANDLE library);
 
 /* The process-wide library list through which entries are located by name. */
-KOSHR_API int32_t LMI_SynchronizeLibraryList(KostgContext* pool, const KOCHAR* const* paths, uint32_t count);
+KOSHR_API int32_t LMI_SynchronizeLibraryList(KostgContext* pool, const KOCHAR* const* paths,
+                                             uint32_t count);
 /* The index in the list of the first library holding `name`, or LMI_E_NOT_FOUND. */
 KOSHR_API int32_t LMI_LocateEntry(KOCHAR* name);
 KOSHR_API int32_t LMI_RemoveLibraryHashEntry(KOCHAR* name);
 
 /* Executables carrying a library. */
-KOSHR_API int32_t LMI_CreateExecutable(KostgContext* pool, const KOCHAR* exePath, const KOCHAR* stubPath);
-KOSHR_API LMI_HANDLE LMI_AppendExecutable(KostgContext* pool, const KOCHAR* exePath, const KOCHAR* comment);
+KOSHR_API int32_t LMI_CreateExecutable(KostgContext* pool, const KOCHAR* exePath,
+                                       const KOCHAR* stubPath);
+KOSHR_API LMI_HANDLE LMI_AppendExecutable(KostgContext* pool, const KOCHAR* exePath,
+                                          const KOCHAR* comment);
 KOSHR_API int32_t LMI_CloseExecutable(LMI_HANDLE library);
 /* Stores each file as an entry named after its file name; returns the count. */
-KOSHR_API int32_t LMI_CopyResourceFiles(LMI_HANDLE library, const KOCHAR* const* files, uint32_t count);
+KOSHR_API int32_t LMI_CopyResourceFiles(LMI_HANDLE library, const KOCHAR* const* files,
+                                        uint32_t count);
 
 /* Export header and hex-ASCII section. */
-KOSHR_API int32_t LMI_Build_Export_Header(KostgContext* pool, LMI_ENTRY_INFO_EX* info, KOCHAR* buffer,
-                                          uint32_t* length);
+KOSHR_API int32_t LMI_Build_Export_Header(KostgContext* pool, LMI_ENTRY_INFO_EX* info,
+                                          KOCHAR* buffer, uint32_t* length);
 KOSHR_API KOCHAR* LMI_EncryptSpecialChars(KostgContext* pool, const KOCHAR* text);
 KOSHR_API KOCHAR* LMI_DecryptSpecialChars(KostgContext* pool, const KOCHAR* text);
-KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, KostgContext* pool, KOCHAR** text,
-                                          uint32_t* length);
+KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, KostgContext* pool,
+                                          KOCHAR** text, uint32_t* length);
 /* An addition of our own: the same section as LMI_GetHexAsciiForEntry, handed
  * to `sink` one line at a time (CR LF included, not terminated) instead of
  * joined in memory, so an entry of any size streams. A non-zero answer from
@@ -210,7 +221,8 @@ KOSHR_API int32_t LMI_GetHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, Kost
 typedef int32_t (*LMI_TEXT_SINK)(void* context, const KOCHAR* text, uint32_t units);
 KOSHR_API int32_t LMI_StreamHexAsciiForEntry(LMI_HANDLE library, KOCHAR* name, LMI_TEXT_SINK sink,
                                              void* context);
-KOSHR_API int32_t LMI_EntryFromHexAscii(LMI_HANDLE library, KOCHAR* name, const KOCHAR* text, uint32_t length);
+KOSHR_API int32_t LMI_EntryFromHexAscii(LMI_HANDLE library, KOCHAR* name, const KOCHAR* text,
+                                        uint32_t length);
 
 KOSHR_END_C
 

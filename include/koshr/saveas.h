@@ -104,29 +104,29 @@ class IKO_SaveFileType {
 };
 
 /* The exporters. Each holds the encoding handed to Begin. */
-#define KOSHR_SAVE_EXPORTER(name)                                                            \
-  class KOSHR_API name final : public IKO_SaveFileType {                                    \
-   public:                                                                                   \
-    KoSaveContext* Begin(KostgContext* pool, KostgSubpool* owner, const KOCHAR* fileName,    \
-                         uint32_t rowCount, int32_t columnCount, uint32_t flags,             \
-                         int32_t encoding) override;                                         \
-    int AddColumn(KoSaveContext* context, const KOCHAR* name, int32_t width,                 \
-                  uint8_t type) override;                                                    \
-    int WriteValue(KoSaveContext* context, const void* value) override;                      \
-    int End(KoSaveContext* context) override;                                                \
-                                                                                             \
-   private:                                                                                  \
-    int32_t m_encoding = 0;                                                                  \
+#define KOSHR_SAVE_EXPORTER(name)                                                         \
+  class KOSHR_API name final : public IKO_SaveFileType {                                  \
+   public:                                                                                \
+    KoSaveContext* Begin(KostgContext* pool, KostgSubpool* owner, const KOCHAR* fileName, \
+                         uint32_t rowCount, int32_t columnCount, uint32_t flags,          \
+                         int32_t encoding) override;                                      \
+    int AddColumn(KoSaveContext* context, const KOCHAR* name, int32_t width,              \
+                  uint8_t type) override;                                                 \
+    int WriteValue(KoSaveContext* context, const void* value) override;                   \
+    int End(KoSaveContext* context) override;                                             \
+                                                                                          \
+   private:                                                                               \
+    int32_t m_encoding = 0;                                                               \
   }
 
-KOSHR_SAVE_EXPORTER(CKO_SaveCsv);   /* comma-separated values */
-KOSHR_SAVE_EXPORTER(CKO_SaveText);  /* tab-separated values */
-KOSHR_SAVE_EXPORTER(CKO_SaveClip);  /* tab-separated text on the clipboard */
-KOSHR_SAVE_EXPORTER(CKO_SaveSylk);  /* SYLK spreadsheet interchange */
-KOSHR_SAVE_EXPORTER(CKO_SaveDif);   /* DIF spreadsheet interchange */
-KOSHR_SAVE_EXPORTER(CKO_SaveSql);   /* SQL script: CREATE TABLE and INSERTs */
+KOSHR_SAVE_EXPORTER(CKO_SaveCsv);    /* comma-separated values */
+KOSHR_SAVE_EXPORTER(CKO_SaveText);   /* tab-separated values */
+KOSHR_SAVE_EXPORTER(CKO_SaveClip);   /* tab-separated text on the clipboard */
+KOSHR_SAVE_EXPORTER(CKO_SaveSylk);   /* SYLK spreadsheet interchange */
+KOSHR_SAVE_EXPORTER(CKO_SaveDif);    /* DIF spreadsheet interchange */
+KOSHR_SAVE_EXPORTER(CKO_SaveSql);    /* SQL script: CREATE TABLE and INSERTs */
 KOSHR_SAVE_EXPORTER(CKO_SaveDbase3); /* dBase III table */
-KOSHR_SAVE_EXPORTER(CKO_SaveWk);    /* worksheet (WK1 records) */
+KOSHR_SAVE_EXPORTER(CKO_SaveWk);     /* worksheet (WK1 records) */
 
 #undef KOSHR_SAVE_EXPORTER
 

@@ -25,7 +25,8 @@ KOSHR_API KostgSubpool* kostg_new_pool(KostgContext* context);
 KOSHR_API KostgSubpool* kostg_new_pool_nofast(KostgContext* context);
 KOSHR_API KostgSubpool* kostg_new_pool_with_size_nofast(KostgContext* context, uint16_t pageSize);
 KOSHR_API int kostg_free_pool(KostgContext* context, KostgSubpool* pool);
-KOSHR_API KOCHAR* kostg_set_pool_name(KostgContext* context, KostgSubpool* pool, const KOCHAR* name);
+KOSHR_API KOCHAR* kostg_set_pool_name(KostgContext* context, KostgSubpool* pool,
+                                      const KOCHAR* name);
 KOSHR_API int kostg_set_poolpagesize(KostgContext* context, uint32_t pageSize);
 
 /* Blocks. */

@@ -27,15 +27,20 @@ KOSHR_API KOCHAR* kostg_strdup(KostgContext* context, const KOCHAR* text, KostgS
 KOSHR_API KOCHAR* kostg_strdup_malloc(const KOCHAR* text);
 /* UTF-16 to UTF-16 copies, as kostg_strdup. kostg_unicodestrdup does not check
    its allocation. */
-KOSHR_API KOCHAR* kostg_unicodestrdup(KostgContext* context, const KOCHAR* text, KostgSubpool* pool);
-KOSHR_API KOCHAR* kostg_strtounicodedup(KostgContext* context, const KOCHAR* text, KostgSubpool* pool);
-KOSHR_API KOCHAR* kostg_unicodetostrdup(KostgContext* context, const KOCHAR* text, KostgSubpool* pool);
+KOSHR_API KOCHAR* kostg_unicodestrdup(KostgContext* context, const KOCHAR* text,
+                                      KostgSubpool* pool);
+KOSHR_API KOCHAR* kostg_strtounicodedup(KostgContext* context, const KOCHAR* text,
+                                        KostgSubpool* pool);
+KOSHR_API KOCHAR* kostg_unicodetostrdup(KostgContext* context, const KOCHAR* text,
+                                        KostgSubpool* pool);
 /* To and from ansi text in the current locale. */
 KOSHR_API char* kostg_strtoansidup(KostgContext* context, const KOCHAR* text, KostgSubpool* pool);
 KOSHR_API KOCHAR* kostg_ansitostrdup(KostgContext* context, const char* ansi, KostgSubpool* pool);
 /* To and from printable text; null input gives null. */
-KOSHR_API char* kostg_strtoprintabledup(KostgContext* context, const KOCHAR* text, KostgSubpool* pool);
-KOSHR_API KOCHAR* kostg_printabletostrdup(KostgContext* context, const char* printable, KostgSubpool* pool);
+KOSHR_API char* kostg_strtoprintabledup(KostgContext* context, const KOCHAR* text,
+                                        KostgSubpool* pool);
+KOSHR_API KOCHAR* kostg_printabletostrdup(KostgContext* context, const char* printable,
+                                          KostgSubpool* pool);
 
 /* ---- Build buffers. The caller owns *buffer (a pool block or null), its
    capacity and its length, both in units; the buffer always holds a terminator

@@ -19,11 +19,12 @@ int utf16_to_ansi_strict(const KOCHAR* text, int length, char* out, int capacity
   // The UTF-8 code page takes no default character; it reports what it
   // cannot write through WC_ERR_INVALID_CHARS instead.
   if (GetACP() == CP_UTF8) {
-    return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, wide, length, out, capacity, nullptr, nullptr);
+    return WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, wide, length, out, capacity, nullptr,
+                               nullptr);
   }
   BOOL used_default = FALSE;
-  int written = WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide, length, out, capacity, nullptr,
-                                    &used_default);
+  int written = WideCharToMultiByte(CP_ACP, WC_NO_BEST_FIT_CHARS, wide, length, out, capacity,
+                                    nullptr, &used_default);
   return used_default ? 0 : written;
 }
 

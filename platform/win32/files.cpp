@@ -132,7 +132,6 @@ int64_t file_seek(FileHandle file, int64_t offset, int whence) {
 // No mapping here: a file with a mapped view cannot be cut back, and library
 // writers cut files back (out-of-space retries, executable trailers).
 
-
 int64_t file_size(FileHandle file) {
   if (!valid(file)) return -1;
   LARGE_INTEGER size;

@@ -3,8 +3,8 @@
 #include <stdio.h>
 #include <string.h>
 
-#include "c_headers.h"
 #include <koshr/version.h>
+#include "c_headers.h"
 
 int main(void) {
   KostgContext* context = kostg_begin(0);
@@ -17,7 +17,8 @@ int main(void) {
   char macros[32];
   snprintf(macros, sizeof macros, "%d.%d.%d", KOSHR_VERSION_MAJOR, KOSHR_VERSION_MINOR,
            KOSHR_VERSION_PATCH);
-  const int ok = strcmp(block, "from C") == 0 && strcmp(koshr_version(), KOSHR_VERSION_STRING) == 0 &&
+  const int ok = strcmp(block, "from C") == 0 &&
+                 strcmp(koshr_version(), KOSHR_VERSION_STRING) == 0 &&
                  strcmp(macros, KOSHR_VERSION_STRING) == 0;
   kostg_fee(context, block);
   kostg_free_pool(context, pool);

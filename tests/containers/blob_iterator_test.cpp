@@ -21,7 +21,8 @@ struct IteratorTest : StorageTest {
     bytes.insert(bytes.end(), values.begin(), values.end());
     SH_MI_DATA_BLOB* blob = shmi_CreateDataBlob();
     shmi_DataBlob_SetSize(blob, 0);
-    std::memcpy(shmi_DataBlob_DoingBlockWrite(blob, uint32_t(bytes.size())), bytes.data(), bytes.size());
+    std::memcpy(shmi_DataBlob_DoingBlockWrite(blob, uint32_t(bytes.size())), bytes.data(),
+                bytes.size());
     shmi_DataBlob_Advance(blob, uint32_t(bytes.size()));
     iterators.push_back(shmi_DataBlob_GetDataIterator(blob));
     shmi_DataBlob_Release(blob);  // the iterator keeps it alive
@@ -42,16 +43,28 @@ TEST_F(IteratorTest, ReadersNeedTheirBytesAndReadNothingWithoutThem) {
     std::function<int32_t(SH_IMI_BLOB_ITER*)> read;
     uint32_t needs, advances;
   };
-#define READER(Type, CType, needs, advances) \
-  Case { #Type, [](auto it) { CType v; return shmi_DataIter_Get##Type(it, &v); }, needs, advances }
+#define READER(Type, CType, needs, advances)                                             \
+  Case {                                                                                 \
+#Type, [](auto it) { CType v; return shmi_DataIter_Get##Type(it, &v); }, needs, advances \
+  }
   const Case cases[] = {
-      READER(Byte, uint8_t, 1, 1),       READER(Bool, int, 1, 1),
-      READER(Short, int16_t, 2, 2),      READER(UShort, uint16_t, 2, 2),
-      READER(Long, int32_t, 4, 4),       READER(ULong, uint32_t, 2, 4),  // checks for only two
-      READER(Float, float, 4, 4),        READER(Double, double, 8, 8),
-      READER(Char, KOCHAR, 2, 2),        READER(Decimal, KODECIMAL, 16, 16),
+      READER(Byte, uint8_t, 1, 1),
+      READER(Bool, int, 1, 1),
+      READER(Short, int16_t, 2, 2),
+      READER(UShort, uint16_t, 2, 2),
+      READER(Long, int32_t, 4, 4),
+      READER(ULong, uint32_t, 2, 4),  // checks for only two
+      READER(Float, float, 4, 4),
+      READER(Double, double, 8, 8),
+      READER(Char, KOCHAR, 2, 2),
+      READER(Decimal, KODECIMAL, 16, 16),
       READER(DateTime, KODATETIME, 11, 11),
-      {"bytes", [](auto it) { char v[5]; return shmi_DataIter_GetBytes(it, v, 5); }, 5, 5},
+      {"bytes",
+       [](auto it) {
+         char v[5];
+         return shmi_DataIter_GetBytes(it, v, 5);
+       },
+       5, 5},
       {"advance", [](auto it) { return shmi_DataIter_Advance(it, 3); }, 3, 3},
   };
   for (const Case& c : cases) {
@@ -74,8 +87,10 @@ TEST_F(IteratorTest, ULongWithTwoBytesLeftTakesZerosAndMoveToGoesBack) {
   EXPECT_EQ(value, 0x12340000u);
   EXPECT_EQ(position(it), 14u) << "two past the used size";
   EXPECT_EQ(shmi_DataIter_GetByte(it, &byte), SHMI_E_NODATA);
-  for (auto [to, status, after] : {std::tuple{11u, SHMI_S_OK, 11u}, {12u, SHMI_E_NODATA, 11u},
-                                   {0xFFFFFFFFu, SHMI_E_NODATA, 11u}, {0u, SHMI_S_OK, 0u}}) {
+  for (auto [to, status, after] : {std::tuple{11u, SHMI_S_OK, 11u},
+                                   {12u, SHMI_E_NODATA, 11u},
+                                   {0xFFFFFFFFu, SHMI_E_NODATA, 11u},
+                                   {0u, SHMI_S_OK, 0u}}) {
     EXPECT_EQ(shmi_DataIter_MoveTo(it, to), status) << to;
     EXPECT_EQ(position(it), after);
   }
@@ -124,14 +139,17 @@ TEST_F(IteratorTest, StringsAndNestedBlobsNeedTheirWholeLength) {
       kostg_fee(storage_, text);
     }
   }
-  for (auto [values, status] : {std::pair<std::vector<uint8_t>, int32_t>{{0, 0, 0, 2, 7, 8}, SHMI_S_OK},
-                                {{0, 0, 0, 0}, SHMI_S_OK}, {{0, 0, 0, 3, 7, 8}, SHMI_E_NODATA},
-                                {{0xFF, 0xFF, 0xFF, 0xFF}, SHMI_E_NODATA}}) {
+  for (auto [values, status] :
+       {std::pair<std::vector<uint8_t>, int32_t>{{0, 0, 0, 2, 7, 8}, SHMI_S_OK},
+        {{0, 0, 0, 0}, SHMI_S_OK},
+        {{0, 0, 0, 3, 7, 8}, SHMI_E_NODATA},
+        {{0xFF, 0xFF, 0xFF, 0xFF}, SHMI_E_NODATA}}) {
     void* block = nullptr;
     EXPECT_EQ(shmi_DataIter_GetShBlob(over(values), nullptr, nullptr, &block), status);
     ASSERT_EQ(block != nullptr, status == SHMI_S_OK);
     uint32_t length = block ? *static_cast<uint32_t*>(block) : 0;
-    EXPECT_TRUE(!block || (length == values[3] && !std::memcmp(static_cast<uint8_t*>(block) + 4, &values[4], length)));
+    EXPECT_TRUE(!block || (length == values[3] &&
+                           !std::memcmp(static_cast<uint8_t*>(block) + 4, &values[4], length)));
     kostg_fee(storage_, block);
   }
 }
@@ -164,20 +182,24 @@ TEST_F(IteratorTest, NullArgumentsAreRefused) {
   SH_IMI_BLOB_ITER* it = over(std::vector<uint8_t>(32, 0));
   for (SH_IMI_BLOB_ITER* target : {it, static_cast<SH_IMI_BLOB_ITER*>(nullptr)}) {
     for (int32_t status :
-         {shmi_DataIter_GetChar(target, nullptr), shmi_DataIter_GetString(target, storage_, subpool_, nullptr),
+         {shmi_DataIter_GetChar(target, nullptr),
+          shmi_DataIter_GetString(target, storage_, subpool_, nullptr),
           shmi_DataIter_GetByte(target, nullptr), shmi_DataIter_GetBool(target, nullptr),
           shmi_DataIter_GetShort(target, nullptr), shmi_DataIter_GetUShort(target, nullptr),
           shmi_DataIter_GetLong(target, nullptr), shmi_DataIter_GetULong(target, nullptr),
           shmi_DataIter_GetFloat(target, nullptr), shmi_DataIter_GetDouble(target, nullptr),
-          shmi_DataIter_GetDecimal(target, nullptr), shmi_DataIter_GetShBlob(target, storage_, subpool_, nullptr),
+          shmi_DataIter_GetDecimal(target, nullptr),
+          shmi_DataIter_GetShBlob(target, storage_, subpool_, nullptr),
           shmi_DataIter_GetBytes(target, nullptr, 1), shmi_DataIter_GetDateTime(target, nullptr)})
       EXPECT_EQ(status, SHMI_E_POINTER);
   }
   EXPECT_EQ(position(it), 10u);
   EXPECT_EQ(shmi_DataIter_GetBytes(it, nullptr, 0), SHMI_S_OK) << "nothing to copy";
   EXPECT_TRUE(!shmi_DataIter_AddRef(nullptr) && !shmi_DataIter_Release(nullptr) &&
-              !shmi_DataIter_GetSize(nullptr) && !position(nullptr) && !shmi_DataIter_GetBlockPointer(nullptr));
-  for (int32_t status : {shmi_DataIter_Reset(nullptr), shmi_DataIter_MoveTo(nullptr, 1), shmi_DataIter_Advance(nullptr, 1)})
+              !shmi_DataIter_GetSize(nullptr) && !position(nullptr) &&
+              !shmi_DataIter_GetBlockPointer(nullptr));
+  for (int32_t status : {shmi_DataIter_Reset(nullptr), shmi_DataIter_MoveTo(nullptr, 1),
+                         shmi_DataIter_Advance(nullptr, 1)})
     EXPECT_EQ(status, SHMI_E_POINTER);
 }
 

@@ -15,7 +15,8 @@ namespace {
 std::string hex(const uint8_t* bytes, size_t size) {
   std::string out;
   char two[4];
-  for (size_t i = 0; i < size; ++i) out += (std::snprintf(two, sizeof two, i ? " %02X" : "%02X", bytes[i]), two);
+  for (size_t i = 0; i < size; ++i)
+    out += (std::snprintf(two, sizeof two, i ? " %02X" : "%02X", bytes[i]), two);
   return out;
 }
 
@@ -32,9 +33,9 @@ struct BlobTest : StorageTest {
 };
 
 // A value written by add<Type>, its bytes, read back equal by Get<Type>.
-#define SCALAR(Type, CType, value, bytes)                                   \
-  Case {                                                                    \
-    #Type, [](auto b) { shmi_DataBlob_add##Type(b, value); }, bytes,         \
+#define SCALAR(Type, CType, value, bytes)                                  \
+  Case {                                                                   \
+#Type, [](auto b) { shmi_DataBlob_add##Type(b, value); }, bytes,         \
         [](auto it) { CType v; return !shmi_DataIter_Get##Type(it, &v) && v == CType(value); } \
   }
 
@@ -58,7 +59,10 @@ TEST_F(BlobTest, EachValueTypeHasItsBytesAndReadsBack) {
       SCALAR(Byte, uint8_t, 0xFE, "FE"),
       SCALAR(Bool, int, 1, "01"),
       {"bool from any non-zero", [](auto b) { shmi_DataBlob_addBool(b, 7); }, "01",
-       [](auto it) { int v; return !shmi_DataIter_GetBool(it, &v) && v == 1; }},
+       [](auto it) {
+         int v;
+         return !shmi_DataIter_GetBool(it, &v) && v == 1;
+       }},
       SCALAR(UShort, uint16_t, 0x1234, "12 34"),
       SCALAR(Short, int16_t, -2, "FF FE"),
       SCALAR(ULong, uint32_t, 0xDEADBEEF, "DE AD BE EF"),
@@ -72,18 +76,33 @@ TEST_F(BlobTest, EachValueTypeHasItsBytesAndReadsBack) {
        [&](auto it) { return text_is(it, "-"); }},
       {"decimal", [&](auto b) { shmi_DataBlob_addDecimal(b, &decimal); },
        "00 00 80 02 03 04 01 02 77 88 55 66 33 44 11 22",
-       [&](auto it) { KODECIMAL v; return !shmi_DataIter_GetDecimal(it, &v) && !std::memcmp(&v, &decimal, 16); }},
+       [&](auto it) {
+         KODECIMAL v;
+         return !shmi_DataIter_GetDecimal(it, &v) && !std::memcmp(&v, &decimal, 16);
+       }},
       {"nested blob", [&](auto b) { shmi_DataBlob_addShBlob(b, nested); }, "00 00 00 03 AA BB CC",
        [&](auto it) {
          void* v = nullptr;
-         return !shmi_DataIter_GetShBlob(it, storage_, subpool_, &v) && !std::memcmp(v, nested, sizeof nested);
+         return !shmi_DataIter_GetShBlob(it, storage_, subpool_, &v) &&
+                !std::memcmp(v, nested, sizeof nested);
        }},
       {"null nested blob", [](auto b) { shmi_DataBlob_addShBlob(b, nullptr); }, "00 00 00 00",
-       [&](auto it) { void* v = nullptr; return !shmi_DataIter_GetShBlob(it, nullptr, nullptr, &v) && (kostg_fee(storage_, v), true); }},
+       [&](auto it) {
+         void* v = nullptr;
+         return !shmi_DataIter_GetShBlob(it, nullptr, nullptr, &v) &&
+                (kostg_fee(storage_, v), true);
+       }},
       {"bytes", [](auto b) { shmi_DataBlob_addBytes(b, "xyz", 3); }, "78 79 7A",
-       [](auto it) { char v[3]; return !shmi_DataIter_GetBytes(it, v, 3) && !std::memcmp(v, "xyz", 3); }},
-      {"datetime", [&](auto b) { shmi_DataBlob_addDateTime(b, &when); }, "00 01 E2 40 00 7C 0B 1F 17 3B 3A",
-       [&](auto it) { KODATETIME v; return !shmi_DataIter_GetDateTime(it, &v) && !std::memcmp(&v, &when, 12); }},
+       [](auto it) {
+         char v[3];
+         return !shmi_DataIter_GetBytes(it, v, 3) && !std::memcmp(v, "xyz", 3);
+       }},
+      {"datetime", [&](auto b) { shmi_DataBlob_addDateTime(b, &when); },
+       "00 01 E2 40 00 7C 0B 1F 17 3B 3A",
+       [&](auto it) {
+         KODATETIME v;
+         return !shmi_DataIter_GetDateTime(it, &v) && !std::memcmp(&v, &when, 12);
+       }},
       {"nothing to write",
        [](auto b) {
          shmi_DataBlob_addBytes(b, "xyz", 0);
@@ -100,7 +119,8 @@ TEST_F(BlobTest, EachValueTypeHasItsBytesAndReadsBack) {
     EXPECT_EQ(values_hex(fresh), c.bytes);
     SH_IMI_BLOB_ITER* it = shmi_DataBlob_GetDataIterator(fresh);
     EXPECT_TRUE(c.reads_back(it));
-    EXPECT_EQ(shmi_DataIter_GetCurrentPosition(it), shmi_DataBlob_GetSize(fresh) > 10 ? shmi_DataBlob_GetSize(fresh) : 0);
+    EXPECT_EQ(shmi_DataIter_GetCurrentPosition(it),
+              shmi_DataBlob_GetSize(fresh) > 10 ? shmi_DataBlob_GetSize(fresh) : 0);
     shmi_DataIter_Release(it);
     shmi_DataBlob_Release(fresh);
   }
@@ -111,8 +131,11 @@ TEST_F(BlobTest, EachValueTypeHasItsBytesAndReadsBack) {
 
 TEST_F(BlobTest, CapacityGrowsInStepsOf8192OnceAWriteReachesIt) {
   std::vector<uint8_t> data(20000, 0x5A);
-  for (auto [bytes, capacity] : {std::pair{4085u, 4096u}, {4086u, 12288u}, {5000u, 12288u},
-                                 {12278u, 12288u}, {20000u, 20480u}}) {
+  for (auto [bytes, capacity] : {std::pair{4085u, 4096u},
+                                 {4086u, 12288u},
+                                 {5000u, 12288u},
+                                 {12278u, 12288u},
+                                 {20000u, 20480u}}) {
     SH_MI_DATA_BLOB* fresh = shmi_CreateDataBlob();
     shmi_DataBlob_addBytes(fresh, data.data(), bytes);
     EXPECT_EQ(fresh->GetCapacity(), capacity) << bytes;
@@ -150,7 +173,8 @@ TEST_F(BlobTest, ReferencesAndQueryInterface) {
   EXPECT_EQ(shmi_DataBlob_AddRef(blob), 2u);
   EXPECT_EQ(shmi_DataBlob_Release(blob), 1u);
   SH_IMI_BLOB_ITER* it = shmi_DataBlob_GetDataIterator(blob);
-  for (auto [object, own] : {std::pair<IKO_Unknown*, KOGUID>{blob, IID_SH_IMI_BLOB}, {it, IID_SH_IMI_BLOB_ITER}}) {
+  for (auto [object, own] :
+       {std::pair<IKO_Unknown*, KOGUID>{blob, IID_SH_IMI_BLOB}, {it, IID_SH_IMI_BLOB_ITER}}) {
     void* found = nullptr;
     for (KOGUID iid : {IID_IKO_Unknown, own}) {
       EXPECT_EQ(object->QueryInterface(iid, &found), SHMI_S_OK);
@@ -169,9 +193,10 @@ TEST_F(BlobTest, ReferencesAndQueryInterface) {
 TEST_F(BlobTest, InterfaceSlotsAreInTheirOrder) {
   // Callers built against the interface call its operations by slot.
   void** table = *reinterpret_cast<void***>(static_cast<SH_IMI_BLOB*>(blob));
-  EXPECT_EQ(reinterpret_cast<uint32_t (*)(SH_IMI_BLOB*)>(table[4])(blob), 10u);              // GetSize
-  EXPECT_EQ(reinterpret_cast<uint32_t (*)(SH_IMI_BLOB*)>(table[13])(blob), 1u);              // char flag
-  EXPECT_EQ(reinterpret_cast<uint32_t (*)(SH_IMI_BLOB*, uint32_t)>(table[14])(blob, 5), 15u);  // Reserve
+  EXPECT_EQ(reinterpret_cast<uint32_t (*)(SH_IMI_BLOB*)>(table[4])(blob), 10u);  // GetSize
+  EXPECT_EQ(reinterpret_cast<uint32_t (*)(SH_IMI_BLOB*)>(table[13])(blob), 1u);  // char flag
+  EXPECT_EQ(reinterpret_cast<uint32_t (*)(SH_IMI_BLOB*, uint32_t)>(table[14])(blob, 5),
+            15u);  // Reserve
 }
 
 TEST(BlobFlat, NullBlobsAreRefused) {

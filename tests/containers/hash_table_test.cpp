@@ -86,7 +86,8 @@ TEST_F(HashTableTest, WalkGoesByBucketThenInsertionOrder) {
     records.clear();
     ShHashTable* table = make(c.buckets, c.keys);
     std::vector<int> walk;
-    for (void* it = shhash_get_first(table); it; it = shhash_get_next(table)) walk.push_back(tag_of(it));
+    for (void* it = shhash_get_first(table); it; it = shhash_get_next(table))
+      walk.push_back(tag_of(it));
     EXPECT_EQ(walk, c.walk);
   }
 }
@@ -127,10 +128,12 @@ TEST_F(HashTableTest, EmptyingClearingAndTraversal) {
   EXPECT_EQ(shhash_traversal(table, nullptr, nullptr), 1) << "empty: visit not called";
   ShHashTable* full = make(3, {u"b", u"c", u"d", u"e"});
   std::pair<int, int> visits{0, 2};  // visits so far, the visit that returns 0
-  EXPECT_EQ(shhash_traversal(full, &visits, [](void*, void* arg) {
-              auto* v = static_cast<std::pair<int, int>*>(arg);
-              return v->first++ == v->second ? 0 : 5;
-            }), 0);
+  EXPECT_EQ(shhash_traversal(full, &visits,
+                             [](void*, void* arg) {
+                               auto* v = static_cast<std::pair<int, int>*>(arg);
+                               return v->first++ == v->second ? 0 : 5;
+                             }),
+            0);
   EXPECT_EQ(visits.first, 3) << "stops across buckets";
   EXPECT_EQ(shhash_clear(table), table);
   EXPECT_NE(shhash_searchSlot(table, u"only"), nullptr) << "count 0: clear freed nothing";
@@ -164,10 +167,13 @@ TEST_F(HashTableTest, StatisticsReportLoadChainsAndTheLongest) {
 
 TEST_F(HashTableTest, KeysComeFromTheKeyFunctionWithItsArgumentOrAreTheItems) {
   int calls = 0;
-  ShHashTable* keyed = shhash_new_arg(8, [](void* item, void* arg) -> const void* {
-    ++*static_cast<int*>(arg);
-    return static_cast<Record*>(item)->key.c_str();
-  }, 0, 0, storage_, subpool_, &calls);
+  ShHashTable* keyed = shhash_new_arg(
+      8,
+      [](void* item, void* arg) -> const void* {
+        ++*static_cast<int*>(arg);
+        return static_cast<Record*>(item)->key.c_str();
+      },
+      0, 0, storage_, subpool_, &calls);
   Record r{u"x", 1};
   shhash_insert(keyed, &r);
   EXPECT_EQ(shhash_search(keyed, u"x"), &r);
@@ -188,8 +194,10 @@ TEST_F(HashTableTest, CompositeKeysCompareStringByString) {
   EXPECT_EQ(ko::composite_hash(key({})), 0u);
   ShHashTable* table = shhash_new(16, nullptr, 0, 1, storage_, subpool_);
   EXPECT_EQ(shhash_insert(table, key({u"dbo", u"orders"})), 1);
-  for (auto [probe, found] : {std::pair{key({u"dbo", u"orders"}), true}, {key({u"dbo"}), false},
-                              {key({u"dbo", u"orders", u"x"}), false}, {key({u"dbo", u"Orders"}), false},
+  for (auto [probe, found] : {std::pair{key({u"dbo", u"orders"}), true},
+                              {key({u"dbo"}), false},
+                              {key({u"dbo", u"orders", u"x"}), false},
+                              {key({u"dbo", u"Orders"}), false},
                               {key({u"db", u"oorders"}), false}}) {
     EXPECT_EQ(shhash_search(table, probe) != nullptr, found);
     EXPECT_EQ(shhash_search_unique(table, probe) != nullptr, found);

@@ -73,7 +73,8 @@ int by_value_never_zero(const void* a, const void* b) { return by_value(a, b) < 
 
 TEST(HeapSort, SortsAscendingLikeAReferenceSort) {
   std::mt19937 random(7);
-  std::vector<std::vector<int>> inputs = {{}, {1}, {2, 1}, {1, 2, 3, 4}, {5, 4, 3, 2, 1}, {3, 3, 3}};
+  std::vector<std::vector<int>> inputs = {{},       {1}, {2, 1}, {1, 2, 3, 4}, {5, 4, 3, 2, 1},
+                                          {3, 3, 3}};
   for (int n : {31, 32, 1000}) {
     inputs.emplace_back(n);
     for (int& x : inputs.back()) x = int(random() % 50);

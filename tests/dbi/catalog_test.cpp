@@ -17,11 +17,14 @@ DbiCatalogValue text(const char16_t* column, const char16_t* value) {
 DbiCatalogValue number(const char16_t* column, int64_t value) {
   return DbiCatalogValue{column, DBI_VALUE_INTEGER, nullptr, value};
 }
-DbiCatalogValue null(const char16_t* column) { return DbiCatalogValue{column, DBI_VALUE_NULL, nullptr, 0}; }
+DbiCatalogValue null(const char16_t* column) {
+  return DbiCatalogValue{column, DBI_VALUE_NULL, nullptr, 0};
+}
 
 // Edit-style rows: name, text, type, sequence, work, flags.
 std::vector<DbiCatalogValue> style_rows(
-    std::initializer_list<std::tuple<const char16_t*, const char16_t*, int, int, const char16_t*>> rows) {
+    std::initializer_list<std::tuple<const char16_t*, const char16_t*, int, int, const char16_t*>>
+        rows) {
   std::vector<DbiCatalogValue> values;
   for (const auto& [name, edit, type, sequence, work] : rows) {
     values.push_back(text(u"KOE_NAME", name));
@@ -57,12 +60,14 @@ TEST_F(CatalogTest, FormatAndValidationTablesAreUniqueByName) {
               4);
   DBI_FormatHash(context);
   DBI_ValidHash(context);
-  EXPECT_EQ(driver.operations(), (std::vector<int32_t>{DBI_OP_FORMAT_TABLE, DBI_OP_VALIDATION_TABLE}));
+  EXPECT_EQ(driver.operations(),
+            (std::vector<int32_t>{DBI_OP_FORMAT_TABLE, DBI_OP_VALIDATION_TABLE}));
   auto* format = static_cast<DbiFormatRecord*>(shhash_search(context->format_table, u"money"));
   ASSERT_NE(format, nullptr);
   EXPECT_EQ(std::tuple(narrow(format->format), format->type, format->counter),
             std::tuple("#,##0", static_cast<int16_t>(70000), 70000));
-  auto* rule = static_cast<DbiValidationRecord*>(shhash_search(context->validation_table, u"positive"));
+  auto* rule =
+      static_cast<DbiValidationRecord*>(shhash_search(context->validation_table, u"positive"));
   ASSERT_NE(rule, nullptr);
   EXPECT_EQ(std::tuple(rule->type, narrow(rule->message)), std::tuple(3, "must be positive"));
   DBI_FreeValidHash(context, &context->format_table);
@@ -157,10 +162,14 @@ TEST_F(AttributeReaderTest, TableAttributesReadFontGroupsByName) {
   DbiContext* context = bare_context();
   DbiTableAttributes table{};
   const DbiCatalogValue row[] = {
-      number(u"KOD_FHGT", -12),  text(u"kod_fitl", u"yes"), text(u"kod_funl", u"N"),
-      text(u"koh_fwgt", u"700"), null(u"kol_fhgt"),
+      number(u"KOD_FHGT", -12),
+      text(u"kod_fitl", u"yes"),
+      text(u"kod_funl", u"N"),
+      text(u"koh_fwgt", u"700"),
+      null(u"kol_fhgt"),
       text(u"kol_ffce", u"A face name that is longer than thirty-one characters"),
-      text(u"kot_cmnt", u"orders"), text(u"unknown", u"x"),
+      text(u"kot_cmnt", u"orders"),
+      text(u"unknown", u"x"),
   };
   ko::dbi::read_table_attributes(context, &table, row, sizeof row / sizeof row[0]);
   EXPECT_EQ(std::tuple(table.data.height, table.data.italic, table.data.underline,
@@ -176,8 +185,8 @@ TEST_F(AttributeReaderTest, ColumnRowsApplyOnlyAfterTheirName) {
   columns[0].name = u"id";
   columns[1].name = u"Name";
   const DbiCatalogValue first[] = {text(u"koc_labl", u"ignored"), text(u"koc_cnam", u"name"),
-                                   text(u"koc_hdr", u""), text(u"koc_init", u"x"),
-                                   text(u"koc_bmap", u"Y"), number(u"koc_wdth", 80)};
+                                   text(u"koc_hdr", u""),         text(u"koc_init", u"x"),
+                                   text(u"koc_bmap", u"Y"),       number(u"koc_wdth", 80)};
   ko::dbi::read_column_attributes(context, columns, 2, first, 6);
   EXPECT_EQ(std::tuple(columns[1].label, columns[1].heading, narrow(columns[1].initial),
                        columns[1].bitmap, columns[1].width),

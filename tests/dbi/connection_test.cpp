@@ -23,8 +23,13 @@ TEST(LibraryName, NamesTheDriverByTheFirstThreeCharacters) {
     const char16_t* dbms;
     const char* file;
   } cases[] = {
-      {u"ODBC", "koODB"},    {u"ADO.Net", "koADO"}, {u"MSOLEDBSQL", "komsoledbsql"},
-      {u"mso", "komsoledbsql"}, {u"INF", "koI10"}, {u"Or", "koOr"}, {u"", "ko"},
+      {u"ODBC", "koODB"},
+      {u"ADO.Net", "koADO"},
+      {u"MSOLEDBSQL", "komsoledbsql"},
+      {u"mso", "komsoledbsql"},
+      {u"INF", "koI10"},
+      {u"Or", "koOr"},
+      {u"", "ko"},
   };
   for (const auto& c : cases) EXPECT_EQ(library_name(c.dbms), c.file + suffix()) << narrow(c.dbms);
 }
@@ -76,7 +81,8 @@ TEST_F(ConnectionTest, MissingDriversGiveTheWrongVendorMessage) {
     ASSERT_NE(context, nullptr);
     EXPECT_EQ(std::tuple(context->return_code, context->sql_code, context->driver),
               std::tuple(DBI_RC_ERROR, -1, nullptr));
-    EXPECT_NE(narrow(context->message).find(narrow(dbms)), std::string::npos) << narrow(context->message);
+    EXPECT_NE(narrow(context->message).find(narrow(dbms)), std::string::npos)
+        << narrow(context->message);
   }
 }
 
@@ -230,12 +236,12 @@ TEST(VendorRegistry, RegistersAndRemovesVendors) {
   ASSERT_EQ(DBI_RegisterVendor(u"KoshrTestVendor", u"koTST"), 0);
   KOCHAR value[64] = {};
   const KOCHAR* key = u"Software\\Velmora\\Korvane\\25.0\\Vendors";
-  ASSERT_TRUE(ko::os::registry_get_string(ko::os::Hive::kLocalMachine, key, u"KoshrTestVendor",
-                                          value, 64));
+  ASSERT_TRUE(
+      ko::os::registry_get_string(ko::os::Hive::kLocalMachine, key, u"KoshrTestVendor", value, 64));
   EXPECT_EQ(narrow(value), "koTST");
   EXPECT_EQ(DBI_UnRegisterVendor(u"KoshrTestVendor"), 0);
-  EXPECT_FALSE(ko::os::registry_get_string(ko::os::Hive::kLocalMachine, key, u"KoshrTestVendor",
-                                           value, 64));
+  EXPECT_FALSE(
+      ko::os::registry_get_string(ko::os::Hive::kLocalMachine, key, u"KoshrTestVendor", value, 64));
 }
 
 TEST(NullArguments, EveryEntryPointReturnsZeroWithoutTouchingMemory) {

@@ -41,8 +41,8 @@ class Driver {
     function<TestDriverSetAnswer>("TestDriver_SetAnswer")(operation, rc, sql_code, result);
   }
   void rows(int32_t catalog, const std::vector<DbiCatalogValue>& values, uint32_t per_row) const {
-    function<TestDriverSetRows>("TestDriver_SetRows")(catalog, values.data(), per_row,
-                                                      static_cast<uint32_t>(values.size() / per_row));
+    function<TestDriverSetRows>("TestDriver_SetRows")(
+        catalog, values.data(), per_row, static_cast<uint32_t>(values.size() / per_row));
   }
   std::vector<TestDriverCall> calls() const {
     int32_t count = 0;

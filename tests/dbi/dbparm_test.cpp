@@ -19,7 +19,8 @@ class DbParmTest : public dbi_test::ContextTest {
     std::string out;
     for (void* item = shlist_get_first(list); item != nullptr; item = shlist_get_next(list)) {
       const auto* parm = static_cast<DbiParm*>(item);
-      out += narrow(parm->name) + "=" + narrow(parm->text) + "#" + std::to_string(parm->number) + ";";
+      out +=
+          narrow(parm->name) + "=" + narrow(parm->text) + "#" + std::to_string(parm->number) + ";";
     }
     DBI_FreeParmList(context, &list);
     EXPECT_EQ(list, nullptr);
@@ -122,7 +123,8 @@ TEST_F(DbParmTest, YesTrue1) {
       {{nullptr, no, 0, 0, {}}, 0},      {{nullptr, nullptr, 0, 0, {}}, 0},
       {{nullptr, no, -1, 0, {}}, 1},
   };
-  for (const auto& c : cases) EXPECT_EQ(DBI_YesTrue1(&c.record), c.expected) << narrow(c.record.text);
+  for (const auto& c : cases)
+    EXPECT_EQ(DBI_YesTrue1(&c.record), c.expected) << narrow(c.record.text);
   EXPECT_EQ(DBI_YesTrue1(nullptr), 0);
 }
 

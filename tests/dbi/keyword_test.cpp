@@ -12,10 +12,17 @@ TEST(KeywordCompare, WordRuleAtAPosition) {
     const char16_t* keyword;
     int32_t expected;
   } cases[] = {
-      {u" where a", u"where", 1}, {u",WHERE", u"where", 1},  {u" where,", u"where", 1},
-      {u"(where", u"where", 0},   {u" where(", u"where", 0}, {u"somewhere", u"where", 0},
-      {u" wher", u"where", 0},    {u"a=b", u"=", 1},         {u"(=)", u"=", 1},
-      {u" x", u"X", 1},           {u" selected", u"select", 0},
+      {u" where a", u"where", 1},
+      {u",WHERE", u"where", 1},
+      {u" where,", u"where", 1},
+      {u"(where", u"where", 0},
+      {u" where(", u"where", 0},
+      {u"somewhere", u"where", 0},
+      {u" wher", u"where", 0},
+      {u"a=b", u"=", 1},
+      {u"(=)", u"=", 1},
+      {u" x", u"X", 1},
+      {u" selected", u"select", 0},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(DBI_DoCompare(c.text + 1, c.keyword), c.expected) << narrow(c.text);

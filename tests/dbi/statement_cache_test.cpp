@@ -30,7 +30,8 @@ class StatementCacheTest : public dbi_test::DriverTest {
   std::vector<intptr_t> closed(DbiContext* context) {
     std::vector<intptr_t> out;
     for (const auto& call : Driver(context->module).calls()) {
-      if (call.operation == DBI_OP_CLOSE_STATEMENT) out.push_back(reinterpret_cast<intptr_t>(call.statement));
+      if (call.operation == DBI_OP_CLOSE_STATEMENT)
+        out.push_back(reinterpret_cast<intptr_t>(call.statement));
     }
     return out;
   }
@@ -49,7 +50,8 @@ TEST_F(StatementCacheTest, KeysAreExactTextAfterLeadingBlanks) {
   SqlCacheEntry* second = nullptr;
   DBI_SQLCacheRequestSqlStatement(context, cache, u"SELECT 1", &second);
   EXPECT_EQ(std::tuple(second, cache->hits, cache->misses), std::tuple(nullptr, 1u, 2u));
-  EXPECT_EQ(narrow(DBI_SQLCacheStatistics(context, 1)), "1 Cache Hits,2 Cache Misses,0 entries in Cache");
+  EXPECT_EQ(narrow(DBI_SQLCacheStatistics(context, 1)),
+            "1 Cache Hits,2 Cache Misses,0 entries in Cache");
   EXPECT_EQ(context->cache_statistics, DBI_SQLCacheStatistics(context, 0));
 }
 
@@ -59,17 +61,15 @@ TEST_F(StatementCacheTest, ReturningEntriesEvictsTheLeastRecentlyReturned) {
     std::vector<intptr_t> waiting;
     std::vector<intptr_t> closed;
   } cases[] = {
-      {u"SQLCache=2", {3, 2}, {1}},
-      {u"SQLCache=0", {3}, {1, 2}},
-      {u"SQLCache=1", {3}, {1, 2}},
-      {u"SQLCache='5'", {3}, {1, 2}},
-      {u"SQLCache=5", {3, 2, 1}, {}},
+      {u"SQLCache=2", {3, 2}, {1}},   {u"SQLCache=0", {3}, {1, 2}},   {u"SQLCache=1", {3}, {1, 2}},
+      {u"SQLCache='5'", {3}, {1, 2}}, {u"SQLCache=5", {3, 2, 1}, {}},
   };
   for (const auto& c : cases) {
     DbiContext* context = connected(c.parameters);
     for (intptr_t statement : {1, 2, 3}) {
       const std::u16string sql = u"select " + std::u16string(1, char16_t(u'0' + statement));
-      DBI_SQLCacheMakeSQLStatementAvailable(context, entry(context, sql.c_str(), statement), context->sql_cache);
+      DBI_SQLCacheMakeSQLStatementAvailable(context, entry(context, sql.c_str(), statement),
+                                            context->sql_cache);
     }
     EXPECT_EQ(waiting(context->sql_cache), c.waiting) << narrow(c.parameters);
     EXPECT_EQ(closed(context), c.closed) << narrow(c.parameters);
@@ -149,7 +149,8 @@ TEST_F(StatementCacheTest, StatisticsAndNullCaches) {
   EXPECT_EQ(narrow(DBI_SQLCacheStatistics(context, 0)), "");
   SqlCacheEntry* found = nullptr;
   DBI_SQLCacheRequestSqlStatement(context, context->sql_cache, u"x", &found);
-  EXPECT_EQ(narrow(DBI_SQLCacheStatistics(context, 0)), "0 Cache Hits,1 Cache Misses,0 entries in Cache");
+  EXPECT_EQ(narrow(DBI_SQLCacheStatistics(context, 0)),
+            "0 Cache Hits,1 Cache Misses,0 entries in Cache");
   DBI_SQLCacheRequestSqlStatement(context, nullptr, u"x", &found);
   EXPECT_EQ(found, nullptr);
   EXPECT_EQ(DBI_SQLCacheEnd(context, nullptr), 0);

@@ -21,9 +21,11 @@ TEST_F(BlockTailTest, UnusedPayloadIsZeroWhateverTheBufferHeldBefore) {
   // Full blocks of non-zero bytes first, so every later short block reuses
   // a buffer slot that held payload; sizes around the 502-byte payload.
   const Case cases[] = {
-      {"big_first.txt", 20000, u""},   {"one.txt", 1, u""},          {"almost.txt", 501, u""},
-      {"exact.txt", 502, u""},         {"over.txt", 503, u""},       {"two_and_bit.txt", 1005, u""},
-      {"commented.txt", 7, u"a note"}, {"big_again.txt", 17000, u""}, {"last.txt", 33, u""},
+      {"big_first.txt", 20000, u""},   {"one.txt", 1, u""},
+      {"almost.txt", 501, u""},        {"exact.txt", 502, u""},
+      {"over.txt", 503, u""},          {"two_and_bit.txt", 1005, u""},
+      {"commented.txt", 7, u"a note"}, {"big_again.txt", 17000, u""},
+      {"last.txt", 33, u""},
   };
   std::u16string p = create();
   LMI_HANDLE lib = open(p);
@@ -34,7 +36,8 @@ TEST_F(BlockTailTest, UnusedPayloadIsZeroWhateverTheBufferHeldBefore) {
   }
   // The same names again, with the first chains partly still in the write
   // buffer: the rewrite lands in new blocks, the old ones are freed.
-  for (const Case& c : cases) ASSERT_EQ(put(lib, c.name, pattern(c.size, 9), c.comment), 0) << c.name;
+  for (const Case& c : cases)
+    ASSERT_EQ(put(lib, c.name, pattern(c.size, 9), c.comment), 0) << c.name;
   ASSERT_EQ(LMI_CloseLibrary(lib), 0);
 
   Bytes image = file_bytes("lib.kol");
@@ -46,7 +49,8 @@ TEST_F(BlockTailTest, UnusedPayloadIsZeroWhateverTheBufferHeldBefore) {
     size_t used = ko::load_le16(block + 8);
     ASSERT_GE(used, 1u) << "block at " << at;
     ASSERT_LE(used, 502u) << "block at " << at;
-    for (size_t i = 10 + used; i < 512; ++i) ASSERT_EQ(block[i], 0) << "block at " << at << ", byte " << i;
+    for (size_t i = 10 + used; i < 512; ++i)
+      ASSERT_EQ(block[i], 0) << "block at " << at << ", byte " << i;
   }
   EXPECT_GT(data_blocks, 2 * 80);
   lib = open(p, LMI_MODE_READ);

@@ -20,9 +20,7 @@ class CorruptTest : public LibraryTest {
     LMI_CloseLibrary(h);
     return file_bytes("sound.kol");
   }
-  void write(const Bytes& b) {
-    write_file("bad.kol", b);
-  }
+  void write(const Bytes& b) { write_file("bad.kol", b); }
 };
 
 constexpr size_t kRecord = 1536 + 32;
@@ -39,14 +37,17 @@ TEST_F(CorruptTest, DamageGivesCodesAndFindings) {
       {"root magic", [](Bytes& b) { b[1536] = 'X'; }, false, 0},
       {"root free count", [](Bytes& b) { put_u32(b, 1536 + 16, 0xFFFF); }, false, 0},
       {"product name", [](Bytes& b) { b[6] = 'X'; }, false, 0},
-      {"data link outside the file", [](Bytes& b) { put_u32(b, kRecord + 12, 0x7FFFFE00); }, true, -3},
+      {"data link outside the file", [](Bytes& b) { put_u32(b, kRecord + 12, 0x7FFFFE00); }, true,
+       -3},
       {"data link into the header", [](Bytes& b) { put_u32(b, kRecord + 12, 512); }, true, -3},
       {"data length too long", [](Bytes& b) { put_u32(b, kRecord + 16, 0x10000000); }, true, 0},
-      {"cyclic chain", [](Bytes& b) {
+      {"cyclic chain",
+       [](Bytes& b) {
          uint32_t first = u32_at(b, kRecord + 12);
          put_u32(b, first + 4, first);
          put_u32(b, kRecord + 16, 0x00100000);
-       }, true, 0},
+       },
+       true, 0},
       {"bitmap chain loop", [](Bytes& b) { put_u32(b, 1024 + 4, 1024); }, true, 0},
       {"child link to nowhere", [](Bytes& b) { put_u32(b, 1536 + 4, 0x7FFFF000); }, true, 0},
   };
@@ -90,9 +91,16 @@ TEST_F(CorruptTest, CheckNamesWhatIsWrong) {
     const char* finding;
     int severity;
   } cases[] = {
-      {"a leaked block", [](Bytes& b) { b.resize(b.size() + 512, 0); b[1032 + 3] |= 0x01; }, "marked used but nothing", LMI_CHECK_LEAKED},
-      {"a used block marked free", [](Bytes& b) { b[1033] &= 0x7F; }, "in use but marked free", LMI_CHECK_DAMAGE},
-      {"a short chain", [](Bytes& b) { put_u32(b, kRecord + 16, 2100); }, "the chain holds", LMI_CHECK_DAMAGE},
+      {"a leaked block",
+       [](Bytes& b) {
+         b.resize(b.size() + 512, 0);
+         b[1032 + 3] |= 0x01;
+       },
+       "marked used but nothing", LMI_CHECK_LEAKED},
+      {"a used block marked free", [](Bytes& b) { b[1033] &= 0x7F; }, "in use but marked free",
+       LMI_CHECK_DAMAGE},
+      {"a short chain", [](Bytes& b) { put_u32(b, kRecord + 16, 2100); }, "the chain holds",
+       LMI_CHECK_DAMAGE},
   };
   for (const Case& c : cases) {
     Bytes b = good;
@@ -100,7 +108,8 @@ TEST_F(CorruptTest, CheckNamesWhatIsWrong) {
     write(b);
     auto findings = check(path("bad.kol"));
     bool seen = false;
-    for (auto& f : findings) seen |= f.second.find(c.finding) != std::string::npos && f.first == c.severity;
+    for (auto& f : findings)
+      seen |= f.second.find(c.finding) != std::string::npos && f.first == c.severity;
     EXPECT_TRUE(seen) << c.what << ": " << (findings.empty() ? "nothing" : findings[0].second);
   }
   EXPECT_EQ(LMI_CheckLibrary(storage_, nullptr, nullptr, nullptr), -10);

@@ -41,7 +41,8 @@ TEST_F(EntryCopyTest, CopyWithinAndAcross) {
     const char16_t* from;
     const char16_t* to;  // null: the same name
     const char* result;
-  } cases[] = {{false, u"One.dat", u"three.dat", "three.dat"}, {true, u"one.dat", nullptr, "one.dat"},
+  } cases[] = {{false, u"One.dat", u"three.dat", "three.dat"},
+               {true, u"one.dat", nullptr, "one.dat"},
                {true, u"one.dat", u"renamed.dat", "renamed.dat"}};
   for (const Case& c : cases) {
     LMI_HANDLE to = c.across ? b_ : a_;

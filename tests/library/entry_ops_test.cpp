@@ -26,11 +26,16 @@ class EntryOpsTest : public LibraryTest {
 
 TEST_F(EntryOpsTest, RoundTripsOfManySizes) {
   const size_t sizes[] = {0, 1, 501, 502, 503, 1004, 16383, 16384, 16385, 100000, 300000};
-  for (size_t size : sizes) ASSERT_EQ(put(lib_, "e" + std::to_string(size) + ".dat", pattern(size, uint32_t(size))), 0);
-  for (size_t size : sizes) EXPECT_EQ(get(lib_, "e" + std::to_string(size) + ".dat"), pattern(size, uint32_t(size))) << size;
+  for (size_t size : sizes)
+    ASSERT_EQ(put(lib_, "e" + std::to_string(size) + ".dat", pattern(size, uint32_t(size))), 0);
+  for (size_t size : sizes)
+    EXPECT_EQ(get(lib_, "e" + std::to_string(size) + ".dat"), pattern(size, uint32_t(size)))
+        << size;
   ASSERT_EQ(LMI_CloseLibrary(lib_), 0);
   lib_ = open(lib_path_, LMI_MODE_READ);
-  for (size_t size : sizes) EXPECT_EQ(get(lib_, "e" + std::to_string(size) + ".dat"), pattern(size, uint32_t(size))) << size;
+  for (size_t size : sizes)
+    EXPECT_EQ(get(lib_, "e" + std::to_string(size) + ".dat"), pattern(size, uint32_t(size)))
+        << size;
 }
 
 TEST_F(EntryOpsTest, OpenEntryRefusals) {
@@ -46,7 +51,8 @@ TEST_F(EntryOpsTest, OpenEntryRefusals) {
   for (const Case& c : busy) EXPECT_EQ(LMI_OpenEntry(c.lib, c.name, c.mode, nullptr), c.rc);
   EXPECT_EQ(LMI_EntryExists(lib_, b), -16);
   EXPECT_EQ(LMI_CloseEntry(lib_), 0);
-  Case idle[] = {{lib_, nullptr, LMI_ENTRY_READ, -10}, {lib_, b, 2, -9}, {lib_, b, LMI_ENTRY_READ, -12}};
+  Case idle[] = {
+      {lib_, nullptr, LMI_ENTRY_READ, -10}, {lib_, b, 2, -9}, {lib_, b, LMI_ENTRY_READ, -12}};
   for (const Case& c : idle) EXPECT_EQ(LMI_OpenEntry(c.lib, c.name, c.mode, nullptr), c.rc);
   EXPECT_EQ(LMI_CloseEntry(lib_), -14);
   uint8_t byte;
@@ -77,7 +83,7 @@ TEST_F(EntryOpsTest, MixedCaseRulesOfTheDirectory) {
   // Only ASCII letters are lower-cased; other letters keep their case.
   ASSERT_EQ(put(lib_, "a.dat", pattern(1, 1)), 0);
   ASSERT_EQ(put(lib_, "\xE9.dat", pattern(2, 2)), 0);  // e-acute, the root's highest
-  KOCHAR upper[] = {0xC9, u'.', u'd', u'a', u't', 0};   // E-acute
+  KOCHAR upper[] = {0xC9, u'.', u'd', u'a', u't', 0};  // E-acute
   EXPECT_EQ(LMI_EntryExists(lib_, upper), 0) << "a name equal to the highest but for case is found";
   LMI_ENTRY_INFO info;
   ASSERT_EQ(LMI_EntryInformation(lib_, upper, &info), 0);
@@ -109,7 +115,11 @@ TEST_F(EntryOpsTest, RewritingKeepsOrReplacesTheComment) {
   struct Step {
     const char16_t* comment;  // given at the rewrite
     const char* kept;         // comment afterwards
-  } steps[] = {{u"  first  ", "first"}, {u"", "first"}, {nullptr, "first"}, {u"second", "second"}, {u"   ", ""}};
+  } steps[] = {{u"  first  ", "first"},
+               {u"", "first"},
+               {nullptr, "first"},
+               {u"second", "second"},
+               {u"   ", ""}};
   for (const Step& s : steps) {
     std::u16string n = u"d.dat";
     ASSERT_EQ(LMI_OpenEntry(lib_, n.data(), LMI_ENTRY_WRITE, s.comment), 0);

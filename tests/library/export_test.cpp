@@ -11,7 +11,8 @@ namespace {
 class ExportTest : public LibraryTest {
  protected:
   std::u16string escape(const std::u16string& text, bool decrypt) {
-    KOCHAR* out = decrypt ? LMI_DecryptSpecialChars(storage_, text.c_str()) : LMI_EncryptSpecialChars(storage_, text.c_str());
+    KOCHAR* out = decrypt ? LMI_DecryptSpecialChars(storage_, text.c_str())
+                          : LMI_EncryptSpecialChars(storage_, text.c_str());
     std::u16string result = out;
     EXPECT_GE(kostg_sz(storage_, out), 2 * (result.size() + 1));
     kostg_fee(storage_, out);
@@ -86,8 +87,9 @@ TEST_F(ExportTest, HexSectionLines) {
   EXPECT_EQ(data.substr(2, 16), u"0403020100000605");
   EXPECT_EQ(data.substr(18, 3976), std::u16string(3976, u'0'));
   EXPECT_EQ(data.substr(3994), u"\r\n");
-  std::u16string end = std::u16string(u"1") + digit(sum) +
-                       u"six.bin \r\nEnd of Korvane Binary Data Section : No Source Expected After This Point\r\n";
+  std::u16string end =
+      std::u16string(u"1") + digit(sum) +
+      u"six.bin \r\nEnd of Korvane Binary Data Section : No Source Expected After This Point\r\n";
   EXPECT_EQ(text.substr(start.size() + header.size() + 3996), end);
 
   // Read back: padded with zero bytes to 1996.

@@ -25,7 +25,8 @@ TEST_F(LargeLibraryTest, BitmapChainGrowsAcrossRanges) {
     std::u16string p = create("big" + std::to_string(n++) + ".kol");
     auto name = [](int i) { return "part_" + std::to_string(i) + ".bin"; };
     LMI_HANDLE lib = open(p);
-    for (int i = 0; i < c.entries; ++i) ASSERT_EQ(put(lib, name(i), pattern(c.size, uint32_t(i))), 0) << i;
+    for (int i = 0; i < c.entries; ++i)
+      ASSERT_EQ(put(lib, name(i), pattern(c.size, uint32_t(i))), 0) << i;
     ASSERT_EQ(LMI_CloseLibrary(lib), 0);
 
     // Every other entry goes, then comes back half as long: the freed runs
@@ -37,7 +38,8 @@ TEST_F(LargeLibraryTest, BitmapChainGrowsAcrossRanges) {
     }
     ASSERT_EQ(LMI_CloseLibrary(lib), 0);
     lib = open(p);
-    for (int i = 0; i < c.entries; i += 2) ASSERT_EQ(put(lib, name(i), pattern(c.size / 2, uint32_t(i))), 0) << i;
+    for (int i = 0; i < c.entries; i += 2)
+      ASSERT_EQ(put(lib, name(i), pattern(c.size / 2, uint32_t(i))), 0) << i;
     LMI_SPACE_INFO space;
     ASSERT_EQ(LMI_LibrarySpace(lib, &space), 0);
     EXPECT_GE(space.bitmapBlocks, c.bitmaps_at_least);

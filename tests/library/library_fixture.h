@@ -76,7 +76,8 @@ class LibraryTest : public ko_test::StorageTest {
     return LMI_OpenLibrary(storage_, p.c_str(), mode, 0);
   }
 
-  static int32_t put(LMI_HANDLE lib, const std::string& name, const Bytes& data, const std::u16string& comment = u"") {
+  static int32_t put(LMI_HANDLE lib, const std::string& name, const Bytes& data,
+                     const std::u16string& comment = u"") {
     std::u16string n = u16(name);
     int32_t rc = LMI_OpenEntry(lib, n.data(), LMI_ENTRY_WRITE, comment.c_str());
     if (rc) return rc;
@@ -92,7 +93,8 @@ class LibraryTest : public ko_test::StorageTest {
     if (r == 0) {
       uint8_t chunk[1000];
       int32_t got;
-      while ((got = LMI_ReadEntry(lib, chunk, sizeof chunk)) > 0) out.insert(out.end(), chunk, chunk + got);
+      while ((got = LMI_ReadEntry(lib, chunk, sizeof chunk)) > 0)
+        out.insert(out.end(), chunk, chunk + got);
       if (got < 0) r = got;
       LMI_CloseEntry(lib);
     }
@@ -118,12 +120,12 @@ class LibraryTest : public ko_test::StorageTest {
   // Findings of LMI_CheckLibrary: (severity, text).
   std::vector<std::pair<int, std::string>> check(const std::u16string& p) {
     std::vector<std::pair<int, std::string>> findings;
-    int32_t rc = LMI_CheckLibrary(storage_, p.c_str(),
-                                  [](void* ctx, int severity, const char* text) {
-                                    static_cast<std::vector<std::pair<int, std::string>>*>(ctx)->push_back(
-                                        {severity, text});
-                                  },
-                                  &findings);
+    int32_t rc = LMI_CheckLibrary(
+        storage_, p.c_str(),
+        [](void* ctx, int severity, const char* text) {
+          static_cast<std::vector<std::pair<int, std::string>>*>(ctx)->push_back({severity, text});
+        },
+        &findings);
     if (rc < 0) findings.push_back({LMI_CHECK_DAMAGE, "check failed: " + std::to_string(rc)});
     return findings;
   }

@@ -17,7 +17,7 @@ TEST_F(LibraryOpsTest, CreateNamesAndRefusals) {
     int32_t rc;
     const char* file;  // the file that must exist afterwards, "" for none
   } cases[] = {
-      {"Lib", 0, "lib.kol"},      {"x.txt", -10, ""},        {"Comp.KOD", 0, "comp.kod"},
+      {"Lib", 0, "lib.kol"},         {"x.txt", -10, ""},    {"Comp.KOD", 0, "comp.kod"},
       {"index.idx", 0, "index.idx"}, {"t.tmp", 0, "t.tmp"}, {"b.bin", 0, "b.bin"},
   };
   for (const Case& c : cases) {
@@ -43,7 +43,8 @@ TEST_F(LibraryOpsTest, CommentCarriesTheVersionWhereDue) {
   struct Case {
     const char* name;
     bool prefixed;
-  } cases[] = {{"a.kod", true}, {"b.idx", true}, {"c.kol", false}, {"kodom1.kol", true}, {"d.tmp", false}};
+  } cases[] = {
+      {"a.kod", true}, {"b.idx", true}, {"c.kol", false}, {"kodom1.kol", true}, {"d.tmp", false}};
   for (const Case& c : cases) {
     std::u16string p = create(c.name, u"mine");
     LMI_HANDLE h = open(p, LMI_MODE_READ);

@@ -19,7 +19,9 @@ TEST_F(LongReadingTest, EveryEntryReadsBackInAnyOrderAndChunking) {
   {
     LMI_HANDLE lib = open(p);
     for (int i = 0; i < kEntries; ++i)
-      ASSERT_EQ(put(lib, entry_name(i), pattern(entry_size(i), uint32_t(i)), i % 7 ? u"" : u"a comment"), 0);
+      ASSERT_EQ(
+          put(lib, entry_name(i), pattern(entry_size(i), uint32_t(i)), i % 7 ? u"" : u"a comment"),
+          0);
     ASSERT_EQ(LMI_CloseLibrary(lib), 0);
   }
   struct Case {
@@ -46,7 +48,8 @@ TEST_F(LongReadingTest, EveryEntryReadsBackInAnyOrderAndChunking) {
         Bytes got;
         std::vector<uint8_t> chunk(c.chunk);
         int32_t r;
-        while ((r = LMI_ReadEntry(lib, chunk.data(), c.chunk)) > 0) got.insert(got.end(), chunk.begin(), chunk.begin() + r);
+        while ((r = LMI_ReadEntry(lib, chunk.data(), c.chunk)) > 0)
+          got.insert(got.end(), chunk.begin(), chunk.begin() + r);
         ASSERT_EQ(r, 0) << i;
         ASSERT_EQ(got, pattern(entry_size(i), uint32_t(i))) << i;
         ASSERT_EQ(LMI_CloseEntry(lib), 0);

@@ -38,12 +38,14 @@ std::vector<Scenario> scenarios() {
   const std::u16string e_upper = u"\u00c9t\u00c9.txt", e_lower = u"\u00e9t\u00e9.txt";
   const std::u16string kelvin = u"\u212a.txt", k = u"k.txt";
   std::vector<Scenario> out;
-  out.push_back({"case pairs added, then the lower one deleted",
-                 {{true, e_upper}, {true, e_lower}, {true, kelvin}, {true, k}, {false, e_lower}, {false, k}},
-                 {e_upper, e_lower, kelvin, k}});
-  out.push_back({"delete then add again under the other case",
-                 {{true, e_lower}, {false, e_lower}, {true, e_upper}, {true, u"a.txt"}, {false, u"a.txt"}},
-                 {e_upper, e_lower, u"a.txt", u"b.txt"}});
+  out.push_back(
+      {"case pairs added, then the lower one deleted",
+       {{true, e_upper}, {true, e_lower}, {true, kelvin}, {true, k}, {false, e_lower}, {false, k}},
+       {e_upper, e_lower, kelvin, k}});
+  out.push_back(
+      {"delete then add again under the other case",
+       {{true, e_lower}, {false, e_lower}, {true, e_upper}, {true, u"a.txt"}, {false, u"a.txt"}},
+       {e_upper, e_lower, u"a.txt", u"b.txt"}});
   Scenario many{"enough names to split nodes, a third deleted", {}, {e_upper, e_lower}};
   for (int i = 0; i < 400; ++i) many.steps.push_back({true, numbered(i)});
   many.steps.push_back({true, e_upper});

@@ -52,9 +52,11 @@ TEST_F(NameIndexUnitTest, AnswersTheExactNameWhileNothingChanged) {
     bool hit;
   } cases[] = {
       {u"a.txt", u"a.txt", 5, u"a.txt", 5, true},
-      {u"a.txt", u"a.txt", 5, u"a.txt", 6, false},               // a node changed since
-      {u"\u00e9t\u00e9.txt", u"\u00e9t\u00e9.txt", 5, u"\u00c9t\u00c9.txt", 5, false},  // other case
-      {u"\u00c9t\u00c9.txt", u"\u00e9t\u00e9.txt", 5, u"\u00e9t\u00e9.txt", 5, false},  // found by folding
+      {u"a.txt", u"a.txt", 5, u"a.txt", 6, false},  // a node changed since
+      {u"\u00e9t\u00e9.txt", u"\u00e9t\u00e9.txt", 5, u"\u00c9t\u00c9.txt", 5,
+       false},  // other case
+      {u"\u00c9t\u00c9.txt", u"\u00e9t\u00e9.txt", 5, u"\u00e9t\u00e9.txt", 5,
+       false},  // found by folding
       {u"a.txt", u"a.txt", 5, u"a.tx", 5, false},
       {u"a.txt", u"a.txt", 5, u"a.txtx", 5, false},
   };
@@ -76,8 +78,9 @@ TEST_F(NameIndexUnitTest, AnswersTheExactNameWhileNothingChanged) {
 
 TEST_F(NameIndexUnitTest, KeepsEveryNameAcrossGrowthAndForgetsAllOnAChange) {
   std::vector<std::u16string> names;
-  for (int i = 0; i < 2000; ++i) names.push_back(u"n" + std::u16string(1, char16_t(u'a' + i % 26)) +
-                                                 std::u16string(1, char16_t(0x100 + i)) + u".txt");
+  for (int i = 0; i < 2000; ++i)
+    names.push_back(u"n" + std::u16string(1, char16_t(u'a' + i % 26)) +
+                    std::u16string(1, char16_t(0x100 + i)) + u".txt");
   cached_.reserve(names.size());
   std::vector<EntryRef> refs;
   for (const auto& n : names) {

@@ -58,7 +58,8 @@ class NothingLostTest : public LibraryTest {
                const Contents& after, Host host = Host::kNone) {
     Contents seeded;
     std::u16string original = seed("orig_" + what + ".kol", &seeded, host);
-    for (ko::os::WriteFaultKind kind : {ko::os::WriteFaultKind::kFail, ko::os::WriteFaultKind::kShort}) {
+    for (ko::os::WriteFaultKind kind :
+         {ko::os::WriteFaultKind::kFail, ko::os::WriteFaultKind::kShort}) {
       for (uint64_t call = 0;; ++call) {
         std::u16string p = fresh_copy(what);
         LMI_HANDLE h = open(p);
@@ -126,8 +127,8 @@ class NothingLostTest : public LibraryTest {
 
   // `after` holds the subjects of the operation: their new contents, or an
   // empty optional-like marker (absent) when the operation removes them.
-  void verify(const std::u16string& p, const Contents& before, const Contents& after, bool completed,
-              const std::string& where) {
+  void verify(const std::u16string& p, const Contents& before, const Contents& after,
+              bool completed, const std::string& where) {
     LMI_HANDLE h = open(p, LMI_MODE_READ);
     ASSERT_NE(h, nullptr) << where;
     for (auto& [name, data] : before) {
@@ -189,12 +190,15 @@ TEST_F(NothingLostTest, DeleteOfEntries) {
   Contents seeded, removed;
   seed("names.kol", &seeded);
   for (auto it = seeded.begin(); removed.size() < 70; ++it) removed[it->first] = kAbsent;
-  exhaust("delete", [&](LMI_HANDLE h) {
-    for (auto& [name, unused] : removed) {
-      std::u16string n = u16(name);
-      LMI_DeleteEntry(h, n.data());
-    }
-  }, removed);
+  exhaust(
+      "delete",
+      [&](LMI_HANDLE h) {
+        for (auto& [name, unused] : removed) {
+          std::u16string n = u16(name);
+          LMI_DeleteEntry(h, n.data());
+        }
+      },
+      removed);
 }
 
 }  // namespace

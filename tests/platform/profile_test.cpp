@@ -4,8 +4,8 @@
 
 #include <string>
 
-#include "platform/platform.h"
 #include "environment.h"
+#include "platform/platform.h"
 #include "scratch_folder.h"
 
 #ifndef _WIN32
@@ -20,17 +20,17 @@ class Profile : public ::testing::Test {
   void SetUp() override {
     const auto path = ko_test::process_scratch_folder().file("win.ini");
     ko_test::write_bytes(path,
-                             "[intl]\n"
-                             "sDecimal=,\n"
-                             "sThousand= .\n"
-                             "iCurrDigits=2\n"
-                             "iNegative=-7\n"
-                             "iSuffix=12abc\n"
-                             "iWord=abc\n"
-                             "iEmpty=\n"
-                             "sQuoted=\" x \"\n"
-                             "[Debug]\n"
-                             "OutputDebugMessage=1\n");
+                         "[intl]\n"
+                         "sDecimal=,\n"
+                         "sThousand= .\n"
+                         "iCurrDigits=2\n"
+                         "iNegative=-7\n"
+                         "iSuffix=12abc\n"
+                         "iWord=abc\n"
+                         "iEmpty=\n"
+                         "sQuoted=\" x \"\n"
+                         "[Debug]\n"
+                         "OutputDebugMessage=1\n");
     ko_test::set_env("KOSHR_PROFILE", path.string());
   }
 };

@@ -14,18 +14,18 @@ uint32_t le16(const std::string& bytes, size_t at) {
 }
 
 Table dbase_table() {
-  return Table{{{u"name", 8, KOSAVE_STRING},
-                {u"quantity_in_stock", 0, KOSAVE_DOUBLE},
-                {u"stamp", 0, KOSAVE_DATETIME},
-                {u"day", 0, KOSAVE_DATE},
-                {u"at", 0, KOSAVE_TIME},
-                {u"price", 2, KOSAVE_DECIMAL},
-                {u"whole", 0, KOSAVE_DECIMAL}},
-               {{Cell(u"Widget"), Cell(3.0), Cell(date_time(2024, 3, 5, 13, 45, 7)),
-                 Cell(date_time(1999, 12, 31)), Cell(date_time(2000, 1, 1, 8, 5, 9)),
-                 Cell(decimal(1999, 2)), Cell(decimal(7, 0))},
-                {Cell(u"a string longer than eight"), Cell(-0.5), Cell(), Cell(), Cell(), Cell(),
-                 Cell()}}};
+  return Table{
+      {{u"name", 8, KOSAVE_STRING},
+       {u"quantity_in_stock", 0, KOSAVE_DOUBLE},
+       {u"stamp", 0, KOSAVE_DATETIME},
+       {u"day", 0, KOSAVE_DATE},
+       {u"at", 0, KOSAVE_TIME},
+       {u"price", 2, KOSAVE_DECIMAL},
+       {u"whole", 0, KOSAVE_DECIMAL}},
+      {{Cell(u"Widget"), Cell(3.0), Cell(date_time(2024, 3, 5, 13, 45, 7)),
+        Cell(date_time(1999, 12, 31)), Cell(date_time(2000, 1, 1, 8, 5, 9)), Cell(decimal(1999, 2)),
+        Cell(decimal(7, 0))},
+       {Cell(u"a string longer than eight"), Cell(-0.5), Cell(), Cell(), Cell(), Cell(), Cell()}}};
 }
 
 TEST_F(BinaryTest, Dbase3MatchesGoldenFile) {
@@ -182,9 +182,10 @@ TEST_F(BinaryTest, Dbase3NumbersKeepTheirValueOrAreMarked) {
 }
 
 Table wk_table() {
-  return Table{{{u"Name", 0, KOSAVE_STRING}, {u"Qty", 300, KOSAVE_DOUBLE}, {u"Price", 2, KOSAVE_DECIMAL}},
-               {{Cell(u"Widget"), Cell(3.0), Cell(decimal(1999, 2))},
-                {Cell(std::u16string(300, u'w')), Cell(), Cell(decimal(-42, 0))}}};
+  return Table{
+      {{u"Name", 0, KOSAVE_STRING}, {u"Qty", 300, KOSAVE_DOUBLE}, {u"Price", 2, KOSAVE_DECIMAL}},
+      {{Cell(u"Widget"), Cell(3.0), Cell(decimal(1999, 2))},
+       {Cell(std::u16string(300, u'w')), Cell(), Cell(decimal(-42, 0))}}};
 }
 
 TEST_F(BinaryTest, WorksheetMatchesGoldenFile) {

@@ -44,8 +44,7 @@ TEST_F(DelimitedTest, HeaderNamesAreNeverQuotedAndEveryRowKeepsItsFields) {
   Table table{{{u"a,b", 5, KOSAVE_STRING}, {u"n", 0, KOSAVE_STRING}, {u"c", 0, 99}},
               {{Cell(u"x"), Cell(), Cell(u"ignored")}, {Cell(), Cell(u"y"), Cell()}}};
   CKO_SaveCsv csv;
-  EXPECT_EQ(export_bytes(csv, "h.csv", table, KOSAVE_COLUMN_NAMES),
-            "a,b,n,c\r\nx,,\r\n,y,\r\n");
+  EXPECT_EQ(export_bytes(csv, "h.csv", table, KOSAVE_COLUMN_NAMES), "a,b,n,c\r\nx,,\r\n,y,\r\n");
   CKO_SaveText text;
   EXPECT_EQ(export_bytes(text, "h.txt", table, 0), "x\t\t\r\n\ty\t\r\n");
   // No rows write nothing, no columns not even the header line.
@@ -76,20 +75,20 @@ TEST_F(DelimitedTest, FractionSuffixesDifferBetweenCommaAndTabFiles) {
                {Cell(tiny), Cell(tiny), Cell()}}};
   CKO_SaveCsv csv;
   EXPECT_EQ(export_bytes(csv, "f.csv", table, 0),
-            stamp + "," + time + "," + date + "\r\n" +     //
+            stamp + "," + time + "," + date + "\r\n" +            //
                 stamp + ":05," + time + ":05," + date + "\r\n" +  //
                 stamp + ":000001," + time + ":000001,\r\n");
   CKO_SaveText text;
   EXPECT_EQ(export_bytes(text, "f.txt", table, 0),
-            stamp + "\t" + time + "\t" + date + "\r\n" +     //
+            stamp + "\t" + time + "\t" + date + "\r\n" +          //
                 stamp + ".5\t" + time + ".5\t" + date + "\r\n" +  //
                 stamp + ".00001\t" + time + ".00001\t\r\n");
 }
 
 TEST_F(DelimitedTest, CultureStringDecidesTheDefaultDateFormats) {
   std::u16string file = path("culture.csv").u16string();
-  KoSaveContext* save = osSaveBegin32Web(storage_, subpool_, file.c_str(), 1, 2, 0, KOSAVE_ENCODING_UTF8,
-                                         u"sShortDate=yyyy-mm-dd\tsTime=.");
+  KoSaveContext* save = osSaveBegin32Web(storage_, subpool_, file.c_str(), 1, 2, 0,
+                                         KOSAVE_ENCODING_UTF8, u"sShortDate=yyyy-mm-dd\tsTime=.");
   ASSERT_NE(save, nullptr);
   CKO_SaveCsv csv;
   KODATETIME when = date_time(2024, 3, 5, 13, 45, 7);
@@ -143,9 +142,9 @@ TEST_F(DelimitedTest, ClipboardGetsTheTabSeparatedTextOrNothing) {
 TEST_F(DelimitedTest, PythonCsvReadsBothFilesBack) {
   if (!have_program("python3")) GTEST_SKIP() << "python3 not available";
   Table table{{{u"name", 20, KOSAVE_STRING}, {u"note", 40, KOSAVE_STRING}}, {}};
-  const std::u16string values[] = {u"plain",  u"a,b",        u"\"quoted\"",  u"tab\there",
-                                   u"multi\r\nline", u"caf\u00e9 \u20ac", u"",  u"\"lead",
-                                   u"trail\"", u"x\ny"};
+  const std::u16string values[] = {
+      u"plain", u"a,b",    u"\"quoted\"", u"tab\there", u"multi\r\nline", u"caf\u00e9 \u20ac",
+      u"",      u"\"lead", u"trail\"",    u"x\ny"};
   for (const auto& a : values) {
     for (const auto& b : values) table.rows.push_back({Cell(a), Cell(b)});
   }
@@ -156,7 +155,8 @@ TEST_F(DelimitedTest, PythonCsvReadsBothFilesBack) {
       "  for row in csv.reader(f, delimiter=d):\n"
       "    sys.stdout.write('\\x1f'.join(row) + '\\x1e')\n";
   write_bytes(path("read.py"), script);
-  std::string expected = utf8(table.columns[0].name) + "\x1f" + utf8(table.columns[1].name) + "\x1e";
+  std::string expected =
+      utf8(table.columns[0].name) + "\x1f" + utf8(table.columns[1].name) + "\x1e";
   for (const auto& row : table.rows) {
     expected += utf8(std::get<std::u16string>(row[0])) + "\x1f" +
                 utf8(std::get<std::u16string>(row[1])) + "\x1e";

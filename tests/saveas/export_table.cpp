@@ -11,8 +11,8 @@ namespace saveas_test {
 
 KODATETIME date_time(int year, int month, int day, int hour, int minute, int second,
                      uint32_t microsecond) {
-  return KODATETIME{microsecond, uint16_t(year - 1900), uint8_t(month - 1), uint8_t(day),
-                    uint8_t(hour),  uint8_t(minute),      uint8_t(second),    0};
+  return KODATETIME{microsecond,   uint16_t(year - 1900), uint8_t(month - 1), uint8_t(day),
+                    uint8_t(hour), uint8_t(minute),       uint8_t(second),    0};
 }
 
 KODECIMAL decimal(int64_t units, uint8_t scale) {
@@ -24,11 +24,16 @@ namespace {
 
 const void* value_pointer(const Cell& cell) {
   switch (cell.index()) {
-    case 1: return std::get<std::u16string>(cell).c_str();
-    case 2: return &std::get<double>(cell);
-    case 3: return &std::get<KODATETIME>(cell);
-    case 4: return &std::get<KODECIMAL>(cell);
-    default: return nullptr;
+    case 1:
+      return std::get<std::u16string>(cell).c_str();
+    case 2:
+      return &std::get<double>(cell);
+    case 3:
+      return &std::get<KODATETIME>(cell);
+    case 4:
+      return &std::get<KODECIMAL>(cell);
+    default:
+      return nullptr;
   }
 }
 
@@ -39,8 +44,8 @@ ExportResult SaveTest::run(IKO_SaveFileType& writer, const std::filesystem::path
   ExportResult result;
   std::u16string name = file.empty() ? std::u16string() : file.u16string();
   KoSaveContext* save =
-      writer.Begin(storage_, subpool_, file.empty() ? nullptr : name.c_str(), uint32_t(table.rows.size()),
-                   int32_t(table.columns.size()), flags, encoding);
+      writer.Begin(storage_, subpool_, file.empty() ? nullptr : name.c_str(),
+                   uint32_t(table.rows.size()), int32_t(table.columns.size()), flags, encoding);
   result.writes_after_step.push_back(ko::os::write_calls_seen());
   if (!save) {
     result.failed_step = 0;

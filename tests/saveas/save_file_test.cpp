@@ -36,9 +36,12 @@ TEST_F(SaveFileTest, EncodesTextInEachEncoding) {
     std::string bytes;
   } cases[] = {
       {KOSAVE_ENCODING_UTF8, "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z"},
-      {KOSAVE_ENCODING_UTF8_BOM, "\xEF\xBB\xBF" "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z"},
-      {KOSAVE_ENCODING_UTF16LE_BOM,
-       std::string("\xFF\xFE" "A\0\xE9\0\xAC\x20\x3D\xD8\x00\xDEz\0", 14)},
+      {KOSAVE_ENCODING_UTF8_BOM,
+       "\xEF\xBB\xBF"
+       "A\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80z"},
+      {KOSAVE_ENCODING_UTF16LE_BOM, std::string("\xFF\xFE"
+                                                "A\0\xE9\0\xAC\x20\x3D\xD8\x00\xDEz\0",
+                                                14)},
       {KOSAVE_ENCODING_UTF16BE_BOM,
        std::string("\xFE\xFF\0A\0\xE9\x20\xAC\xD8\x3D\xDE\x00\0z", 14)},
   };

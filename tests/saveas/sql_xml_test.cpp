@@ -40,9 +40,10 @@ TEST_F(SqlXmlTest, Sqlite3RunsTheScriptAndTheValuesComeBack) {
   std::filesystem::path file = path("goods.sql");
   ASSERT_EQ(run(sql, file, table, 0).end_result, 1);
   int status = 0;
-  std::string out = run_command("sqlite3 -separator '|' :memory: \".read '" + file.string() +
-                                    "'\" 'SELECT name, qty, price, day, at FROM goods ORDER BY rowid;'",
-                                &status);
+  std::string out =
+      run_command("sqlite3 -separator '|' :memory: \".read '" + file.string() +
+                      "'\" 'SELECT name, qty, price, day, at FROM goods ORDER BY rowid;'",
+                  &status);
   EXPECT_EQ(status, 0);
   EXPECT_EQ(out,
             "Widget|3.0|19.99|2024-03-05|13:45:07\n"
@@ -54,13 +55,15 @@ TEST_F(SqlXmlTest, XmlDocumentText) {
   Table table{{{u"(None)", 5, KOSAVE_STRING}, {u"n", 0, KOSAVE_DOUBLE}},
               {{Cell(u"a &amp; b < c"), Cell()}, {Cell(u"\"&lt;\">"), Cell()}}};
   CKO_SaveXml xml;
-  std::string bytes = export_bytes(xml, "my data.xml", table, KOSAVE_COLUMN_NAMES, KOSAVE_ENCODING_ANSI);
+  std::string bytes =
+      export_bytes(xml, "my data.xml", table, KOSAVE_COLUMN_NAMES, KOSAVE_ENCODING_ANSI);
   ASSERT_GE(bytes.size(), 2u);
   EXPECT_EQ(bytes.substr(0, 2), "\xFF\xFE");
   EXPECT_EQ(from_utf16le(bytes.substr(2)),
             "<?xml version=\"1.0\" encoding=\"UTF-16LE\"?>\r\n"
             "<my_data>\r\n"
-            "\t<my_data_row>\r\n\t\t<column>a &amp; b &lt; c</column>\r\n\t\t<n></n>\r\n\t</my_data_row>\r\n"
+            "\t<my_data_row>\r\n\t\t<column>a &amp; b &lt; "
+            "c</column>\r\n\t\t<n></n>\r\n\t</my_data_row>\r\n"
             "\t<my_data_row>\r\n\t\t<column>&quot;&amp;lt;&quot;&gt;</column>\r\n\t\t<n></n>\r\n"
             "\t</my_data_row>\r\n"
             "</my_data>\r\n");
@@ -68,14 +71,16 @@ TEST_F(SqlXmlTest, XmlDocumentText) {
 
 TEST_F(SqlXmlTest, XmllintAcceptsTheDocument) {
   if (!have_program("xmllint")) GTEST_SKIP() << "xmllint not available";
-  Table table{{{u"name", 20, KOSAVE_STRING}, {u"qty", 0, KOSAVE_DOUBLE},
-               {u"stamp", 0, KOSAVE_DATETIME}, {u"price", 2, KOSAVE_DECIMAL}},
+  Table table{{{u"name", 20, KOSAVE_STRING},
+               {u"qty", 0, KOSAVE_DOUBLE},
+               {u"stamp", 0, KOSAVE_DATETIME},
+               {u"price", 2, KOSAVE_DECIMAL}},
               {}};
-  const std::u16string names[] = {u"plain", u"<tag>", u"a & b", u"\"quoted\"", u"caf\u00e9 \U0001F600",
-                                  u"&amp;"};
+  const std::u16string names[] = {
+      u"plain", u"<tag>", u"a & b", u"\"quoted\"", u"caf\u00e9 \U0001F600", u"&amp;"};
   for (int i = 0; i < 6; ++i) {
-    table.rows.push_back({Cell(names[i]), Cell(i * 0.25), Cell(date_time(2024, 1, 2, 3, 4, 5, 120000)),
-                          Cell(decimal(i * 101, 2))});
+    table.rows.push_back({Cell(names[i]), Cell(i * 0.25),
+                          Cell(date_time(2024, 1, 2, 3, 4, 5, 120000)), Cell(decimal(i * 101, 2))});
   }
   table.rows.push_back({Cell(), Cell(), Cell(), Cell()});
   CKO_SaveXml xml;

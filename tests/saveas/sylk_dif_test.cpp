@@ -9,10 +9,11 @@ class SylkDifTest : public SaveTest {};
 
 // Strings and numbers only: their bytes do not depend on regional settings.
 Table golden_table() {
-  return Table{{{u"Name", 10, KOSAVE_STRING}, {u"Qty", 0, KOSAVE_DOUBLE}, {u"Price", 2, KOSAVE_DECIMAL}},
-               {{Cell(u"Widget"), Cell(3.0), Cell(decimal(1999, 2))},
-                {Cell(u"say \"hi\""), Cell(-0.5), Cell()},
-                {Cell(), Cell(), Cell(decimal(-42, 0))}}};
+  return Table{
+      {{u"Name", 10, KOSAVE_STRING}, {u"Qty", 0, KOSAVE_DOUBLE}, {u"Price", 2, KOSAVE_DECIMAL}},
+      {{Cell(u"Widget"), Cell(3.0), Cell(decimal(1999, 2))},
+       {Cell(u"say \"hi\""), Cell(-0.5), Cell()},
+       {Cell(), Cell(), Cell(decimal(-42, 0))}}};
 }
 
 TEST_F(SylkDifTest, SylkMatchesGoldenFile) {
@@ -38,14 +39,14 @@ TEST_F(SylkDifTest, DifWithoutRows) {
   CKO_SaveDif dif;
   std::filesystem::path file = path("items.dif");
   ASSERT_EQ(run(dif, file, table, KOSAVE_COLUMN_NAMES).end_result, 1);
-  EXPECT_EQ(read_bytes(file),
-            "TABLE\r\n0,1\r\n\"" + utf8(file.u16string()) + "\"\r\n"
-            "VECTORS\r\n0,2\r\n\"\"\r\n"
-            "TUPLES\r\n0,0\r\n\"\"\r\n"
-            "LABEL\r\n1,1\r\n\"S\"\r\n"
-            "LABEL\r\n2,1\r\n\"N\"\r\n"
-            "DATA\r\n0,0\r\n\"\"\r\n"
-            "-1,0\r\nEOD\r\n");
+  EXPECT_EQ(read_bytes(file), "TABLE\r\n0,1\r\n\"" + utf8(file.u16string()) +
+                                  "\"\r\n"
+                                  "VECTORS\r\n0,2\r\n\"\"\r\n"
+                                  "TUPLES\r\n0,0\r\n\"\"\r\n"
+                                  "LABEL\r\n1,1\r\n\"S\"\r\n"
+                                  "LABEL\r\n2,1\r\n\"N\"\r\n"
+                                  "DATA\r\n0,0\r\n\"\"\r\n"
+                                  "-1,0\r\nEOD\r\n");
 }
 
 }  // namespace

@@ -57,8 +57,8 @@ TEST(BlockHeap, ClassesAndInPlaceBounds) {
 TEST(BlockHeap, NullArguments) {
   EXPECT_EQ(KoHeap_poolSize(nullptr), -1);
   EXPECT_TRUE(!KoHeap_poolUserData(nullptr) && !KoHeap_allocFromPool(nullptr, 8, &kTestSite) &&
-              !KoHeap_blockSize(nullptr) && !KoHeap_minSize(nullptr) && !KoHeap_blockPool(nullptr) &&
-              !KoHeap_resizeInPlace(nullptr, 8));
+              !KoHeap_blockSize(nullptr) && !KoHeap_minSize(nullptr) &&
+              !KoHeap_blockPool(nullptr) && !KoHeap_resizeInPlace(nullptr, 8));
   KoHeap_free(nullptr);
   KoHeap_freePool(nullptr);
 }
@@ -107,7 +107,8 @@ TEST(BlockHeap, ReleaseCostsPagesAndCacheIsBounded) {
   std::vector<KoHeapPool*> pools;
   for (int p = 0; p < 10; ++p) {
     pools.push_back(KoHeap_allocPool(nullptr));
-    for (int i = 0; i < 10; ++i) ASSERT_NE(KoHeap_allocFromPool(pools.back(), 1 << 20, &kTestSite), nullptr);
+    for (int i = 0; i < 10; ++i)
+      ASSERT_NE(KoHeap_allocFromPool(pools.back(), 1 << 20, &kTestSite), nullptr);
   }
   uint64_t mapped = KoHeap_mappedBytes();
   for (KoHeapPool* p : pools) KoHeap_freePool(p);
@@ -175,11 +176,11 @@ TEST(HeapSettings, Parsing) {
     uint64_t expected;
   };
   const Case cases[] = {
-      {nullptr, 64, 64, 4096, true, 64},  {"", 64, 64, 4096, true, 64},
-      {"128", 64, 64, 4096, true, 128},   {"96", 64, 64, 4096, true, 64},
-      {"32", 64, 64, 4096, true, 64},     {"8192", 64, 64, 4096, true, 64},
-      {"12x", 32, 0, 1000, false, 32},    {"-1", 32, 0, 1000, false, 32},
-      {"0", 32, 0, 1000, false, 0},       {"99999999999999999999999", 5, 0, 1000, false, 5},
+      {nullptr, 64, 64, 4096, true, 64}, {"", 64, 64, 4096, true, 64},
+      {"128", 64, 64, 4096, true, 128},  {"96", 64, 64, 4096, true, 64},
+      {"32", 64, 64, 4096, true, 64},    {"8192", 64, 64, 4096, true, 64},
+      {"12x", 32, 0, 1000, false, 32},   {"-1", 32, 0, 1000, false, 32},
+      {"0", 32, 0, 1000, false, 0},      {"99999999999999999999999", 5, 0, 1000, false, 5},
       {" 7", 5, 0, 1000, false, 5},
   };
   for (const Case& c : cases)

@@ -75,9 +75,8 @@ TEST(HeapStress, ThreadsShareOnePoolThenReleaseIt) {
     std::vector<int> damaged(kThreads);
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t)
-      threads.emplace_back([&, t] {
-        damaged[t] = churn(context, pool, 1000u * round + t, 15000, &survivors[t]);
-      });
+      threads.emplace_back(
+          [&, t] { damaged[t] = churn(context, pool, 1000u * round + t, 15000, &survivors[t]); });
     for (auto& thread : threads) thread.join();
     for (int t = 0; t < kThreads; ++t) EXPECT_EQ(damaged[t], 0) << "thread " << t;
     // Blocks one thread left behind are freed by another before the release.

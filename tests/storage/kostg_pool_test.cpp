@@ -32,10 +32,9 @@ TEST_F(KostgPool, AllocationSizes) {
     uint32_t usable;  // 0: null expected
   };
   const Case cases[] = {
-      {0, false, 0},     {0, true, 0},       {1, false, 8},     {5, false, 8},
-      {8, false, 8},     {5, true, 8},       {9, false, 16},    {9, true, 16},
-      {100, true, 104},  {256, true, 256},   {257, true, 320},  {300, false, 320},
-      {4097, true, 5120}, {8192, true, 8192},
+      {0, false, 0},    {0, true, 0},      {1, false, 8},      {5, false, 8},      {8, false, 8},
+      {5, true, 8},     {9, false, 16},    {9, true, 16},      {100, true, 104},   {256, true, 256},
+      {257, true, 320}, {300, false, 320}, {4097, true, 5120}, {8192, true, 8192},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << "size " << c.size << (c.in_subpool ? " in sub-pool" : ""));
@@ -89,7 +88,8 @@ TEST_F(KostgPool, NullArgumentsAndPageSize) {
   EXPECT_EQ(kostg_end(nullptr), 0);
   EXPECT_EQ(kostg_set_poolpagesize(nullptr, 32768), 0);
   EXPECT_EQ(kostg_set_poolpagesize(context, 32768), 1);
-  EXPECT_NE(kostg_alc(context, 10, kostg_new_pool(context)), nullptr) << "new pools work after the change";
+  EXPECT_NE(kostg_alc(context, 10, kostg_new_pool(context)), nullptr)
+      << "new pools work after the change";
 }
 
 TEST_F(KostgPool, Reallocation) {
@@ -103,7 +103,7 @@ TEST_F(KostgPool, Reallocation) {
     uint64_t size;
     bool same_block;
   };
-  const Step steps[] = {{24, true},  {17, true},    {16, false}, {300, false},
+  const Step steps[] = {{24, true},  {17, true},    {16, false},  {300, false},
                         {320, true}, {9000, false}, {9100, true}, {40, false}};
   for (const Step& step : steps) {
     SCOPED_TRACE(step.size);
@@ -199,7 +199,8 @@ TEST_F(KostgPool, PoolNames) {
 
 TEST_F(KostgPool, Statistics) {
   uint64_t counters[6];
-  for (KostgContext* target : {static_cast<KostgContext*>(nullptr), context}) {  // null: the process pool
+  for (KostgContext* target :
+       {static_cast<KostgContext*>(nullptr), context}) {  // null: the process pool
     std::memset(counters, 0xFF, sizeof counters);
     int64_t total = kostg_stat(target, counters);
     EXPECT_TRUE(total > 0 || !target);
@@ -229,9 +230,10 @@ TEST(KostgContextCost, AFurtherContextHoldsTwoPages) {
 TEST(KostgDebug, CompatibilityCallsDoNothing) {
   EXPECT_EQ(kostg_write_debug(), 1);
   kostg_dumpLeaks();
-  EXPECT_TRUE(!kostg_dumpHeap() && !kostg_validate() && !kostg_alloc_align() && !kostg_realloc_align() &&
-              !kostg_get_pointer_subpool() && !kostg_set_next_pool() && !kostg_dballoc() && !kostg_dbbegin() &&
-              !kostg_dbbegin_allocflags() && !kostg_dbrealloc() && !kostg_dbstrdup());
+  EXPECT_TRUE(!kostg_dumpHeap() && !kostg_validate() && !kostg_alloc_align() &&
+              !kostg_realloc_align() && !kostg_get_pointer_subpool() && !kostg_set_next_pool() &&
+              !kostg_dballoc() && !kostg_dbbegin() && !kostg_dbbegin_allocflags() &&
+              !kostg_dbrealloc() && !kostg_dbstrdup());
 }
 
 TEST_F(KostgPool, FastStrlen) {

@@ -44,9 +44,9 @@ TEST(MemPool, SettersReturnThePreviousValue) {
 
 TEST(MemPool, NullRecordsAndBlocks) {
   EXPECT_TRUE(!MemPoolFree(nullptr) && !MemAllocPtr(nullptr, 8, 0) && !MemAllocFS(nullptr) &&
-              !MemFreePtr(nullptr) && !MemReAllocPtr(nullptr, 8, 0) && !MemPoolSetPageSize(nullptr, 1) &&
-              !MemPoolSetThreshold(nullptr, 1) && !MemPoolSetFast(nullptr, 1) &&
-              !MemPoolSetFixedBlockSize(nullptr, 1));
+              !MemFreePtr(nullptr) && !MemReAllocPtr(nullptr, 8, 0) &&
+              !MemPoolSetPageSize(nullptr, 1) && !MemPoolSetThreshold(nullptr, 1) &&
+              !MemPoolSetFast(nullptr, 1) && !MemPoolSetFixedBlockSize(nullptr, 1));
 }
 
 TEST(MemPool, ZeroFilledAllocation) {
@@ -64,7 +64,7 @@ TEST(MemPool, ReallocationFlags) {
   struct Case {
     uint64_t from, to;
     uint32_t flags;
-    bool moves;       // expected to move
+    bool moves;  // expected to move
     bool null_result;
   };
   const Case cases[] = {

@@ -52,13 +52,13 @@ struct BuildStep {
 
 TEST_F(StringPools, TextGrowthRule) {
   const BuildStep steps[] = {
-      {0, 0, u"abc", 0 + 512 + 3, 3},                               // empty buffer
-      {515, 3, std::u16string(511, u'x'), 515, 514},                // 512 free > 511 added
-      {515, 514, u"y", 515 + 512 + 1, 515},                         // 1 free <= 1 added
+      {0, 0, u"abc", 0 + 512 + 3, 3},                                      // empty buffer
+      {515, 3, std::u16string(511, u'x'), 515, 514},                       // 512 free > 511 added
+      {515, 514, u"y", 515 + 512 + 1, 515},                                // 1 free <= 1 added
       {4000, 3000, std::u16string(1000, u'z'), 4000 + 1000 + 1000, 4000},  // a quarter beats 512
       {100000, 99999, u"ab", 100000 + 25000 + 2, 100001},
-      {4000, 3999, u"", 4000, 3999},                                // 1 free > 0 added
-      {4000, 4000, u"", 4000 + 1000, 4000},                         // full: even nothing grows it
+      {4000, 3999, u"", 4000, 3999},         // 1 free > 0 added
+      {4000, 4000, u"", 4000 + 1000, 4000},  // full: even nothing grows it
   };
   for (const auto& step : steps) {
     SCOPED_TRACE(testing::Message() << step.capacity_before << "/" << step.length_before);
@@ -69,7 +69,8 @@ TEST_F(StringPools, TextGrowthRule) {
       std::fill(buffer, buffer + length, u'.');
       buffer[length] = 0;
     }
-    KOCHAR* at = kostg_unicodestr_build(storage_, subpool_, &buffer, &capacity, &length, step.addition.c_str());
+    KOCHAR* at = kostg_unicodestr_build(storage_, subpool_, &buffer, &capacity, &length,
+                                        step.addition.c_str());
     EXPECT_EQ(std::pair(capacity, length), std::pair(step.capacity_after, step.length_after));
     ASSERT_NE(buffer, nullptr);
     EXPECT_EQ(at, buffer + step.length_before);
@@ -85,10 +86,18 @@ TEST_F(StringPools, BuildingAppendsInOrder) {
   for (int i = 0; i < 300; ++i) {
     const KOCHAR* piece = (i % 3 == 0) ? u"alpha " : (i % 3 == 1) ? u"\u263A" : u"";
     switch (i % 4) {
-      case 0: kostg_str_build(storage_, subpool_, &buffer, &capacity, &length, piece); break;
-      case 1: EXPECT_EQ(kostg_str_build_huge(storage_, subpool_, &buffer, &capacity, &length, piece), 0); break;
-      case 2: kostg_unicodestr_build(storage_, nullptr, &buffer, &capacity, &length, piece); break;
-      default: kostg_str_build_char(storage_, subpool_, &buffer, &capacity, &length, u'-'); piece = u"-";
+      case 0:
+        kostg_str_build(storage_, subpool_, &buffer, &capacity, &length, piece);
+        break;
+      case 1:
+        EXPECT_EQ(kostg_str_build_huge(storage_, subpool_, &buffer, &capacity, &length, piece), 0);
+        break;
+      case 2:
+        kostg_unicodestr_build(storage_, nullptr, &buffer, &capacity, &length, piece);
+        break;
+      default:
+        kostg_str_build_char(storage_, subpool_, &buffer, &capacity, &length, u'-');
+        piece = u"-";
     }
     expected += piece;
     ASSERT_EQ(length, expected.size());
@@ -97,17 +106,21 @@ TEST_F(StringPools, BuildingAppendsInOrder) {
   EXPECT_EQ(std::u16string(buffer), expected);
   KOCHAR* const kept_buffer = buffer;
   const uint32_t kept_capacity = capacity;
-  EXPECT_EQ(kostg_unicodestr_build(storage_, subpool_, &buffer, &capacity, &length, nullptr), nullptr);
-  EXPECT_TRUE(buffer == kept_buffer && capacity == kept_capacity && length == expected.size()) << "null adds nothing";
+  EXPECT_EQ(kostg_unicodestr_build(storage_, subpool_, &buffer, &capacity, &length, nullptr),
+            nullptr);
+  EXPECT_TRUE(buffer == kept_buffer && capacity == kept_capacity && length == expected.size())
+      << "null adds nothing";
 }
 
 TEST_F(StringPools, CharGrowthRule) {
   // capacity - length < 2 grows by exactly 501 units, whatever the size.
-  const struct { uint32_t capacity, length, capacity_after; } cases[] = {
-      {0, 0, 501}, {501, 499, 501}, {501, 500, 1002}, {10000, 9999, 10501}};
+  const struct {
+    uint32_t capacity, length, capacity_after;
+  } cases[] = {{0, 0, 501}, {501, 499, 501}, {501, 500, 1002}, {10000, 9999, 10501}};
   for (const auto& c : cases) {
     uint32_t capacity = c.capacity, length = c.length;
-    KOCHAR* buffer = capacity ? static_cast<KOCHAR*>(kostg_alc(storage_, capacity * 2 + 2, subpool_)) : nullptr;
+    KOCHAR* buffer =
+        capacity ? static_cast<KOCHAR*>(kostg_alc(storage_, capacity * 2 + 2, subpool_)) : nullptr;
     kostg_str_build_char(storage_, subpool_, &buffer, &capacity, &length, u'q');
     EXPECT_EQ(std::pair(capacity, length), std::pair(c.capacity_after, c.length + 1));
     EXPECT_EQ(std::u16string(buffer + c.length, 2), std::u16string(u"q\0", 2));

@@ -31,13 +31,18 @@ const CountedCase kCounted[] = {
 TEST(StringCounted, ConversionsKeepZeros) {
   for (const auto& c : kCounted) {
     SCOPED_TRACE(testing::PrintToString(c.ansi));
-    EXPECT_EQ(kostg_ansitostr_with_zero(nullptr, c.ansi.data(), int64_t(c.ansi.size())), int64_t(c.text.size()));
-    EXPECT_EQ(kostg_strtoansi_with_zero(nullptr, c.text.data(), int64_t(c.text.size())), int64_t(c.ansi.size()));
+    EXPECT_EQ(kostg_ansitostr_with_zero(nullptr, c.ansi.data(), int64_t(c.ansi.size())),
+              int64_t(c.text.size()));
+    EXPECT_EQ(kostg_strtoansi_with_zero(nullptr, c.text.data(), int64_t(c.text.size())),
+              int64_t(c.ansi.size()));
     std::vector<KOCHAR> text(c.text.size() + 1, u'#');
     std::vector<char> ansi(c.ansi.size() + 1, '#');
-    ASSERT_EQ(kostg_ansitostr_with_zero(text.data(), c.ansi.data(), int64_t(c.ansi.size())), int64_t(c.text.size()));
-    ASSERT_EQ(kostg_strtoansi_with_zero(ansi.data(), c.text.data(), int64_t(c.text.size())), int64_t(c.ansi.size()));
-    EXPECT_EQ(std::u16string(text.data(), c.text.size() + 1), c.text + u"#") << "nothing past the units produced";
+    ASSERT_EQ(kostg_ansitostr_with_zero(text.data(), c.ansi.data(), int64_t(c.ansi.size())),
+              int64_t(c.text.size()));
+    ASSERT_EQ(kostg_strtoansi_with_zero(ansi.data(), c.text.data(), int64_t(c.text.size())),
+              int64_t(c.ansi.size()));
+    EXPECT_EQ(std::u16string(text.data(), c.text.size() + 1), c.text + u"#")
+        << "nothing past the units produced";
     EXPECT_EQ(std::string(ansi.data(), c.ansi.size() + 1), c.ansi + "#");
   }
 }
@@ -72,17 +77,26 @@ TEST(StringCounted, ForcedConversionOfConvertibleText) {
 // and in the C locale; some single-byte code pages read every byte.
 TEST(StringCounted, ForcedConversionReplacesBadBytes) {
   KOCHAR probe[4];
-  if (ko::os::ansi_to_utf16_strict("\xFF", 1, probe, 4) > 0) GTEST_SKIP() << "0xFF converts in this code page";
+  if (ko::os::ansi_to_utf16_strict("\xFF", 1, probe, 4) > 0)
+    GTEST_SKIP() << "0xFF converts in this code page";
   KOCHAR out[10];
   std::fill(out, out + 10, u'#');
   int lossy = 0;
-  EXPECT_EQ(mbstowcs_force(out, "a\xFF" "b\xFF\xFF", 8, &lossy), 5u);
+  EXPECT_EQ(mbstowcs_force(out,
+                           "a\xFF"
+                           "b\xFF\xFF",
+                           8, &lossy),
+            5u);
   EXPECT_EQ(lossy, 1);
   EXPECT_EQ(std::u16string(out), u"a?b??");
   EXPECT_EQ(out[6], 0) << "count units are zero-filled";
   // The forced path stops after count + 1 units, and then does not terminate.
   std::fill(out, out + 10, u'#');
-  EXPECT_EQ(mbstowcs_force(out, "\xFF" "abcdefgh", 3, &lossy), 4u);
+  EXPECT_EQ(mbstowcs_force(out,
+                           "\xFF"
+                           "abcdefgh",
+                           3, &lossy),
+            4u);
   EXPECT_EQ(std::u16string(out, 5), u"?abc#");
 }
 
@@ -90,7 +104,11 @@ TEST(StringCounted, ForcedConversionReplacesBadBytes) {
 TEST(StringCounted, UnconvertibleTextFails) {
   KostgContext* context = kostg_begin(0);
   ASSERT_NE(context, nullptr);
-  EXPECT_EQ(kostg_strtoansidup(context, u"a\xD800" u"b", nullptr), nullptr);
+  EXPECT_EQ(kostg_strtoansidup(context,
+                               u"a\xD800"
+                               u"b",
+                               nullptr),
+            nullptr);
   const KOCHAR text[] = {u'a', 0, 0xD800, u'b'};
   char out[8];
   EXPECT_EQ(kostg_strtoansi_with_zero(nullptr, text, 4), -1);

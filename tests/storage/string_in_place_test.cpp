@@ -43,12 +43,13 @@ TEST(StringInPlace, Trims) {
 }
 
 TEST(StringInPlace, RemovesEveryOccurrence) {
-  const struct { std::u16string text; KOCHAR ch; std::u16string expected; } cases[] = {
-      {u"a,b,,c,", u',', u"abc"},
-      {u",,,", u',', u""},
-      {u"abc", u'x', u"abc"},
-      {u"\u263Ax\u263A", u'\u263A', u"x"},
-      {u"abc", 0, u"abc"},
+  const struct {
+    std::u16string text;
+    KOCHAR ch;
+    std::u16string expected;
+  } cases[] = {
+      {u"a,b,,c,", u',', u"abc"},          {u",,,", u',', u""}, {u"abc", u'x', u"abc"},
+      {u"\u263Ax\u263A", u'\u263A', u"x"}, {u"abc", 0, u"abc"},
   };
   for (const auto& c : cases) {
     std::u16string text = c.text;
@@ -58,7 +59,9 @@ TEST(StringInPlace, RemovesEveryOccurrence) {
 }
 
 TEST(StringInPlace, CapitalisesWords) {
-  const struct { std::u16string text, expected; } cases[] = {
+  const struct {
+    std::u16string text, expected;
+  } cases[] = {
       {u"hello_WORLD", u"Hello World"},
       {u"1ST-place", u"1st Place"},
       {u"tab\tline\nreturn\rend", u"Tab\tLine\nReturn\rEnd"},

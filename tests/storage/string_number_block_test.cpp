@@ -12,11 +12,21 @@
 namespace {
 
 TEST(StringNumbers, UnsignedParserWraps) {
-  const struct { const KOCHAR* text; uint32_t value; } cases[] = {
-      {u"  42abc", 42},     {u"-1", 0},          {u"+7", 0},
-      {u"\t\n 9", 9},       {u"", 0},            {u"abc", 0},
-      {u"4294967295", 4294967295u}, {u"4294967296", 0}, {u"4294967306", 10},
-      {u"00012", 12},       {u"\u0661", 0},
+  const struct {
+    const KOCHAR* text;
+    uint32_t value;
+  } cases[] = {
+      {u"  42abc", 42},
+      {u"-1", 0},
+      {u"+7", 0},
+      {u"\t\n 9", 9},
+      {u"", 0},
+      {u"abc", 0},
+      {u"4294967295", 4294967295u},
+      {u"4294967296", 0},
+      {u"4294967306", 10},
+      {u"00012", 12},
+      {u"\u0661", 0},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(kostg_atou_imp(c.text), c.value) << testing::PrintToString(std::u16string(c.text));
@@ -26,8 +36,14 @@ TEST(StringNumbers, UnsignedParserWraps) {
 }
 
 TEST(StringNumbers, SignedParsersClampAt32Bits) {
-  const struct { const KOCHAR* text; int32_t value; } cases[] = {
-      {u" -123x", -123}, {u"2147483648", INT32_MAX}, {u"-2147483649", INT32_MIN}, {u"0x10", 0}, {u"", 0}};
+  const struct {
+    const KOCHAR* text;
+    int32_t value;
+  } cases[] = {{u" -123x", -123},
+               {u"2147483648", INT32_MAX},
+               {u"-2147483649", INT32_MIN},
+               {u"0x10", 0},
+               {u"", 0}};
   for (const auto& c : cases) {
     EXPECT_EQ(kostg_atoi_imp(c.text), c.value);
     EXPECT_EQ(kostg_atol_imp(c.text), c.value);
@@ -49,7 +65,8 @@ TEST(StringNumbers, SignedParsersClampAt32Bits) {
 TEST(StringNumbers, RemovesFiles) {
   std::string path = testing::TempDir() + "kostg_remove_imp.tmp";
   std::u16string wide(path.begin(), path.end());
-  ko::os::FileHandle file = ko::os::file_open(wide.c_str(), ko::os::kFileWrite | ko::os::kFileCreate);
+  ko::os::FileHandle file =
+      ko::os::file_open(wide.c_str(), ko::os::kFileWrite | ko::os::kFileCreate);
   ASSERT_NE(file, ko::os::kInvalidFile);
   ko::os::file_close(file);
   EXPECT_EQ(kostg_remove_imp(wide.c_str()), 0);
@@ -58,16 +75,26 @@ TEST(StringNumbers, RemovesFiles) {
 }
 
 TEST(StringHuge, MemoryBlocks) {
-  const struct { const char *a, *b; uint32_t n; int16_t result; } compares[] = {
-      {"abc", "abd", 3, -1}, {"abc", "abd", 2, 0}, {"\xFF", "\x01", 1, 254}, {"\x01", "\xFF", 1, -254}, {"x", "y", 0, 0}};
-  for (const auto& c : compares) EXPECT_EQ(kostg_huge_memcmp(c.a, c.b, c.n), c.result) << c.a << " " << c.b;
+  const struct {
+    const char *a, *b;
+    uint32_t n;
+    int16_t result;
+  } compares[] = {{"abc", "abd", 3, -1},
+                  {"abc", "abd", 2, 0},
+                  {"\xFF", "\x01", 1, 254},
+                  {"\x01", "\xFF", 1, -254},
+                  {"x", "y", 0, 0}};
+  for (const auto& c : compares)
+    EXPECT_EQ(kostg_huge_memcmp(c.a, c.b, c.n), c.result) << c.a << " " << c.b;
 
   // memcpy copies front to back even over itself: the first byte repeats.
   char spread[] = "abcdef";
   EXPECT_EQ(kostg_huge_memcpy(spread + 1, spread, 4), spread + 1);
   EXPECT_STREQ(spread, "aaaaaf");
-  const struct { int to, from; const char* expected; } moves[] = {
-      {1, 0, "aabcdf"}, {0, 1, "bcdeef"}, {0, 0, "abcdef"}, {4, 0, "abcdabcd"}};
+  const struct {
+    int to, from;
+    const char* expected;
+  } moves[] = {{1, 0, "aabcdf"}, {0, 1, "bcdeef"}, {0, 0, "abcdef"}, {4, 0, "abcdabcd"}};
   for (const auto& m : moves) {
     char text[16] = "abcdef";
     EXPECT_EQ(kostg_huge_memmove(text + m.to, text + m.from, 4), text + m.to);
@@ -95,11 +122,13 @@ TEST(StringHuge, Strings) {
 }
 
 TEST(StringHuge, BoundedCopyAlwaysTerminates) {
-  const struct { const KOCHAR* source; uint32_t n; std::u16string written; } cases[] = {
-      {u"abcdef", 3, std::u16string(u"abc\0", 4)},
-      {u"ab", 5, std::u16string(u"ab\0\0\0", 5)},
-      {u"abc", 3, std::u16string(u"abc\0", 4)},
-      {u"", 2, std::u16string(u"\0\0", 2)},
+  const struct {
+    const KOCHAR* source;
+    uint32_t n;
+    std::u16string written;
+  } cases[] = {
+      {u"abcdef", 3, std::u16string(u"abc\0", 4)}, {u"ab", 5, std::u16string(u"ab\0\0\0", 5)},
+      {u"abc", 3, std::u16string(u"abc\0", 4)},    {u"", 2, std::u16string(u"\0\0", 2)},
       {u"abc", 0, std::u16string(u"\0", 1)},
   };
   for (const auto& c : cases) {
@@ -125,4 +154,3 @@ TEST(StringDde, BlocksCarryTheirHandle) {
 }
 
 }  // namespace
-

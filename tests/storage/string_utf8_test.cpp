@@ -26,7 +26,8 @@ TEST(StringUtf8, EncodesEachUnitByItself) {
       {u"\uFFFF", "\xEF\xBF\xBF"},
       // A surrogate pair is two units of three bytes each, not one 4-byte character.
       {u"\U0001F600", "\xED\xA0\xBD\xED\xB8\x80"},
-      {u"long ascii run, then \u00E9t\u00E9 and \u4E2D\u6587 mixed in", "long ascii run, then \xC3\xA9t\xC3\xA9 and \xE4\xB8\xAD\xE6\x96\x87 mixed in"},
+      {u"long ascii run, then \u00E9t\u00E9 and \u4E2D\u6587 mixed in",
+       "long ascii run, then \xC3\xA9t\xC3\xA9 and \xE4\xB8\xAD\xE6\x96\x87 mixed in"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.utf8);
@@ -64,13 +65,17 @@ TEST(StringUtf8, DecodesByLeadByte) {
       // Four-byte sequences keep their low 16 bits; no pair is formed.
       {"\xF0\x9F\x98\x80", u"\uF600"},
       // Continuation bytes are not checked: "\xC3A" takes 'A' as one.
-      {"\xC3" "A", u"\u00C1"},
+      {"\xC3"
+       "A",
+       u"\u00C1"},
       // 0xF8, 0xFA, 0xFC, 0xFE take the four-byte path; 0xFD the six-byte path.
       {"\xF8\x81\x82\x83", u"\x1083"},
       {"\xFD\x80\x80\x80\x81\x82", u"\x0042"},
       // Stray continuation bytes and 0xF1 0xF3 0xF5 0xF7 0xF9 0xFB 0xFF
       // consume one byte and leave the unit as it was.
-      {"a\x80" "b", u"a#b"},
+      {"a\x80"
+       "b",
+       u"a#b"},
       {"\xF1\xF3\xF5\xF7\xF9\xFB\xFF", u"#######"},
       // A sequence cut by the terminator reads zeros and ends the text.
       {"ab\xE2\x98", u"ab\u2600"},
@@ -127,18 +132,24 @@ std::u16string model_decode(const std::string& utf8) {
   const auto* s = reinterpret_cast<const unsigned char*>(utf8.c_str());
   for (size_t i = 0; i < utf8.size();) {
     unsigned lead = s[i], extra, mask;
-    if (lead < 0x80) extra = 0, mask = 0x7F;
-    else if ((lead & 0xE0) == 0xC0) extra = 1, mask = 0x1F;
-    else if ((lead & 0xF0) == 0xE0) extra = 2, mask = 0x0F;
-    else if ((lead & 0xF1) == 0xF0) extra = 3, mask = 0x0F;
-    else if ((lead & 0xFE) == 0xFC) extra = 5, mask = 0x01;
+    if (lead < 0x80)
+      extra = 0, mask = 0x7F;
+    else if ((lead & 0xE0) == 0xC0)
+      extra = 1, mask = 0x1F;
+    else if ((lead & 0xF0) == 0xE0)
+      extra = 2, mask = 0x0F;
+    else if ((lead & 0xF1) == 0xF0)
+      extra = 3, mask = 0x0F;
+    else if ((lead & 0xFE) == 0xFC)
+      extra = 5, mask = 0x01;
     else {
       out += u'#';
       ++i;
       continue;
     }
     uint32_t value = lead & mask;
-    for (unsigned k = 1; k <= extra; ++k) value = (value << 6) | ((i + k < utf8.size() ? s[i + k] : 0) & 0x3F);
+    for (unsigned k = 1; k <= extra; ++k)
+      value = (value << 6) | ((i + k < utf8.size() ? s[i + k] : 0) & 0x3F);
     out += KOCHAR(value);
     i += 1 + extra;
   }
@@ -152,14 +163,16 @@ std::u16string random_text(std::mt19937& random, size_t length) {
   std::u16string text;
   while (text.size() < length) {
     KOCHAR base = bases[random() % 6];
-    for (size_t run = random() % 20; run > 0 && text.size() < length; --run) text += KOCHAR(base + random() % 16);
+    for (size_t run = random() % 20; run > 0 && text.size() < length; --run)
+      text += KOCHAR(base + random() % 16);
   }
   return text;
 }
 
 std::string random_bytes(std::mt19937& random, size_t length) {
-  const std::string pieces[] = {"plain ascii ", "\xC3\xA9", "\xD0\x96", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80",
-                                "\x80", "\xBF", "\xC3", "\xE2\x82", "\xF1", "\xFD\x80\x80\x80\x80\x80", "\xFF"};
+  const std::string pieces[] = {
+      "plain ascii ", "\xC3\xA9", "\xD0\x96", "\xE4\xB8\xAD", "\xF0\x9F\x98\x80",         "\x80",
+      "\xBF",         "\xC3",     "\xE2\x82", "\xF1",         "\xFD\x80\x80\x80\x80\x80", "\xFF"};
   std::string bytes;
   // Mostly well-formed pieces, so that whole windows of them occur.
   while (bytes.size() < length) bytes += pieces[random() % 4 ? random() % 4 : random() % 12];
@@ -179,7 +192,8 @@ TEST(StringUtf8, MatchesTheRulesOnRandomText) {
     std::string expected = model_encode(text);
     ASSERT_EQ(kostg_UCS2toUTF8(nullptr, start, 0), int64_t(expected.size()));
     std::vector<char> out(expected.size() + 1, '#');
-    ASSERT_EQ(kostg_UCS2toUTF8(out.data(), start, int64_t(expected.size())), int64_t(expected.size()));
+    ASSERT_EQ(kostg_UCS2toUTF8(out.data(), start, int64_t(expected.size())),
+              int64_t(expected.size()));
     ASSERT_EQ(std::string(out.data()), expected) << round;
   }
 }
@@ -188,7 +202,8 @@ TEST(StringUtf8, MatchesTheRulesOnRandomBytes) {
   std::mt19937 random(99);
   for (int round = 0; round < 1000; ++round) {
     // A few long texts cross the pieces in which the length is found.
-    std::string bytes = random_bytes(random, round % 100 == 0 ? 40000 + random() % 100 : random() % 400);
+    std::string bytes =
+        random_bytes(random, round % 100 == 0 ? 40000 + random() % 100 : random() % 400);
     std::u16string expected = model_decode(bytes);
     ASSERT_EQ(kostg_UTF8toUCS2(nullptr, bytes.c_str()), int64_t(expected.size())) << round;
     std::vector<KOCHAR> out(expected.size() + 1, u'#');

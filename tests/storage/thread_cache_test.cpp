@@ -56,8 +56,7 @@ TEST(ThreadCache, StacksSpillToThePoolAndRefillFromIt) {
     std::sort(sorted.begin(), sorted.end());
     EXPECT_EQ(std::unique(sorted.begin(), sorted.end()), sorted.end());
     for (size_t i = 0; i < count; ++i) std::memset(again[i], 0x5A, c.size);
-    for (void* block : again)
-      EXPECT_EQ(static_cast<unsigned char*>(block)[c.size - 1], 0x5A);
+    for (void* block : again) EXPECT_EQ(static_cast<unsigned char*>(block)[c.size - 1], 0x5A);
     KoHeap_freePool(pool);
   }
 }

@@ -34,9 +34,9 @@ class VectorRows final : public koshr_tool::RowSource {
 };
 
 const std::vector<ExportColumn> kColumns = {{"name", KOSAVE_STRING, -1},
-                                          {"ratio", KOSAVE_DOUBLE, 0},
-                                          {"price", KOSAVE_DECIMAL, 2},
-                                          {"at", KOSAVE_DATETIME, 0}};
+                                            {"ratio", KOSAVE_DOUBLE, 0},
+                                            {"price", KOSAVE_DECIMAL, 2},
+                                            {"at", KOSAVE_DATETIME, 0}};
 
 std::vector<std::vector<CellValue>> sample_rows() {
   std::vector<std::vector<CellValue>> rows;

@@ -24,11 +24,19 @@ TEST(ToolUtfTest, DecodesRepairsAndValidates) {
       {"h\xC3\xA9", u"h\u00E9", true},
       {"\xE2\x82\xAC", u"\u20AC", true},
       {"\xF0\x9F\x98\x80", u"\U0001F600", true},
-      {"\xFF" "a", u"\uFFFD" "a", false},
-      {"\xC3", u"\uFFFD", false},                       // cut short
-      {"\xE2\x82" "x", u"\uFFFD\uFFFD" "x", false},      // cut short before a plain byte
-      {"\xC0\xAF", u"\uFFFD\uFFFD", false},             // overlong '/'
-      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", false},   // an encoded surrogate
+      {"\xFF"
+       "a",
+       u"\uFFFD"
+       "a",
+       false},
+      {"\xC3", u"\uFFFD", false},  // cut short
+      {"\xE2\x82"
+       "x",
+       u"\uFFFD\uFFFD"
+       "x",
+       false},                                                   // cut short before a plain byte
+      {"\xC0\xAF", u"\uFFFD\uFFFD", false},                      // overlong '/'
+      {"\xED\xA0\x80", u"\uFFFD\uFFFD\uFFFD", false},            // an encoded surrogate
       {"\xF4\x90\x80\x80", u"\uFFFD\uFFFD\uFFFD\uFFFD", false},  // beyond U+10FFFF
   };
   for (const Case& c : cases) {
@@ -42,7 +50,9 @@ TEST(ToolUtfTest, DecodesRepairsAndValidates) {
 }
 
 TEST(ToolUtfTest, EncodesLoneSurrogatesAsReplacementAndNullAsEmpty) {
-  EXPECT_EQ(koshr_tool::utf16_to_utf8(std::u16string(u"a") + char16_t(0xD800) + u"b"), "a\xEF\xBF\xBD" "b");
+  EXPECT_EQ(koshr_tool::utf16_to_utf8(std::u16string(u"a") + char16_t(0xD800) + u"b"),
+            "a\xEF\xBF\xBD"
+            "b");
   EXPECT_EQ(koshr_tool::utf16_to_utf8(std::u16string(1, char16_t(0xDC00))), "\xEF\xBF\xBD");
   EXPECT_EQ(koshr_tool::utf16_to_utf8(static_cast<const char16_t*>(nullptr)), "");
 }
@@ -113,8 +123,8 @@ TEST(ToolDecimalTest, ReadsSignDigitsAndScale) {
     EXPECT_EQ(value.hi32, c.hi32);
   }
   // 29 significant digits, 29 after the point, no digits, odd characters.
-  for (const char* text : {"99999999999999999999999999999", "0.00000000000000000000000000001",
-                           "", "-", ".", "1.2.3", "1e5", " 1"}) {
+  for (const char* text : {"99999999999999999999999999999", "0.00000000000000000000000000001", "",
+                           "-", ".", "1.2.3", "1e5", " 1"}) {
     KODECIMAL value;
     EXPECT_FALSE(koshr_tool::read_decimal(text, value)) << text;
   }

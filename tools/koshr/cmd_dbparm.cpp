@@ -31,7 +31,8 @@ void print_records(DbiContext* context) {
   for (void* item = shlist_get_first(list); item != nullptr; item = shlist_get_next(list)) {
     const auto* parm = static_cast<const DbiParm*>(item);
     std::printf("%s\t%s\t%d\n", koshr_tool::utf16_to_utf8(parm->name).c_str(),
-                parm->text != nullptr ? koshr_tool::utf16_to_utf8(parm->text).c_str() : "-", parm->number);
+                parm->text != nullptr ? koshr_tool::utf16_to_utf8(parm->text).c_str() : "-",
+                parm->number);
   }
   DBI_FreeParmList(context, &list);
 }
@@ -39,7 +40,8 @@ void print_records(DbiContext* context) {
 int run_dbparm(const koshr_tool::Arguments& args) {
   const auto& operands = args.operands;
   if (args.has("--replace")) {
-    if (int status = koshr_tool::check_operands(args, 2, 2, "--replace KEYWORD VALUE TEXT")) return status;
+    if (int status = koshr_tool::check_operands(args, 2, 2, "--replace KEYWORD VALUE TEXT"))
+      return status;
     koshr_tool::ScratchConnection context(koshr_tool::utf8_to_utf16(operands[1]));
     DBI_ReplaceDbParm(context.get(), koshr_tool::utf8_to_utf16(args.value("--replace")).c_str(),
                       koshr_tool::utf8_to_utf16(operands[0]).c_str());
@@ -54,8 +56,11 @@ int run_dbparm(const koshr_tool::Arguments& args) {
   return 0;
 }
 
-const koshr_tool::Command kDbParm{"dbparm", "parse and edit connection parameters", kUsage,
-                                  &run_dbparm, {{{"--replace", "KEYWORD"}}, {}}};
+const koshr_tool::Command kDbParm{"dbparm",
+                                  "parse and edit connection parameters",
+                                  kUsage,
+                                  &run_dbparm,
+                                  {{{"--replace", "KEYWORD"}}, {}}};
 KOSHR_COMMAND(kDbParm);
 
 }  // namespace

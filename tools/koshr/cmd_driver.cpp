@@ -31,8 +31,8 @@ int run_driver(const koshr_tool::Arguments& args) {
   return 0;
 }
 
-const koshr_tool::Command kDriver{"driver", "the driver library that serves a DBMS", kUsage,
-                                  &run_driver, {}};
+const koshr_tool::Command kDriver{
+    "driver", "the driver library that serves a DBMS", kUsage, &run_driver, {}};
 KOSHR_COMMAND(kDriver);
 
 }  // namespace

@@ -142,7 +142,10 @@ int run_fmt(const koshr_tool::Arguments& args) {
 }
 
 const koshr_tool::Command kFmt{
-    "fmt", "render values through a display format", kUsage, &run_fmt,
+    "fmt",
+    "render values through a display format",
+    kUsage,
+    &run_fmt,
     {{{"--check", nullptr}, {"--type", "TYPE"}, {"--culture", "TEXT"}}, {}}};
 KOSHR_COMMAND(kFmt);
 

@@ -45,16 +45,21 @@ const char kUsage[] =
     "Reads and writes library files (.kol, .kod).\n"
     "\n"
     "  new LIB [--comment TEXT]                 create an empty library\n"
-    "  ls LIB                                   one line an entry: name, size, time (UTC), comment\n"
+    "  ls LIB                                   one line an entry: name, size, time (UTC), "
+    "comment\n"
     "  info LIB                                 type, format version, time, comment, blocks\n"
-    "  cat LIB ENTRY [--text]                   the entry's object to stdout (--text: UTF-16LE as UTF-8)\n"
+    "  cat LIB ENTRY [--text]                   the entry's object to stdout (--text: UTF-16LE as "
+    "UTF-8)\n"
     "  put LIB ENTRY [FILE] [--text] [--comment TEXT]\n"
-    "                                           store FILE (or stdin) as the entry (--text: UTF-8 as UTF-16LE)\n"
+    "                                           store FILE (or stdin) as the entry (--text: UTF-8 "
+    "as UTF-16LE)\n"
     "  rm LIB ENTRY                             remove an entry\n"
-    "  export LIB [ENTRY...] -o DIR             one file an entry: export header, then text or hex section\n"
+    "  export LIB [ENTRY...] -o DIR             one file an entry: export header, then text or hex "
+    "section\n"
     "  import LIB FILE...                       the reverse of export\n"
     "  check LIB                                verify the file; exit 1 with one line per finding\n"
-    "  optimize LIB                             rewrite compactly: balanced directory, each entry's\n"
+    "  optimize LIB                             rewrite compactly: balanced directory, each "
+    "entry's\n"
     "                                           data in one run, leaked blocks reclaimed\n";
 
 const char kStartMarker[] = "Start of Korvane Binary Data Section : Do NOT Edit";
@@ -84,17 +89,28 @@ Args args_of(const koshr_tool::Arguments& arguments) {
 
 std::string lmi_error(int32_t rc) {
   switch (rc) {
-    case LMI_E_CREATE_FAILED: return "the library file could not be written";
-    case LMI_E_EXISTS: return "the library exists already";
-    case LMI_E_IO: return "read or write failed";
-    case LMI_E_FORMAT: return "no binary data section";
-    case LMI_E_NO_HANDLE: return "not a library, or it cannot be opened";
-    case LMI_E_NAME: return "missing or invalid name";
-    case LMI_E_NOT_FOUND: return "no such entry";
-    case LMI_E_FORBIDDEN: return "not allowed in this mode";
-    case LMI_E_DISK_FULL: return "out of disk space";
-    case kOutsideFailed: return "cannot write the output";
-    default: return "error " + std::to_string(rc);
+    case LMI_E_CREATE_FAILED:
+      return "the library file could not be written";
+    case LMI_E_EXISTS:
+      return "the library exists already";
+    case LMI_E_IO:
+      return "read or write failed";
+    case LMI_E_FORMAT:
+      return "no binary data section";
+    case LMI_E_NO_HANDLE:
+      return "not a library, or it cannot be opened";
+    case LMI_E_NAME:
+      return "missing or invalid name";
+    case LMI_E_NOT_FOUND:
+      return "no such entry";
+    case LMI_E_FORBIDDEN:
+      return "not allowed in this mode";
+    case LMI_E_DISK_FULL:
+      return "out of disk space";
+    case kOutsideFailed:
+      return "cannot write the output";
+    default:
+      return "error " + std::to_string(rc);
   }
 }
 
@@ -557,7 +573,8 @@ int import_file(Session& s, const std::string& file) {
   std::string why;
   if (!read_input(file, &raw, &why)) return fail("lib import " + file, why);
   std::u16string text = utf8_to_utf16(raw), name, escaped;
-  if (!take_line(&text, u"$KOExportHeader$", &name)) return fail("lib import " + file, "no export header");
+  if (!take_line(&text, u"$KOExportHeader$", &name))
+    return fail("lib import " + file, "no export header");
   std::u16string comment;
   if (take_line(&text, u"$KOExportComments$", &escaped)) {
     KOCHAR* plain = LMI_DecryptSpecialChars(s.pool(), escaped.c_str());
@@ -586,8 +603,9 @@ int cmd_check(const Args& a) {
   std::u16string path = utf8_to_utf16(a.positional[0]);
   std::string problem = koshr_tool::open_problem(a.positional[0], koshr_tool::Access::kRead);
   if (!problem.empty()) return fail("lib check " + a.positional[0], problem);
-  int32_t rc = LMI_CheckLibrary(s.pool(), path.c_str(),
-                                [](void*, int, const char* finding) { std::printf("%s\n", finding); }, nullptr);
+  int32_t rc = LMI_CheckLibrary(
+      s.pool(), path.c_str(), [](void*, int, const char* finding) { std::printf("%s\n", finding); },
+      nullptr);
   if (rc < 0) return fail("lib check " + a.positional[0], lmi_error(rc));
   return rc == 0 ? 0 : 1;
 }
@@ -604,7 +622,8 @@ int cmd_optimize(const Args& a) {
   std::u16string path = utf8_to_utf16(a.positional[0]);
   int32_t rc = LMI_OptimizeLibrary(s.pool(), path.c_str());
   if (rc == LMI_E_IO || rc == LMI_E_NO_HANDLE) {
-    return fail("lib optimize " + a.positional[0], open_failure(a.positional[0], LMI_MODE_READWRITE));
+    return fail("lib optimize " + a.positional[0],
+                open_failure(a.positional[0], LMI_MODE_READWRITE));
   }
   return rc ? fail("lib optimize " + a.positional[0], lmi_error(rc)) : 0;
 }
@@ -649,7 +668,10 @@ int run_lib(const koshr_tool::Arguments& arguments) {
   return koshr_tool::usage_error(arguments, "unknown subcommand");
 }
 
-const koshr_tool::Command kLib{"lib", "read and write library files", kUsage, &run_lib,
+const koshr_tool::Command kLib{"lib",
+                               "read and write library files",
+                               kUsage,
+                               &run_lib,
                                {{},
                                 {{"new", {{"--comment", "TEXT"}}},
                                  {"ls", {}},
@@ -700,8 +722,9 @@ int demo_library(const std::string& folder) {
   std::fflush(stdout);
   int rc = koshr_tool::run_command_line({"lib", "check", lib});
   if (rc == 0) std::printf("sound\n");
-  std::printf("\n(lib new refuses a library that exists: remove orders.kol to replay from the "
-              "first step.)\n");
+  std::printf(
+      "\n(lib new refuses a library that exists: remove orders.kol to replay from the "
+      "first step.)\n");
   return rc;
 }
 

@@ -79,7 +79,10 @@ int run_sql(const koshr_tool::Arguments& args) {
   return classify(koshr_tool::utf8_to_utf16(operands[0]));
 }
 
-const koshr_tool::Command kSql{"sql", "find keywords and clauses in SQL text", kUsage, &run_sql,
+const koshr_tool::Command kSql{"sql",
+                               "find keywords and clauses in SQL text",
+                               kUsage,
+                               &run_sql,
                                {{}, {{"tail", {}}, {"find", {}}, {"classify", {}}}}};
 KOSHR_COMMAND(kSql);
 

@@ -38,10 +38,12 @@ int tour_pools(const std::string&) {
 
   for (int i = 0; i < 100000; ++i) kostg_alc(context, 24, parse);
   void* line = kostg_alc(context, 16, output);
-  for (uint64_t size = 32; size <= 65536; size += 16) line = kostg_realc(context, line, size, output);
-  std::printf("\n100,000 small blocks in \"parse\" and one grown to 64 KB in \"output\":\n"
-              "  the context now holds %llu bytes.\n",
-              (unsigned long long)held(context));
+  for (uint64_t size = 32; size <= 65536; size += 16)
+    line = kostg_realc(context, line, size, output);
+  std::printf(
+      "\n100,000 small blocks in \"parse\" and one grown to 64 KB in \"output\":\n"
+      "  the context now holds %llu bytes.\n",
+      (unsigned long long)held(context));
 
   kostg_free_pool(context, parse);
   std::printf("Releasing \"parse\" frees all its blocks at once: %llu bytes remain.\n",

@@ -47,7 +47,8 @@ int g_native_handle;
 void append(KOCHAR* out, const KOCHAR* text) {
   size_t at = 0;
   while (out[at] != 0) ++at;
-  for (size_t i = 0; text != nullptr && text[i] != 0 && at + 1 < TEST_DRIVER_TEXT; ++i) out[at++] = text[i];
+  for (size_t i = 0; text != nullptr && text[i] != 0 && at + 1 < TEST_DRIVER_TEXT; ++i)
+    out[at++] = text[i];
   out[at] = 0;
 }
 
@@ -81,7 +82,8 @@ ShHashTable* catalog_table(DbiContext* context, int32_t catalog) {
     for (size_t start = 0; start + rows.per_row <= rows.values.size(); start += rows.per_row) {
       for (uint32_t i = 0; i < rows.per_row; ++i) {
         const StoredValue& value = rows.values[start + i];
-        row[i] = DbiCatalogValue{value.column.c_str(), value.kind, value.text.c_str(), value.integer};
+        row[i] =
+            DbiCatalogValue{value.column.c_str(), value.kind, value.text.c_str(), value.integer};
       }
       context->services->catalog_add_row(context, table, catalog, row.data(), rows.per_row);
     }
@@ -162,8 +164,8 @@ TEST_DRIVER_EXPORT const TestDriverCall* TestDriver_Calls(int32_t* count) {
   return g_calls.data();
 }
 
-TEST_DRIVER_EXPORT void TestDriver_SetAnswer(int32_t operation, int32_t return_code, int32_t sql_code,
-                                             intptr_t result) {
+TEST_DRIVER_EXPORT void TestDriver_SetAnswer(int32_t operation, int32_t return_code,
+                                             int32_t sql_code, intptr_t result) {
   g_answers.push_back(Answer{operation, return_code, sql_code, result});
 }
 
