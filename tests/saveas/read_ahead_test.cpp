@@ -1,7 +1,8 @@
-// read_ahead_test.cpp: rows read ahead on their own thread reach the writer
-// all, in order and unchanged, across block boundaries; a failure arrives
-// after exactly the rows read before it, with its reason; and a writer that
-// stops early ends the reading thread without another call to the source.
+// read_ahead_test.cpp: rows read ahead on their own thread (or, on one core,
+// straight from the source) reach the writer all, in order and unchanged,
+// across block boundaries; a failure arrives after exactly the rows read
+// before it, with its reason; and a writer that stops early ends the reading
+// thread without another call to the source.
 #include <gtest/gtest.h>
 
 #include <atomic>
@@ -41,26 +42,28 @@ TEST(ReadAheadTest, EveryRowArrivesInOrderThenTheEndOrTheFailure) {
   } cases[] = {{0, SIZE_MAX},   {1, SIZE_MAX},    {511, SIZE_MAX}, {512, SIZE_MAX},
                {513, SIZE_MAX}, {5000, SIZE_MAX}, {5000, 0},       {5000, 1},
                {5000, 512},     {5000, 2049},     {5000, 4999}};
-  for (const auto& test : cases) {
-    CountingRows source(test.total, test.fail_at);
-    koshr_tool::ReadAheadRows rows(source);
-    std::vector<CellValue> row;
-    std::string why;
-    size_t seen = 0;
-    bool same = true;
-    while (rows.next(row, why)) {
-      same = same && row.size() == 2 && row[0].missing == (seen % 5 == 0) &&
-             row[0].text == std::u16string(seen % 7, u'x') && row[1].number == double(seen);
-      ++seen;
+  for (bool threaded : {true, false}) {
+    for (const auto& test : cases) {
+      CountingRows source(test.total, test.fail_at);
+      koshr_tool::ReadAheadRows rows(source, threaded);
+      std::vector<CellValue> row;
+      std::string why;
+      size_t seen = 0;
+      bool same = true;
+      while (rows.next(row, why)) {
+        same = same && row.size() == 2 && row[0].missing == (seen % 5 == 0) &&
+               row[0].text == std::u16string(seen % 7, u'x') && row[1].number == double(seen);
+        ++seen;
+      }
+      std::string label = std::to_string(test.total) + " rows, failing at " +
+                          std::to_string(test.fail_at) + (threaded ? ", threaded" : "");
+      EXPECT_TRUE(same) << label;
+      EXPECT_EQ(seen, std::min(test.total, test.fail_at)) << label;
+      EXPECT_EQ(why,
+                test.fail_at < test.total ? "row " + std::to_string(test.fail_at) + " broke" : "")
+          << label;
+      EXPECT_FALSE(rows.next(row, why)) << label << ": the end stays the end";
     }
-    std::string label =
-        std::to_string(test.total) + " rows, failing at " + std::to_string(test.fail_at);
-    EXPECT_TRUE(same) << label;
-    EXPECT_EQ(seen, std::min(test.total, test.fail_at)) << label;
-    EXPECT_EQ(why,
-              test.fail_at < test.total ? "row " + std::to_string(test.fail_at) + " broke" : "")
-        << label;
-    EXPECT_FALSE(rows.next(row, why)) << label << ": the end stays the end";
   }
 }
 
@@ -68,7 +71,7 @@ TEST(ReadAheadTest, AWriterThatStopsEarlyEndsTheReading) {
   for (size_t taken : {size_t(0), size_t(1), size_t(3000)}) {
     CountingRows source(10000000, SIZE_MAX);
     {
-      koshr_tool::ReadAheadRows rows(source);
+      koshr_tool::ReadAheadRows rows(source, true);
       std::vector<CellValue> row;
       std::string why;
       for (size_t i = 0; i < taken; ++i) ASSERT_TRUE(rows.next(row, why));

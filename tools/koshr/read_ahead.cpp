@@ -23,7 +23,8 @@ constexpr size_t kRowsPerBlock = 512;
 
 }  // namespace
 
-ReadAheadRows::ReadAheadRows(RowSource& source) : source_(source), blocks_(kBlocks) {
+ReadAheadRows::ReadAheadRows(RowSource& source, bool threaded)
+    : source_(source), threaded_(threaded), blocks_(threaded ? kBlocks : 0) {
   for (Block& block : blocks_) {
     block.rows.resize(kRowsPerBlock);
     free_.push_back(&block);
@@ -94,6 +95,7 @@ void ReadAheadRows::read_blocks() {
 }
 
 bool ReadAheadRows::next(std::vector<CellValue>& row, std::string& why) {
+  if (!threaded_) return source_.next(row, why);
   while (!current_ || at_ == current_->count) {
     if (current_ && current_->last) {
       why = current_->why;

@@ -31,7 +31,11 @@ namespace koshr_tool {
 
 class ReadAheadRows final : public RowSource {
  public:
-  explicit ReadAheadRows(RowSource& source);
+  // Without `threaded` (the default on a machine of one core, where a
+  // second thread only adds the cost of handing rows over) the rows come
+  // straight from the source on the caller's thread.
+  explicit ReadAheadRows(RowSource& source,
+                         bool threaded = std::thread::hardware_concurrency() > 1);
   ReadAheadRows(const ReadAheadRows&) = delete;
   ReadAheadRows& operator=(const ReadAheadRows&) = delete;
   ~ReadAheadRows() override;
@@ -49,6 +53,7 @@ class ReadAheadRows final : public RowSource {
   void fill(Block& block);
 
   RowSource& source_;
+  bool threaded_;
   std::vector<Block> blocks_;
   std::mutex mutex_;
   std::condition_variable changed_;
