@@ -40,7 +40,7 @@ std::vector<std::string> names(int count, bool shuffled) {
   std::vector<std::string> out;
   for (int i = 0; i < count; ++i) {
     char name[64];
-    std::snprintf(name, sizeof name, "w_object_%06d.srw", i);
+    std::snprintf(name, sizeof name, "document_%06d.txt", i);
     out.push_back(name);
   }
   if (shuffled) std::shuffle(out.begin(), out.end(), std::mt19937(7));
@@ -272,7 +272,7 @@ void BM_Open_Process(benchmark::State& state, const char* mode, const char* file
     prepared = true;
   }
   std::string self = self_path();
-  for (auto _ : state) state.SetIterationTime(spawn_and_measure({self, mode, path_of(file), "w_object_009876.srw"}) / 1e9);
+  for (auto _ : state) state.SetIterationTime(spawn_and_measure({self, mode, path_of(file), "document_009876.txt"}) / 1e9);
 }
 
 void BM_List_Library(benchmark::State& state) {

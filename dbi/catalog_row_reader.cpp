@@ -18,14 +18,14 @@
 namespace ko::dbi {
 namespace {
 
-const ColumnSpec kFormatColumns[] = {
+const ColumnLayout kFormatColumns[] = {
     {"kof_name", ColumnKind::kText, offsetof(DbiFormatRecord, name)},
     {"kof_frmt", ColumnKind::kText, offsetof(DbiFormatRecord, format)},
     {"kof_type", ColumnKind::kShort, offsetof(DbiFormatRecord, type)},
     {"kof_cntr", ColumnKind::kLong, offsetof(DbiFormatRecord, counter)},
 };
 
-const ColumnSpec kValidationColumns[] = {
+const ColumnLayout kValidationColumns[] = {
     {"kov_name", ColumnKind::kText, offsetof(DbiValidationRecord, name)},
     {"kov_vald", ColumnKind::kText, offsetof(DbiValidationRecord, rule)},
     {"kov_type", ColumnKind::kShort, offsetof(DbiValidationRecord, type)},
@@ -33,7 +33,7 @@ const ColumnSpec kValidationColumns[] = {
     {"kov_msg", ColumnKind::kText, offsetof(DbiValidationRecord, message)},
 };
 
-const ColumnSpec kEditStyleColumns[] = {
+const ColumnLayout kEditStyleColumns[] = {
     {"koe_name", ColumnKind::kText, offsetof(DbiEditStyleRow, name)},
     {"koe_edit", ColumnKind::kText, offsetof(DbiEditStyleRow, edit)},
     {"koe_type", ColumnKind::kShort, offsetof(DbiEditStyleRow, type)},
@@ -49,17 +49,18 @@ const ColumnSpec kEditStyleColumns[] = {
       {prefix "fitl", ColumnKind::kYesNo, offsetof(DbiTableAttributes, group.italic)},         \
       {prefix "funl", ColumnKind::kYesNo, offsetof(DbiTableAttributes, group.underline)},      \
       {prefix "fchr", ColumnKind::kShort, offsetof(DbiTableAttributes, group.charset)},        \
-      {prefix "fptc", ColumnKind::kShort, offsetof(DbiTableAttributes, group.pitch_family)},   \
-      {prefix "ffce", ColumnKind::kFaceName, offsetof(DbiTableAttributes, group.face)}
+      {prefix "fptc", ColumnKind::kShort, offsetof(DbiTableAttributes, group.pitch_family)}, { \
+    prefix "ffce", ColumnKind::kFaceName, offsetof(DbiTableAttributes, group.face)             \
+  }
 
-const ColumnSpec kTableColumns[] = {
+const ColumnLayout kTableColumns[] = {
     KO_FONT("kod_", data),
     KO_FONT("koh_", heading),
     KO_FONT("kol_", label),
     {"kot_cmnt", ColumnKind::kText, offsetof(DbiTableAttributes, comment)},
 };
 
-const ColumnSpec kColumnColumns[] = {
+const ColumnLayout kColumnColumns[] = {
     {"koc_labl", ColumnKind::kText, offsetof(DbiColumnAttributes, label)},
     {"koc_lpos", ColumnKind::kShort, offsetof(DbiColumnAttributes, label_position)},
     {"koc_hdr", ColumnKind::kNonEmptyText, offsetof(DbiColumnAttributes, heading)},
@@ -79,7 +80,7 @@ const ColumnSpec kColumnColumns[] = {
 #undef KO_FONT
 
 template <size_t N>
-constexpr CatalogShape shape_of(int32_t catalog, const ColumnSpec (&columns)[N], size_t size) {
+constexpr CatalogShape shape_of(int32_t catalog, const ColumnLayout (&columns)[N], size_t size) {
   return CatalogShape{catalog, columns, N, size};
 }
 
@@ -88,7 +89,8 @@ const CatalogShape kShapes[] = {
     shape_of(DBI_CATALOG_VALIDATION, kValidationColumns, sizeof(DbiValidationRecord)),
     shape_of(DBI_CATALOG_EDIT_STYLES, kEditStyleColumns, sizeof(DbiEditStyleRow)),
 };
-const CatalogShape kTableShape = shape_of(DBI_CATALOG_TABLES, kTableColumns, sizeof(DbiTableAttributes));
+const CatalogShape kTableShape =
+    shape_of(DBI_CATALOG_TABLES, kTableColumns, sizeof(DbiTableAttributes));
 const CatalogShape kColumnShape =
     shape_of(DBI_CATALOG_COLUMNS, kColumnColumns, sizeof(DbiColumnAttributes));
 
@@ -106,29 +108,30 @@ T& field(void* record, size_t offset) {
   return *reinterpret_cast<T*>(static_cast<char*>(record) + offset);
 }
 
-void store(DbiContext* context, const ColumnSpec& spec, void* record, const DbiCatalogValue& value) {
+void store(DbiContext* context, const ColumnLayout& layout, void* record,
+           const DbiCatalogValue& value) {
   const KOCHAR* text = value.kind == DBI_VALUE_TEXT && value.text != nullptr ? value.text : u"";
-  switch (spec.kind) {
+  switch (layout.kind) {
     case ColumnKind::kShort:
-      field<int16_t>(record, spec.offset) = static_cast<int16_t>(integer_of(value));
+      field<int16_t>(record, layout.offset) = static_cast<int16_t>(integer_of(value));
       break;
     case ColumnKind::kLong:
-      field<int32_t>(record, spec.offset) = integer_of(value);
+      field<int32_t>(record, layout.offset) = integer_of(value);
       break;
     case ColumnKind::kNonEmptyText:
       if (text[0] == 0) break;
       [[fallthrough]];
     case ColumnKind::kText: {
-      KOCHAR*& slot = field<KOCHAR*>(record, spec.offset);
+      KOCHAR*& slot = field<KOCHAR*>(record, layout.offset);
       release(context, slot);
       slot = duplicate(context, text);
       break;
     }
     case ColumnKind::kYesNo:
-      field<int16_t>(record, spec.offset) = (text[0] == u'Y' || text[0] == u'y') ? 1 : 0;
+      field<int16_t>(record, layout.offset) = (text[0] == u'Y' || text[0] == u'y') ? 1 : 0;
       break;
     case ColumnKind::kFaceName:
-      u16lcpy(&field<KOCHAR>(record, spec.offset), text, DBI_FACE_LENGTH);
+      u16lcpy(&field<KOCHAR>(record, layout.offset), text, DBI_FACE_LENGTH);
       break;
   }
 }
@@ -162,9 +165,9 @@ void read_catalog_row(DbiContext* context, const CatalogShape& shape, void* reco
 
 void free_catalog_texts(DbiContext* context, const CatalogShape& shape, void* record) {
   for (size_t i = 0; i < shape.column_count; ++i) {
-    const ColumnSpec& spec = shape.columns[i];
-    if (spec.kind == ColumnKind::kText || spec.kind == ColumnKind::kNonEmptyText) {
-      KOCHAR*& slot = field<KOCHAR*>(record, spec.offset);
+    const ColumnLayout& layout = shape.columns[i];
+    if (layout.kind == ColumnKind::kText || layout.kind == ColumnKind::kNonEmptyText) {
+      KOCHAR*& slot = field<KOCHAR*>(record, layout.offset);
       release(context, slot);
       slot = nullptr;
     }

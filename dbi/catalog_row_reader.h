@@ -24,7 +24,7 @@ enum class ColumnKind {
   kFaceName       // at most 31 characters into a fixed buffer
 };
 
-struct ColumnSpec {
+struct ColumnLayout {
   const char* column;
   ColumnKind kind;
   size_t offset;  // of the field in the record
@@ -32,7 +32,7 @@ struct ColumnSpec {
 
 struct CatalogShape {
   int32_t catalog;
-  const ColumnSpec* columns;
+  const ColumnLayout* columns;
   size_t column_count;
   size_t record_size;
 };

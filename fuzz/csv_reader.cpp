@@ -45,7 +45,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (!have_names) return 0;
   koshr_tool::ColumnInference inference(names.size());
   for (const auto& row : rows) inference.add(row);
-  std::vector<koshr_tool::ColumnSpec> columns = inference.columns(names);
+  std::vector<koshr_tool::ExportColumn> columns = inference.columns(names);
   for (const auto& row : rows) {
     for (size_t c = 0; c < columns.size(); ++c) {
       koshr_tool::CellValue value;

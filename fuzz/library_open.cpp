@@ -56,7 +56,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     LMI_CloseLibrary(lib);
   }
   if (LMI_HANDLE lib = LMI_OpenLibrary(pool, path.c_str(), LMI_MODE_READWRITE, 0)) {
-    std::u16string name = u"fuzz_entry.srd";
+    std::u16string name = u"fuzz_entry.dat";
     if (LMI_OpenEntry(lib, name.data(), LMI_ENTRY_WRITE, u"comment") == 0) {
       LMI_WriteEntry(lib, data, uint32_t(size < 3000 ? size : 3000));
       LMI_CloseEntry(lib);

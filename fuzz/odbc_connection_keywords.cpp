@@ -26,7 +26,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
                              std::u16string(text.get() + 2 * third)};
   for (auto& part : parts) part = part.c_str();  // up to an embedded terminator
   ko::odbc::login_connect_string(parts[0].c_str(), parts[1].c_str(), parts[2].c_str());
-  // The same text as a connection string given its streaming settings.
-  ko::odbc::streaming_connect_string(std::u16string(text.get(), units), settings.fetch_block);
+  // The same text as a connection string given every streaming setting.
+  ko::odbc::streaming_connect_string(std::u16string(text.get(), units), settings.fetch_block,
+                                     ko::odbc::Streaming::kAll);
   return 0;
 }

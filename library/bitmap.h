@@ -17,6 +17,7 @@
 #ifndef KOSHR_LIBRARY_BITMAP_H
 #define KOSHR_LIBRARY_BITMAP_H
 
+#include "library/header.h"
 #include "library/pool_ref.h"
 #include "platform/platform.h"
 
@@ -24,8 +25,12 @@
 
 namespace ko {
 
-constexpr uint32_t kBitsPerBitmap = 4032;
-constexpr uint32_t kBitmapRangeBytes = kBitsPerBitmap * 512;  // 0x1F8000
+constexpr uint32_t kBitmapNext = 4;         // offset of the next bitmap block
+constexpr uint32_t kBitmapBits = 8;         // the bits
+constexpr uint32_t kBitmapBitsBytes = kBlockSize - kBitmapBits;
+constexpr uint32_t kBitsPerBitmap = kBitmapBitsBytes * 8;
+static_assert(kBitsPerBitmap == 4032, "the bits of one bitmap block");
+constexpr uint32_t kBitmapRangeBytes = kBitsPerBitmap * kBlockSize;  // 0x1F8000
 
 void init_bitmap_block(uint8_t* block);
 // Marks blocks 1..n of a bitmap block used, as a fresh library does (n <= 4032).
@@ -34,7 +39,7 @@ void mark_first_blocks(uint8_t* block, uint32_t n);
 class BitmapChain {
  public:
   void attach(const PoolRef& pool, os::FileHandle file, uint32_t base, uint8_t* first_block);
-  // Reads the rest of the chain; -3 when it is unreadable or malformed.
+  // Reads the rest of the chain; LMI_E_IO when it is unreadable or malformed.
   int32_t load();
   bool loaded() const { return loaded_; }
 
@@ -76,8 +81,8 @@ class BitmapChain {
   void flip(uint32_t number);
   bool free_for_data(uint32_t number) const;
   int32_t cover(uint32_t number);
-  uint32_t to_number(uint32_t offset) const { return (offset - base_) / 512 + 1; }
-  uint32_t to_offset(uint32_t number) const { return base_ + (number - 1) * 512; }
+  uint32_t to_number(uint32_t offset) const { return (offset - base_) / kBlockSize + 1; }
+  uint32_t to_offset(uint32_t number) const { return base_ + (number - 1) * kBlockSize; }
   uint32_t limit() const;
   bool grow_blocks();
 

@@ -4,6 +4,8 @@
  */
 #include "library/block_io.h"
 
+#include <koshr/library.h>
+
 #include "platform/resources.h"
 #include "storage/u16_format.h"
 
@@ -43,12 +45,12 @@ int64_t library_read(os::FileHandle file, void* buffer, size_t size, uint64_t of
   for (;;) {
     int64_t got = os::file_read_at(file, buffer, size, offset);
     if (got >= 0) return got;
-    if (!retry_after_system_error()) return -3;
+    if (!retry_after_system_error()) return LMI_E_IO;
   }
 }
 
 int32_t library_read_exact(os::FileHandle file, void* buffer, size_t size, uint64_t offset) {
-  return library_read(file, buffer, size, offset) == int64_t(size) ? 0 : -3;
+  return library_read(file, buffer, size, offset) == int64_t(size) ? 0 : LMI_E_IO;
 }
 
 int32_t library_write(os::FileHandle file, const void* data, size_t size, uint64_t offset) {
@@ -56,10 +58,10 @@ int32_t library_write(os::FileHandle file, const void* data, size_t size, uint64
     int64_t put = os::file_write_at(file, data, size, offset);
     if (put == int64_t(size)) return 0;
     if (put < 0) {
-      if (!retry_after_system_error()) return -3;
+      if (!retry_after_system_error()) return LMI_E_IO;
       continue;
     }
-    if (!user_says_retry(resource_string(kOutOfSpace))) return -17;
+    if (!user_says_retry(resource_string(kOutOfSpace))) return LMI_E_DISK_FULL;
     // Retry: give back what the short write stored, then write it all again.
     int64_t end = os::file_size(file);
     if (end >= put) os::file_truncate(file, uint64_t(end - put));

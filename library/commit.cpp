@@ -3,6 +3,8 @@
  */
 #include "library/commit.h"
 
+#include <koshr/library.h>
+
 #include "library/block_io.h"
 #include "library/handle_lifecycle.h"
 
@@ -20,17 +22,17 @@ void release_block(void* context, uint32_t offset) {
 
 int32_t release_later(LmiLibrary* lib, uint32_t offset, uint32_t count) {
   ReleaseList& list = lib->releases;
-  if (list.size && list.offsets[list.size - 1] + 512 * list.counts[list.size - 1] == offset) {
+  if (list.size && list.offsets[list.size - 1] + kBlockSize * list.counts[list.size - 1] == offset) {
     list.counts[list.size - 1] += count;
     return 0;
   }
   if (list.size == list.capacity) {
     uint32_t capacity = list.capacity ? list.capacity * 2 : 64;
     void* offsets = lib->pool.grow(list.offsets, sizeof(uint32_t) * capacity);
-    if (!offsets) return -17;
+    if (!offsets) return LMI_E_DISK_FULL;
     list.offsets = static_cast<uint32_t*>(offsets);
     void* counts = lib->pool.grow(list.counts, sizeof(uint32_t) * capacity);
-    if (!counts) return -17;
+    if (!counts) return LMI_E_DISK_FULL;
     list.counts = static_cast<uint32_t*>(counts);
     list.capacity = capacity;
   }

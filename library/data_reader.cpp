@@ -3,9 +3,12 @@
  */
 #include "library/data_reader.h"
 
+#include <koshr/library.h>
+
 #include "library/block_io.h"
-#include "library/byte_order.h"
 #include "library/data_block.h"
+#include "library/magic.h"
+#include "platform/byte_order.h"
 
 #include <cstring>
 
@@ -36,14 +39,14 @@ void DataReader::begin(uint32_t first_block, uint32_t length) {
 }
 
 const uint8_t* DataReader::block_at(uint32_t offset, uint32_t blocks_wanted) {
-  if (offset < base_ || (offset - base_) % 512 || int64_t(offset) + 512 > file_size_) return nullptr;
-  if (run_blocks_ && offset >= run_first_ && (offset - run_first_) / 512 < run_blocks_) {
+  if (offset < base_ || (offset - base_) % kBlockSize || int64_t(offset) + kBlockSize > file_size_) return nullptr;
+  if (run_blocks_ && offset >= run_first_ && (offset - run_first_) / kBlockSize < run_blocks_) {
     return run_ + (offset - run_first_);
   }
   if (blocks_wanted > kMaxRunBlocks) blocks_wanted = kMaxRunBlocks;
   if (blocks_wanted > run_capacity_) {
     // Nothing in the run is kept across a new read: a fresh buffer will do.
-    auto* bigger = pool_.alloc_array<uint8_t>(size_t(blocks_wanted) * 512);
+    auto* bigger = pool_.alloc_array<uint8_t>(size_t(blocks_wanted) * kBlockSize);
     if (bigger) {
       if (run_ != first_run_) pool_.free(run_);
       run_ = bigger;
@@ -52,10 +55,10 @@ const uint8_t* DataReader::block_at(uint32_t offset, uint32_t blocks_wanted) {
   }
   uint32_t blocks = blocks_wanted < run_capacity_ ? blocks_wanted : run_capacity_;
   if (blocks == 0) blocks = 1;
-  int64_t in_file = (file_size_ - offset) / 512;
+  int64_t in_file = (file_size_ - offset) / kBlockSize;
   if (int64_t(blocks) > in_file) blocks = uint32_t(in_file);
-  int64_t got = library_read(file_, run_, size_t(blocks) * 512, offset);
-  run_blocks_ = got > 0 ? uint32_t(got / 512) : 0;
+  int64_t got = library_read(file_, run_, size_t(blocks) * kBlockSize, offset);
+  run_blocks_ = got > 0 ? uint32_t(got / kBlockSize) : 0;
   run_first_ = offset;
   return run_blocks_ ? run_ : nullptr;
 }
@@ -67,16 +70,16 @@ int32_t DataReader::read(void* out, uint32_t count) {
     if (in_block_ == block_used_) {
       if (!next_) break;
       const uint8_t* block = block_at(next_, blocks_for_bytes(remaining_));
-      if (!block || !has_magic(block, "DAT*")) return -3;
-      uint32_t used = load_u16(block + kDataUsed);
-      if (used == 0 || used > kPayloadPerBlock) return -3;
+      if (!block || !has_magic(block, "DAT*")) return LMI_E_IO;
+      uint32_t used = load_le16(block + kDataUsed);
+      if (used == 0 || used > kPayloadPerBlock) return LMI_E_IO;
       current_ = next_;
-      next_ = load_u32(block + kDataNext);
+      next_ = load_le32(block + kDataNext);
       in_block_ = 0;
       block_used_ = used;
     }
     const uint8_t* block = block_at(current_, 1);
-    if (!block) return -3;
+    if (!block) return LMI_E_IO;
     uint32_t take = block_used_ - in_block_;
     if (take > count - copied) take = count - copied;
     if (take > remaining_) take = remaining_;
@@ -95,12 +98,12 @@ int32_t DataReader::each_block(uint32_t first_block, uint32_t length, void (*vis
   uint32_t left = first_block ? length : 0;
   while (next && left) {
     const uint8_t* block = block_at(next, blocks_for_bytes(left));
-    if (!block || !has_magic(block, "DAT*")) return -3;
-    uint32_t used = load_u16(block + kDataUsed);
-    if (used == 0 || used > kPayloadPerBlock) return -3;
+    if (!block || !has_magic(block, "DAT*")) return LMI_E_IO;
+    uint32_t used = load_le16(block + kDataUsed);
+    if (used == 0 || used > kPayloadPerBlock) return LMI_E_IO;
     visit(context, next);
     left = used >= left ? 0 : left - used;
-    next = load_u32(block + kDataNext);
+    next = load_le32(block + kDataNext);
   }
   return 0;
 }

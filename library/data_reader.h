@@ -15,6 +15,7 @@
 #ifndef KOSHR_LIBRARY_DATA_READER_H
 #define KOSHR_LIBRARY_DATA_READER_H
 
+#include "library/header.h"
 #include "library/pool_ref.h"
 #include "platform/platform.h"
 
@@ -27,12 +28,12 @@ class DataReader {
   bool attach(const PoolRef& pool, os::FileHandle file, uint32_t base);
   void set_file_size(int64_t size) { file_size_ = size; }
   void begin(uint32_t first_block, uint32_t length);
-  // Copies up to `count` bytes; the count copied (short at the end) or -3.
+  // Copies up to `count` bytes; the count copied (short at the end) or LMI_E_IO.
   int32_t read(void* out, uint32_t count);
   // Steps over `count` bytes.
   int32_t skip(uint32_t count) { return read(nullptr, count); }
   // Visits the offset of every block of the stream (for releasing it).
-  // 0, or -3 when the chain is malformed before its length is reached.
+  // 0, or LMI_E_IO when the chain is malformed before its length is reached.
   int32_t each_block(uint32_t first_block, uint32_t length, void (*visit)(void*, uint32_t), void* context);
   uint32_t remaining() const { return remaining_; }
 
@@ -43,7 +44,7 @@ class DataReader {
   os::FileHandle file_ = os::kInvalidFile;
   uint32_t base_ = 0;
   int64_t file_size_ = 0;
-  uint8_t first_run_[512];
+  uint8_t first_run_[kBlockSize];
   uint8_t* run_ = nullptr;
   uint32_t run_capacity_ = 0;  // blocks
   uint32_t run_first_ = 0;     // offset of run_[0]

@@ -4,8 +4,9 @@
 #include "library/data_writer.h"
 
 #include "library/block_io.h"
-#include "library/byte_order.h"
 #include "library/data_block.h"
+#include "library/magic.h"
+#include "platform/byte_order.h"
 
 #include <cstring>
 
@@ -13,8 +14,8 @@ namespace ko {
 
 bool DataWriter::attach(const PoolRef& pool, os::FileHandle file, uint32_t buffer_bytes) {
   file_ = file;
-  slots_ = buffer_bytes / 512 ? buffer_bytes / 512 : 1;
-  blocks_ = pool.alloc_array<uint8_t>(size_t(slots_) * 512);
+  slots_ = buffer_bytes / kBlockSize ? buffer_bytes / kBlockSize : 1;
+  blocks_ = pool.alloc_array<uint8_t>(size_t(slots_) * kBlockSize);
   offsets_ = pool.alloc_array<uint32_t>(slots_ + 1);
   used_ = 0;
   stream_open_ = false;
@@ -40,7 +41,7 @@ int32_t DataWriter::assign_offsets(uint32_t from, uint32_t extra, BitmapChain& b
   for (uint32_t i = from; i < used_; ++i) {
     if (offsets_[i] == 0) {
       offsets_[i] = first;
-      first += 512;
+      first += kBlockSize;
     }
   }
   if (extra) *continuation = first;
@@ -49,14 +50,14 @@ int32_t DataWriter::assign_offsets(uint32_t from, uint32_t extra, BitmapChain& b
 
 void DataWriter::link(uint32_t from, uint32_t last_next) {
   for (uint32_t i = from; i < used_; ++i) {
-    store_u32(blocks_ + size_t(i) * 512 + kDataNext, i + 1 < used_ ? offsets_[i + 1] : last_next);
+    store_le32(blocks_ + size_t(i) * kBlockSize + kDataNext, i + 1 < used_ ? offsets_[i + 1] : last_next);
   }
 }
 
 int32_t DataWriter::write(const uint8_t* data, uint32_t size, BitmapChain& bitmap) {
   while (size) {
-    uint8_t* block = used_ > stream_first_ ? blocks_ + size_t(used_ - 1) * 512 : nullptr;
-    uint32_t filled = block ? load_u16(block + kDataUsed) : kPayloadPerBlock;
+    uint8_t* block = used_ > stream_first_ ? blocks_ + size_t(used_ - 1) * kBlockSize : nullptr;
+    uint32_t filled = block ? load_le16(block + kDataUsed) : kPayloadPerBlock;
     if (filled == kPayloadPerBlock) {
       uint32_t preplaced = 0;
       if (used_ == slots_) {
@@ -72,7 +73,7 @@ int32_t DataWriter::write(const uint8_t* data, uint32_t size, BitmapChain& bitma
       }
       // Only the header is cleared here; a block left partly filled gets its
       // unused tail cleared when its stream finishes (finish_stream).
-      block = blocks_ + size_t(used_) * 512;
+      block = blocks_ + size_t(used_) * kBlockSize;
       std::memset(block, 0, kDataHeaderSize);
       put_magic(block, "DAT*");
       offsets_[used_++] = preplaced;
@@ -80,7 +81,7 @@ int32_t DataWriter::write(const uint8_t* data, uint32_t size, BitmapChain& bitma
     }
     uint32_t take = kPayloadPerBlock - filled < size ? kPayloadPerBlock - filled : size;
     std::memcpy(block + kDataHeaderSize + filled, data, take);
-    store_u16(block + kDataUsed, uint16_t(filled + take));
+    store_le16(block + kDataUsed, uint16_t(filled + take));
     data += take;
     size -= take;
     stream_bytes_ += take;
@@ -92,8 +93,8 @@ int32_t DataWriter::finish_stream(BitmapChain& bitmap, uint32_t* first_block) {
   stream_open_ = false;
   *first_block = stream_first_block_;
   if (used_ == stream_first_) return 0;
-  uint8_t* last = blocks_ + size_t(used_ - 1) * 512;
-  uint32_t filled = load_u16(last + kDataUsed);
+  uint8_t* last = blocks_ + size_t(used_ - 1) * kBlockSize;
+  uint32_t filled = load_le16(last + kDataUsed);
   std::memset(last + kDataHeaderSize + filled, 0, kPayloadPerBlock - filled);
   uint32_t unused = 0;
   int32_t rc = assign_offsets(stream_first_, 0, bitmap, &unused);
@@ -116,14 +117,14 @@ int32_t DataWriter::flush() { return flush_until(stream_open_ ? stream_first_ : 
 int32_t DataWriter::flush_until(uint32_t end) {
   for (uint32_t i = 0; i < end;) {
     uint32_t j = i + 1;
-    while (j < end && offsets_[j] == offsets_[j - 1] + 512) ++j;
-    int32_t rc = library_write(file_, blocks_ + size_t(i) * 512, size_t(j - i) * 512, offsets_[i]);
+    while (j < end && offsets_[j] == offsets_[j - 1] + kBlockSize) ++j;
+    int32_t rc = library_write(file_, blocks_ + size_t(i) * kBlockSize, size_t(j - i) * kBlockSize, offsets_[i]);
     if (rc) return rc;
     i = j;
   }
   // An open stream's blocks move to the front and wait for their places.
   if (end && end < used_) {
-    std::memmove(blocks_, blocks_ + size_t(end) * 512, size_t(used_ - end) * 512);
+    std::memmove(blocks_, blocks_ + size_t(end) * kBlockSize, size_t(used_ - end) * kBlockSize);
     std::memmove(offsets_, offsets_ + end, sizeof(uint32_t) * (used_ - end));
   }
   used_ -= end;

@@ -3,10 +3,12 @@
  */
 #include "library/directory.h"
 
-#include "library/byte_order.h"
+#include <koshr/library.h>
+
 #include "library/commit.h"
 #include "library/entry_name.h"
 #include "library/node.h"
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 
 #include <algorithm>
@@ -21,11 +23,11 @@ const KOCHAR* name_at(const CachedNode* node, uint32_t name_offset) {
   return reinterpret_cast<const KOCHAR*>(node->bytes + name_offset);
 }
 uint32_t room_at(const CachedNode* node, uint32_t name_offset) {
-  return load_u16(node->bytes + name_offset - kRecordHeaderSize + kRecordNameLength) / 2;
+  return load_le16(node->bytes + name_offset - kRecordHeaderSize + kRecordNameLength) / 2;
 }
-uint32_t link(const CachedNode* node, uint32_t field) { return load_u32(node->bytes + field); }
+uint32_t link(const CachedNode* node, uint32_t field) { return load_le32(node->bytes + field); }
 void set_link(LmiLibrary* lib, CachedNode* node, uint32_t field, uint32_t value) {
-  store_u32(node->bytes + field, value);
+  store_le32(node->bytes + field, value);
   lib->nodes.touch(node, false);
 }
 
@@ -45,7 +47,7 @@ bool push_path(LmiLibrary* lib, CachedNode* node) {
   return true;
 }
 
-uint32_t node_blocks(const LmiLibrary* lib) { return lib->geometry.node_size / 512; }
+uint32_t node_blocks(const LmiLibrary* lib) { return lib->geometry.node_size / kBlockSize; }
 
 // Cuts a full node in two; see directory.h for where the moving half goes.
 int32_t split(LmiLibrary* lib, CachedNode* x) {
@@ -54,7 +56,7 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
   uint32_t n = 0, pos = 0;
   Record r;
   while (n < kMaxRecordsPerNode && next_record(x->bytes, g, &pos, &r)) positions[n++] = pos;
-  if (n < 2) return -3;
+  if (n < 2) return LMI_E_IO;
   const uint8_t* bytes = x->bytes;
   std::sort(positions, positions + n, [bytes](uint32_t a, uint32_t b) {
     Record ra = record_at(bytes, a), rb = record_at(bytes, b);
@@ -73,7 +75,7 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
   int32_t rc = lib->bitmap.allocate_run(node_blocks(lib), &at);
   if (rc) return rc;
   CachedNode* y = lib->nodes.create(at, x->offset);
-  if (!y) return -17;
+  if (!y) return LMI_E_DISK_FULL;
   uint8_t keep[3072];
   std::memcpy(keep, x->bytes, g.node_size);
   uint32_t move_from = lower_moves ? 0 : cut, move_to = lower_moves ? cut : n;
@@ -83,10 +85,10 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
 
   // The staying records keep their storage order.
   std::memset(x->bytes + kNodeHeaderSize, 0, g.capacity);
-  store_u16(x->bytes + kNodeFree, uint16_t(g.capacity));
-  store_u16(x->bytes + kNodeCount, 0);
-  store_u16(x->bytes + kNodeLowest, 0);
-  store_u16(x->bytes + kNodeHighest, 0);
+  store_le16(x->bytes + kNodeFree, uint16_t(g.capacity));
+  store_le16(x->bytes + kNodeCount, 0);
+  store_le16(x->bytes + kNodeLowest, 0);
+  store_le16(x->bytes + kNodeHighest, 0);
   std::sort(positions + (lower_moves ? cut : 0), positions + (lower_moves ? n : cut));
   for (uint32_t i = lower_moves ? cut : 0; i < (lower_moves ? n : cut); ++i)
     append_record_copy(x->bytes, g, keep + positions[i]);
@@ -94,7 +96,7 @@ int32_t split(LmiLibrary* lib, CachedNode* x) {
   // The new node takes over the child on its side, and hangs there itself.
   uint32_t side = lower_moves ? kNodeLeft : kNodeRight;
   uint32_t below = lower_moves ? left : right;
-  store_u32(y->bytes + side, below);
+  store_le32(y->bytes + side, below);
   set_link(lib, x, side, at);
   if (below) {
     CachedNode* child = lib->nodes.get(below, &rc);
@@ -113,9 +115,9 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
   uint32_t key = 0;  // computed when a scan needs it
   int32_t rc = 0;
   for (uint32_t steps = lib->nodes.max_nodes(); steps && node; --steps) {
-    if (!push_path(lib, node)) return -3;
+    if (!push_path(lib, node)) return LMI_E_IO;
     result->node = node;
-    uint32_t lowest = load_u16(node->bytes + kNodeLowest);
+    uint32_t lowest = load_le16(node->bytes + kNodeLowest);
     if (!lowest) {
       result->landing = Landing::kInNode;
       return 0;
@@ -135,7 +137,7 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
       node = lib->nodes.get(child, &rc);
       continue;
     }
-    uint32_t highest = load_u16(node->bytes + kNodeHighest);
+    uint32_t highest = load_le16(node->bytes + kNodeHighest);
     c = compare_names_nocase(name, units, name_at(node, highest), room_at(node, highest));
     if (c == 0) {
       result->landing = Landing::kFound;
@@ -169,12 +171,12 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
       }
       return 0;
     }
-    if (!lib->nodes.ready_keys(node)) return -3;
+    if (!lib->nodes.ready_keys(node)) return LMI_E_IO;
     if (!key) key = name_key(name, units);
     for (uint32_t i = 0; i < node->key_count; ++i) {
       if (node->keys[i] != key) continue;
       uint32_t pos = node->key_records[i];
-      uint32_t room = load_u16(node->bytes + pos + kRecordNameLength) / 2;
+      uint32_t room = load_le16(node->bytes + pos + kRecordNameLength) / 2;
       if (compare_names_nocase(name, units, name_at(node, pos + kRecordHeaderSize), room) == 0) {
         result->landing = Landing::kFound;
         result->record = pos;
@@ -183,7 +185,7 @@ int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* resu
     }
     return 0;
   }
-  return rc ? rc : -3;
+  return rc ? rc : LMI_E_IO;
 }
 
 int32_t find_entry(LmiLibrary* lib, const KOCHAR* name, EntryRef* entry) {
@@ -192,7 +194,7 @@ int32_t find_entry(LmiLibrary* lib, const KOCHAR* name, EntryRef* entry) {
   SearchResult r;
   int32_t rc = directory_search(lib, name, &r);
   if (rc) return rc;
-  if (r.landing != Landing::kFound) return -12;
+  if (r.landing != Landing::kFound) return LMI_E_NOT_FOUND;
   *entry = {r.node, r.record};
   lib->names.remember(name, units, lib->nodes.changes(), *entry);
   return 0;
@@ -203,14 +205,14 @@ int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, cons
   const NodeGeometry& g = lib->geometry;
   size_t units = u16len(name);
   uint32_t size = record_size_for(uint32_t(units));
-  if (units > LMI_MAX_NAME || size > g.capacity) return -10;
+  if (units > LMI_MAX_NAME || size > g.capacity) return LMI_E_NAME;
   SearchResult r = searched;
   for (int attempt = 0; attempt < 8; ++attempt) {
     int32_t rc = attempt ? directory_search(lib, name, &r) : 0;
     if (rc) return rc;
-    if (r.landing == Landing::kFound) return -2;
+    if (r.landing == Landing::kFound) return LMI_E_EXISTS;
     CachedNode* x = r.node;
-    if (load_u16(x->bytes + kNodeFree) >= size) {
+    if (load_le16(x->bytes + kNodeFree) >= size) {
       placed->node = x;
       placed->landing = Landing::kFound;
       placed->record = append_record(x->bytes, g, name, now);
@@ -227,21 +229,21 @@ int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, cons
     rc = lib->bitmap.allocate_run(node_blocks(lib), &at);
     if (rc) return rc;
     CachedNode* child = lib->nodes.create(at, x->offset);
-    if (!child) return -17;
+    if (!child) return LMI_E_DISK_FULL;
     set_link(lib, x, r.landing == Landing::kLeft ? kNodeLeft : kNodeRight, at);
     placed->node = child;
     placed->landing = Landing::kFound;
     placed->record = append_record(child->bytes, g, name, now);
     return 0;
   }
-  return -3;
+  return LMI_E_IO;
 }
 
 int32_t directory_remove(LmiLibrary* lib, const SearchResult& found) {
   CachedNode* x = found.node;
   CachedNode* root = lib->nodes.root();
   uint32_t left = link(x, kNodeLeft), right = link(x, kNodeRight);
-  if (load_u16(x->bytes + kNodeCount) > 1 || (x == root && !left && !right)) {
+  if (load_le16(x->bytes + kNodeCount) > 1 || (x == root && !left && !right)) {
     remove_record(x->bytes, lib->geometry, found.record);
     NodeCache::drop_keys(x);
     lib->nodes.touch(x, false);
@@ -249,7 +251,7 @@ int32_t directory_remove(LmiLibrary* lib, const SearchResult& found) {
   }
   CachedNode* parent = lib->path_depth >= 2 ? lib->path[lib->path_depth - 2] : nullptr;
   if (x != root && (!parent || (link(parent, kNodeLeft) != x->offset && link(parent, kNodeRight) != x->offset)))
-    return -3;
+    return LMI_E_IO;
   // The node empties and leaves the tree. Each step below is committed
   // before the next, so every name stays reachable at every moment.
   int32_t rc = commit(lib);
@@ -258,7 +260,7 @@ int32_t directory_remove(LmiLibrary* lib, const SearchResult& found) {
     CachedNode* m = lib->nodes.get(left, &rc);
     for (uint32_t steps = lib->nodes.max_nodes(); m && link(m, kNodeRight) && steps; --steps)
       m = lib->nodes.get(link(m, kNodeRight), &rc);
-    if (!m || link(m, kNodeRight)) return rc ? rc : -3;
+    if (!m || link(m, kNodeRight)) return rc ? rc : LMI_E_IO;
     set_link(lib, m, kNodeRight, right);
     if ((rc = commit(lib)) != 0) return rc;
     CachedNode* r = lib->nodes.get(right, &rc);
@@ -272,7 +274,7 @@ int32_t directory_remove(LmiLibrary* lib, const SearchResult& found) {
     if (!c) return rc;
     std::memcpy(root->bytes, c->bytes, lib->geometry.node_size);
     NodeCache::drop_keys(root);
-    store_u32(root->bytes + kNodeParent, 0);
+    store_le32(root->bytes + kNodeParent, 0);
     lib->nodes.touch(root, false);
     if ((rc = commit(lib)) != 0) return rc;
     for (uint32_t field : {kNodeLeft, kNodeRight}) {
@@ -303,7 +305,7 @@ int32_t directory_walk(LmiLibrary* lib, int32_t (*visit)(void*, CachedNode*), vo
   uint32_t budget = lib->nodes.max_nodes();
   for (;;) {
     while (node) {
-      if (!budget-- || !push_path(lib, node)) return -3;
+      if (!budget-- || !push_path(lib, node)) return LMI_E_IO;
       uint32_t left = link(node, kNodeLeft);
       node = left ? lib->nodes.get(left, &rc) : nullptr;
       if (rc) return rc;

@@ -42,14 +42,15 @@ struct SearchResult {
   uint32_t record = 0;  // the found record's offset in the node
 };
 
-// 0, or -3 when a node on the way is unreadable or malformed.
+// 0, or LMI_E_IO when a node on the way is unreadable or malformed.
 int32_t directory_search(LmiLibrary* lib, const KOCHAR* name, SearchResult* result);
-// The record of a name: 0, -12 when absent, or -3. Names found before over
-// an unchanged tree are answered from the handle's index (name_index.h).
+// The record of a name: 0, LMI_E_NOT_FOUND when absent, or LMI_E_IO. Names
+// found before over an unchanged tree are answered from the handle's index
+// (name_index.h).
 int32_t find_entry(LmiLibrary* lib, const KOCHAR* name, EntryRef* entry);
 // Adds a record with no data after a search for the name (`searched`, just
 // made) found it absent; the new record's node and offset come back in
-// *placed. 0, -10 (name too long) or a failure code.
+// *placed. 0, LMI_E_NAME (name too long) or a failure code.
 int32_t directory_insert(LmiLibrary* lib, const KOCHAR* name, uint32_t now, const SearchResult& searched,
                          SearchResult* placed);
 // Removes a found record (after a directory_search that found it).

@@ -5,6 +5,7 @@
 
 #include <koshr/library.h>
 
+#include "containers/string_hash.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
 
@@ -52,8 +53,8 @@ int compare_units(const KOCHAR* a, size_t a_units, const KOCHAR* b, size_t b_uni
 }  // namespace
 
 uint32_t name_key(const KOCHAR* name, size_t units) {
-  uint32_t key = 2166136261u;
-  for (size_t i = 0; i < units && name[i]; ++i) key = (key ^ fold(name[i])) * 16777619u;
+  uint32_t key = kFnv1aBasis;
+  for (size_t i = 0; i < units && name[i]; ++i) key = fnv1a_step(key, fold(name[i]));
   return key;
 }
 

@@ -5,9 +5,9 @@
 #ifndef KOSHR_LIBRARY_ENTRY_RECORD_H
 #define KOSHR_LIBRARY_ENTRY_RECORD_H
 
-#include "library/byte_order.h"
 #include "library/node.h"
 #include "library/node_cache.h"
+#include "platform/byte_order.h"
 
 namespace ko {
 
@@ -16,19 +16,19 @@ struct EntryRef {
   uint32_t pos;
 
   uint8_t* bytes() const { return node->bytes + pos; }
-  uint32_t start() const { return load_u32(bytes() + kRecordStart); }
-  uint32_t length() const { return load_u32(bytes() + kRecordLength); }
-  uint32_t time() const { return load_u32(bytes() + kRecordTime); }
-  uint16_t comment_length() const { return load_u16(bytes() + kRecordCommentLength); }
+  uint32_t start() const { return load_le32(bytes() + kRecordStart); }
+  uint32_t length() const { return load_le32(bytes() + kRecordLength); }
+  uint32_t time() const { return load_le32(bytes() + kRecordTime); }
+  uint16_t comment_length() const { return load_le16(bytes() + kRecordCommentLength); }
   const KOCHAR* name() const { return reinterpret_cast<const KOCHAR*>(bytes() + kRecordHeaderSize); }
-  uint32_t name_units() const { return load_u16(bytes() + kRecordNameLength) / 2; }
+  uint32_t name_units() const { return load_le16(bytes() + kRecordNameLength) / 2; }
   // The object's size: the data less the comment (never below 0).
   uint32_t object_size() const {
     uint32_t comment = 2u * comment_length();
     return length() > comment ? length() - comment : 0;
   }
   void version(KOCHAR* out) const {
-    for (int i = 0; i < 4; ++i) out[i] = KOCHAR(load_u16(bytes() + kRecordVersion + 2 * i));
+    for (int i = 0; i < 4; ++i) out[i] = KOCHAR(load_le16(bytes() + kRecordVersion + 2 * i));
     out[4] = 0;
   }
 };

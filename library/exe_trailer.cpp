@@ -3,8 +3,12 @@
  */
 #include "library/exe_trailer.h"
 
+#include <koshr/library.h>
+
 #include "library/block_io.h"
-#include "library/byte_order.h"
+#include "library/header.h"
+#include "library/magic.h"
+#include "platform/byte_order.h"
 
 #include <cstring>
 
@@ -37,21 +41,21 @@ uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t f
   *entry = 0;
   if (read_at(file, start, dos, 64, 0) != 64 || dos[0] != 'M' || dos[1] != 'Z') return 0;
   *executable = true;
-  uint32_t pe = load_u32(dos + 0x3C);
+  uint32_t pe = load_le32(dos + 0x3C);
   uint8_t nt[24 + 240];
   if (int64_t(pe) + 24 > file_size) return 0;
   int64_t got = read_at(file, start, nt, sizeof nt, pe);
   if (got < 24 || std::memcmp(nt, "PE\0\0", 4) != 0) return 0;
   const uint8_t* optional = nt + 24;
-  uint32_t optional_size = load_u16(nt + 20);
+  uint32_t optional_size = load_le16(nt + 20);
   if (optional_size > got - 24) optional_size = uint32_t(got - 24);
-  uint16_t magic = optional_size >= 2 ? load_u16(optional) : 0;
+  uint16_t magic = optional_size >= 2 ? load_le16(optional) : 0;
   uint32_t count_at = magic == 0x20B ? 108 : 92;
   uint32_t dirs_at = magic == 0x20B ? 112 : 96;
   if ((magic != 0x10B && magic != 0x20B) || optional_size < dirs_at + 8 * (kSecurityDirectory + 1)) return 0;
-  if (load_u32(optional + count_at) <= kSecurityDirectory) return 0;
+  if (load_le32(optional + count_at) <= kSecurityDirectory) return 0;
   *entry = uint64_t(pe) + 24 + dirs_at + 8 * kSecurityDirectory;
-  return load_u32(optional + dirs_at + 8 * kSecurityDirectory + 4);
+  return load_le32(optional + dirs_at + 8 * kSecurityDirectory + 4);
 }
 
 }  // namespace
@@ -59,9 +63,9 @@ uint32_t certificate_size(os::FileHandle file, const FileStart& start, int64_t f
 uint32_t default_base_offset() { return 0; }
 
 void build_trailer(uint8_t* block, uint32_t base) {
-  std::memset(block, 0, 512);
+  std::memset(block, 0, kBlockSize);
   put_magic(block, "TRL*");
-  store_u32(block + 4, base);
+  store_le32(block + 4, base);
 }
 
 LibraryPlace locate_library(os::FileHandle file, const uint8_t* start, size_t start_size) {
@@ -72,12 +76,12 @@ LibraryPlace locate_library(os::FileHandle file, const uint8_t* start, size_t st
   uint32_t certificates =
       certificate_size(file, first, size, &place.executable, &place.certificate_entry);
   place.certificates = certificates;
-  int64_t at = size - 512 - int64_t(certificates);
+  int64_t at = size - kBlockSize - int64_t(certificates);
   uint8_t trailer[8];
   if (at >= 0 && read_at(file, first, trailer, 8, uint64_t(at)) == 8 && has_magic(trailer, "TRL*")) {
     place.has_trailer = true;
     place.trailer_offset = uint32_t(at);
-    place.base = load_u32(trailer + 4);
+    place.base = load_le32(trailer + 4);
   } else if (place.executable) {
     place.base = default_base_offset();
   }
@@ -90,22 +94,22 @@ int32_t cut_back_to_trailer(os::FileHandle file, const LibraryPlace& place) {
     int32_t rc = library_write(file, kNone, sizeof kNone, place.certificate_entry);
     if (rc) return rc;
   }
-  return os::file_truncate(file, place.trailer_offset) ? 0 : -3;
+  return os::file_truncate(file, place.trailer_offset) ? 0 : LMI_E_IO;
 }
 
 int32_t drop_certificate_table(os::FileHandle file, const LibraryPlace& place,
                                uint32_t* trailer_at) {
   *trailer_at = place.trailer_offset;
   if (!place.certificates || !place.certificate_entry) return 0;
-  uint64_t table = uint64_t(place.trailer_offset) + 512;
-  if (place.certificates < 512) return cut_back_to_trailer(file, place);
-  uint8_t trailer[512];
+  uint64_t table = uint64_t(place.trailer_offset) + kBlockSize;
+  if (place.certificates < kBlockSize) return cut_back_to_trailer(file, place);
+  uint8_t trailer[kBlockSize];
   build_trailer(trailer, place.base);
   static const uint8_t kNone[8] = {};
-  int32_t rc = library_write(file, trailer, 512, table);
-  if (rc == 0) rc = library_write(file, trailer, 512, table + place.certificates - 512);
+  int32_t rc = library_write(file, trailer, kBlockSize, table);
+  if (rc == 0) rc = library_write(file, trailer, kBlockSize, table + place.certificates - kBlockSize);
   if (rc == 0) rc = library_write(file, kNone, sizeof kNone, place.certificate_entry);
-  if (rc == 0 && !os::file_truncate(file, table + 512)) rc = -3;
+  if (rc == 0 && !os::file_truncate(file, table + kBlockSize)) rc = LMI_E_IO;
   if (rc == 0) *trailer_at = uint32_t(table);
   return rc;
 }

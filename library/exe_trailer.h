@@ -41,13 +41,13 @@ void build_trailer(uint8_t* block, uint32_t base);
 // Cuts a certificate table off the end of the file and clears the directory
 // entry that announces it: a signature no longer holds once the file
 // changes, and an entry left pointing past the end would hide the trailer
-// from the next open. The file then ends at place.trailer_offset. 0 or -3.
+// from the next open. The file then ends at place.trailer_offset. 0 or LMI_E_IO.
 int32_t cut_back_to_trailer(os::FileHandle file, const LibraryPlace& place);
 // The same for a library about to be written, in steps that each leave a
 // trailer where the next open looks for it (a process killed between them
 // loses nothing): the trailer is copied over the certificate table's first
 // and last blocks, the entry cleared, the file cut behind the first copy,
-// whose offset goes to *trailer_at. 0 or -3.
+// whose offset goes to *trailer_at. 0 or LMI_E_IO.
 int32_t drop_certificate_table(os::FileHandle file, const LibraryPlace& place,
                                uint32_t* trailer_at);
 

@@ -3,6 +3,8 @@
  */
 #include "library/handle_lifecycle.h"
 
+#include <koshr/library.h>
+
 #include "library/block_io.h"
 #include "library/commit.h"
 #include "library/exe_trailer.h"
@@ -44,14 +46,14 @@ void destroy(LmiLibrary* lib) {
 // file ends in a trailer at every moment, and a process killed at any point
 // leaves the library reachable.
 int32_t move_trailer(void* context, uint64_t end, uint64_t* guarded) {
-  constexpr uint64_t kRoom = 64 * 512;
+  constexpr uint64_t kRoom = 64 * kBlockSize;
   LmiLibrary* lib = static_cast<LmiLibrary*>(context);
   uint64_t at = end + kRoom;
   if (at > 0xFFFFFE00u) at = end;
-  if (at > 0xFFFFFE00u) return -17;
-  uint8_t trailer[512];
+  if (at > 0xFFFFFE00u) return LMI_E_DISK_FULL;
+  uint8_t trailer[kBlockSize];
   build_trailer(trailer, lib->base);
-  int32_t rc = library_write(lib->file, trailer, 512, at);
+  int32_t rc = library_write(lib->file, trailer, kBlockSize, at);
   if (rc) return rc;
   lib->trailer_at = uint32_t(at);
   *guarded = at;
@@ -64,12 +66,12 @@ int32_t settle_trailer(LmiLibrary* lib) {
   if (!lib->bitmap.loaded()) return 0;
   uint64_t end = lib->bitmap.used_end();
   if (end >= lib->trailer_at) return 0;
-  uint8_t trailer[512];
+  uint8_t trailer[kBlockSize];
   build_trailer(trailer, lib->base);
-  int32_t rc = library_write(lib->file, trailer, 512, end);
+  int32_t rc = library_write(lib->file, trailer, kBlockSize, end);
   if (rc) return rc;
   lib->trailer_at = uint32_t(end);
-  return os::file_truncate(lib->file, end + 512) ? 0 : -3;
+  return os::file_truncate(lib->file, end + kBlockSize) ? 0 : LMI_E_IO;
 }
 
 }  // namespace
@@ -85,7 +87,7 @@ void refresh_file_size(LmiLibrary* lib) {
 }
 
 LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uint32_t buffer_size) {
-  if (!context || !path || mode < 1 || mode > 3) return nullptr;
+  if (!context || !path || mode < LMI_MODE_READ || mode > LMI_MODE_HEADER) return nullptr;
   KostgSubpool* subpool = kostg_new_pool(context);
   if (!subpool) return nullptr;
   PoolRef pool{context, subpool};
@@ -103,7 +105,7 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
     destroy(lib);
     return nullptr;
   }
-  lib->file = os::file_open(resolved, mode == 1 ? os::kFileRead : os::kFileRead | os::kFileWrite);
+  lib->file = os::file_open(resolved, mode == LMI_MODE_READ ? os::kFileRead : os::kFileRead | os::kFileWrite);
   if (lib->file == os::kInvalidFile) {
     destroy(lib);
     return nullptr;
@@ -119,7 +121,7 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
   lib->in_host = place.has_trailer;
   lib->trailer_at = place.trailer_offset;
   int64_t file_size = place.file_size;
-  if (lib->in_host && mode != 1) {
+  if (lib->in_host && mode != LMI_MODE_READ) {
     if (drop_certificate_table(lib->file, place, &lib->trailer_at) != 0) {
       destroy(lib);
       return nullptr;
@@ -145,7 +147,7 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
     return nullptr;
   }
   lib->bitmap.attach(pool, lib->file, lib->base, lib->header + kFirstBitmapOffset);
-  if (lib->in_host && mode != 1) lib->bitmap.guard_growth(&move_trailer, lib, lib->trailer_at);
+  if (lib->in_host && mode != LMI_MODE_READ) lib->bitmap.guard_growth(&move_trailer, lib, lib->trailer_at);
   lib->nodes.attach(pool, lib->file, lib->base, lib->geometry, lib->header + kRootOffset);
   lib->names.attach(pool);
   // A read-only handle never writes: it gets no write buffer.
@@ -164,7 +166,7 @@ LmiLibrary* open_handle(KostgContext* context, const KOCHAR* path, int mode, uin
 int32_t close_handle(LmiLibrary* lib) {
   int32_t rc = 0;
   if (lib->entry.state != EntryState::kNone) rc = LMI_CloseEntry(lib);
-  if (lib->mode != 1) {
+  if (lib->mode != LMI_MODE_READ) {
     int32_t committed = commit(lib);
     if (!rc) rc = committed;
     if (!rc && repair_empty_block() != 1) rc = lib->bitmap.trim_empty_tail();

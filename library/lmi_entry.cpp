@@ -9,6 +9,7 @@
 #include "library/entry_name.h"
 #include "library/entry_stream.h"
 #include "library/handle_lifecycle.h"
+#include "platform/byte_order.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
 
@@ -56,7 +57,7 @@ int32_t open_for_writing(LmiLibrary* lib, const KOCHAR* name, const KOCHAR* comm
   uint32_t now = seconds_since_1970();
   SearchResult searched;
   int32_t rc = directory_search(lib, name, &searched);
-  if (rc == 0 && searched.landing != Landing::kFound) rc = -12;
+  if (rc == 0 && searched.landing != Landing::kFound) rc = LMI_E_NOT_FOUND;
   if (rc == 0) {
     e = {searched.node, searched.record};
     if (e.comment_length() && (rc = read_comment(lib, e, LMI_MAX_LIB_COMMENT, lib->comment)) != 0) return rc;
@@ -64,10 +65,10 @@ int32_t open_for_writing(LmiLibrary* lib, const KOCHAR* name, const KOCHAR* comm
     std::memcpy(open.saved_record, e.bytes(), sizeof open.saved_record);
     open.old_start = e.start();
     open.old_length = e.length();
-    store_u32(e.bytes() + kRecordStart, 0);
-    store_u32(e.bytes() + kRecordLength, 0);
-    store_u32(e.bytes() + kRecordTime, now);
-  } else if (rc == -12) {
+    store_le32(e.bytes() + kRecordStart, 0);
+    store_le32(e.bytes() + kRecordLength, 0);
+    store_le32(e.bytes() + kRecordTime, now);
+  } else if (rc == LMI_E_NOT_FOUND) {
     SearchResult placed;
     if ((rc = directory_insert(lib, name, now, searched, &placed)) != 0) return rc;
     e = {placed.node, placed.record};
@@ -82,7 +83,7 @@ int32_t open_for_writing(LmiLibrary* lib, const KOCHAR* name, const KOCHAR* comm
   lib->writer.begin_stream();
   uint32_t units = uint32_t(u16len(lib->comment));
   open.failure = lib->writer.write(reinterpret_cast<const uint8_t*>(lib->comment), 2 * units, lib->bitmap);
-  store_u16(e.bytes() + kRecordCommentLength, uint16_t(open.failure ? 0 : units));
+  store_le16(e.bytes() + kRecordCommentLength, uint16_t(open.failure ? 0 : units));
   return 0;
 }
 
@@ -109,8 +110,8 @@ int32_t finish_writing(LmiLibrary* lib) {
     undo_open(lib);
     return rc;
   }
-  store_u32(e.bytes() + kRecordStart, first);
-  store_u32(e.bytes() + kRecordLength, lib->writer.stream_bytes());
+  store_le32(e.bytes() + kRecordStart, first);
+  store_le32(e.bytes() + kRecordLength, lib->writer.stream_bytes());
   touch_record(lib->nodes, e);
   // A malformed old chain is left where it is: its blocks stay marked.
   if (open.old_start) release_chain_later(lib, open.old_start, open.old_length);
@@ -180,7 +181,7 @@ KOSHR_API int32_t LMI_EntryExists(LMI_HANDLE library, KOCHAR* name) {
   lower_name_in_place(name);
   EntryRef e;
   int32_t rc = find_entry(library, name, &e);
-  return rc == 0 ? LMI_OK : rc == -3 ? LMI_E_IO : LMI_E_NOT_FOUND;
+  return rc == 0 ? LMI_OK : rc == LMI_E_IO ? LMI_E_IO : LMI_E_NOT_FOUND;
 }
 
 KOSHR_API int32_t LMI_EntryInformation(LMI_HANDLE library, KOCHAR* name, LMI_ENTRY_INFO* info) {
@@ -194,7 +195,7 @@ KOSHR_API int32_t LMI_EntryInformation(LMI_HANDLE library, KOCHAR* name, LMI_ENT
   } else {
     lower_name_in_place(name);
     int32_t rc = find_entry(library, name, &e);
-    if (rc) return rc == -3 ? LMI_E_IO : LMI_E_NOT_FOUND;
+    if (rc) return rc == LMI_E_IO ? LMI_E_IO : LMI_E_NOT_FOUND;
   }
   info->timeStamp = e.time();
   info->objectSize = e.object_size();

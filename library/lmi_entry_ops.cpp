@@ -8,6 +8,7 @@
 #include "library/directory.h"
 #include "library/entry_name.h"
 #include "library/listing.h"
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 
 #include <cstring>
@@ -25,8 +26,6 @@ int32_t usable(LMI_HANDLE library, KOCHAR* name, bool writes) {
   lower_name_in_place(name);
   return 0;
 }
-
-int32_t found_or_code(int32_t rc) { return rc == -12 ? LMI_E_NOT_FOUND : rc; }
 
 bool valid_version(const KOCHAR* version) {
   for (int i = 0; i < 4; ++i) {
@@ -174,7 +173,7 @@ KOSHR_API int32_t LMI_EntryInfoExtended(LMI_HANDLE library, KOCHAR* name, LMI_EN
   int32_t rc = usable(library, name, false);
   if (rc) return rc;
   EntryRef e;
-  if ((rc = find_entry(library, name, &e)) != 0) return found_or_code(rc);
+  if ((rc = find_entry(library, name, &e)) != 0) return rc;
   return describe_entry(library, e, info);
 }
 
@@ -183,8 +182,8 @@ KOSHR_API int32_t LMI_SetEntryVersion(LMI_HANDLE library, KOCHAR* name, const KO
   if (rc) return rc;
   if (!version || !valid_version(version)) return LMI_E_NAME;
   EntryRef e;
-  if ((rc = find_entry(library, name, &e)) != 0) return found_or_code(rc);
-  for (int i = 0; i < 4; ++i) store_u16(e.bytes() + kRecordVersion + 2 * i, version[i]);
+  if ((rc = find_entry(library, name, &e)) != 0) return rc;
+  for (int i = 0; i < 4; ++i) store_le16(e.bytes() + kRecordVersion + 2 * i, version[i]);
   touch_record(library->nodes, e);
   return commit_if_due(library);
 }
@@ -205,7 +204,7 @@ KOSHR_API int32_t LMI_GetEntryVersion(LMI_HANDLE library, KOCHAR* name, KOCHAR* 
   int32_t rc = usable(library, name, false);
   if (rc) return rc;
   EntryRef e;
-  if ((rc = find_entry(library, name, &e)) != 0) return found_or_code(rc);
+  if ((rc = find_entry(library, name, &e)) != 0) return rc;
   e.version(version);
   return LMI_OK;
 }

@@ -29,7 +29,7 @@ constexpr size_t kCopyChunk = 65536;
 bool copy_file(const KOCHAR* from, os::FileHandle to) {
   os::FileHandle in = os::file_open(from, os::kFileRead);
   if (in == os::kInvalidFile) return false;
-  static_assert(kCopyChunk % 512 == 0, "whole blocks");
+  static_assert(kCopyChunk % kBlockSize == 0, "whole blocks");
   uint8_t buffer[kCopyChunk];
   uint64_t at = 0;
   bool ok = true;
@@ -81,14 +81,14 @@ KOSHR_API LMI_HANDLE LMI_AppendExecutable(KostgContext* pool, const KOCHAR* exeP
       ok = end >= 0 && end < 0xFFFFFFFFll && cut_back_to_trailer(file, place) == 0;
     }
     int64_t size = os::file_size(file);
-    uint32_t base = uint32_t((size + 511) / 512 * 512);
+    uint32_t base = uint32_t((size + kBlockSize - 1) / kBlockSize * kBlockSize);
     uint8_t head[kRootOffset];
     build_new_header(head, LMI_TYPE_COMPILED, comment, seconds_since_1970());
     uint8_t root[3072];
     init_node(root, geometry_for_version(head + kHeaderVersion), 0);
-    uint8_t trailer[512];
+    uint8_t trailer[kBlockSize];
     build_trailer(trailer, base);
-    ok = ok && size >= 0 && uint64_t(base) + kHeaderBufferSize + 512 < 0xFFFFFFFFu &&
+    ok = ok && size >= 0 && uint64_t(base) + kHeaderBufferSize + kBlockSize < 0xFFFFFFFFu &&
          library_write(file, head, sizeof head, base) == 0 &&
          library_write(file, root, sizeof root, base + kRootOffset) == 0 &&
          library_write(file, trailer, sizeof trailer, base + kHeaderBufferSize) == 0;

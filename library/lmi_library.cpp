@@ -4,13 +4,13 @@
 #include <koshr/library.h>
 #include <koshr/version.h>
 
-#include "library/block_io.h"
 #include "library/bitmap.h"
-#include "library/byte_order.h"
+#include "library/block_io.h"
 #include "library/commit.h"
 #include "library/entry_name.h"
 #include "library/handle_lifecycle.h"
 #include "library/node.h"
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 #include "storage/u16_format.h"
 
@@ -19,6 +19,10 @@
 using namespace ko;
 
 namespace {
+
+// LMI_GetKOLBinaryType's answer for a file that is not a library file, or
+// one that cannot be read; not one of the LMI_E_* failures.
+constexpr int32_t kNotALibraryFile = -1;
 
 // The extension's start within a path, null when the file name has none.
 const KOCHAR* extension_of(const KOCHAR* path) {
@@ -131,12 +135,12 @@ KOSHR_API int32_t LMI_LibraryInformation(LMI_HANDLE library, LMI_LIBRARY_INFO* i
   if (!library) return LMI_E_NO_HANDLE;
   if (!info) return LMI_E_NO_RESULT;
   const uint8_t* h = library->header;
-  info->sccDataLength = load_u32(h + kHeaderSccLength);
-  info->timeStamp = load_u32(h + kHeaderTime);
+  info->sccDataLength = load_le32(h + kHeaderSccLength);
+  info->timeStamp = load_le32(h + kHeaderTime);
   info->comment = reinterpret_cast<KOCHAR*>(library->header + kHeaderComment);
-  for (int i = 0; i < 4; ++i) info->version[i] = KOCHAR(load_u16(h + kHeaderVersion + 2 * i));
+  for (int i = 0; i < 4; ++i) info->version[i] = KOCHAR(load_le16(h + kHeaderVersion + 2 * i));
   info->version[4] = 0;
-  info->type = load_u16(h + kHeaderType) & 3;
+  info->type = load_le16(h + kHeaderType) & 3;
   return LMI_OK;
 }
 
@@ -150,14 +154,14 @@ KOSHR_API int32_t LMI_ModifyLibrary(LMI_HANDLE library, LMI_LIBRARY_INFO* info) 
   // The clearing deliberately runs 1024 bytes, over the source-control link
   // and length and into the in-memory bitmap block; only the header is written.
   std::memset(library->header + kHeaderComment, 0, 1024);
-  for (size_t i = 0; comment[i]; ++i) store_u16(library->header + kHeaderComment + 2 * i, comment[i]);
+  for (size_t i = 0; comment[i]; ++i) store_le16(library->header + kHeaderComment + 2 * i, comment[i]);
   return write_header(library);
 }
 
 KOSHR_API int32_t LMI_GetLibraryType(KostgContext* pool, const KOCHAR* path) {
   LmiLibrary* lib = open_handle(pool, path, LMI_MODE_READ, 0);
   if (!lib) return 0;
-  int32_t type = load_u16(lib->header + kHeaderType) & 3;
+  int32_t type = load_le16(lib->header + kHeaderType) & 3;
   close_handle(lib);
   return type ? type : type_by_extension(path);
 }
@@ -168,10 +172,10 @@ KOSHR_API int32_t LMI_ChangeLibraryType(KostgContext* pool, const KOCHAR* path, 
   if (!library_path_fits(path)) return LMI_E_NAME;
   LmiLibrary* lib = open_handle(pool, path, LMI_MODE_READWRITE, 0);
   if (!lib) return LMI_E_NO_HANDLE;
-  uint16_t field = load_u16(lib->header + kHeaderType);
+  uint16_t field = load_le16(lib->header + kHeaderType);
   int32_t rc = 0;
   if ((field & 3) != (type & 3)) {
-    store_u16(lib->header + kHeaderType, uint16_t((field & ~3u) | (type & 3)));
+    store_le16(lib->header + kHeaderType, uint16_t((field & ~3u) | (type & 3)));
     rc = write_header(lib);
   }
   int32_t closed = close_handle(lib);
@@ -179,15 +183,15 @@ KOSHR_API int32_t LMI_ChangeLibraryType(KostgContext* pool, const KOCHAR* path, 
 }
 
 KOSHR_API int32_t LMI_GetKOLBinaryType(KostgContext* pool, const KOCHAR* path) {
-  if (!path) return -1;
+  if (!path) return kNotALibraryFile;
   os::FileHandle file = os::file_open(path, os::kFileRead);
-  if (file == os::kInvalidFile) return -1;
+  if (file == os::kInvalidFile) return kNotALibraryFile;
   uint8_t first[6];
   int64_t got = os::file_read_at(file, first, 6, 0);
   os::file_close(file);
-  if (got != 6 || std::memcmp(first, "HDR*K", 5) != 0) return -1;
+  if (got != 6 || std::memcmp(first, "HDR*K", 5) != 0) return kNotALibraryFile;
   if (first[5] == 'o') return 1;
-  return first[5] == 0 ? 0 : -1;
+  return first[5] == 0 ? 0 : kNotALibraryFile;
 }
 
 KOSHR_API int32_t LMI_LibrarySpace(LMI_HANDLE library, LMI_SPACE_INFO* info) {
@@ -198,7 +202,7 @@ KOSHR_API int32_t LMI_LibrarySpace(LMI_HANDLE library, LMI_SPACE_INFO* info) {
   uint32_t covered, used, bitmaps;
   library->bitmap.count(&covered, &used, &bitmaps);
   int64_t size = os::file_size(library->file);
-  uint32_t in_file = size > library->base ? uint32_t((size - library->base + 511) / 512) : 0;
+  uint32_t in_file = size > library->base ? uint32_t((size - library->base + kBlockSize - 1) / kBlockSize) : 0;
   info->blocksTotal = in_file > used ? in_file : used;
   info->blocksUsed = used;
   info->blocksFree = info->blocksTotal - used;

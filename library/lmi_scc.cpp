@@ -13,10 +13,10 @@
  */
 #include <koshr/library.h>
 
-#include "library/byte_order.h"
 #include "library/commit.h"
 #include "library/data_block.h"
 #include "library/handle_lifecycle.h"
+#include "platform/byte_order.h"
 
 #include <cstring>
 
@@ -26,8 +26,8 @@ namespace {
 
 constexpr uint32_t kSccRecordSize = 516;
 
-uint32_t scc_start(const LmiLibrary* lib) { return load_u32(lib->header + kHeaderSccStart); }
-uint32_t scc_length(const LmiLibrary* lib) { return load_u32(lib->header + kHeaderSccLength); }
+uint32_t scc_start(const LmiLibrary* lib) { return load_le32(lib->header + kHeaderSccStart); }
+uint32_t scc_length(const LmiLibrary* lib) { return load_le32(lib->header + kHeaderSccLength); }
 
 // Starts the reader on the stream when it exists and carries its magic.
 int32_t open_scc(LmiLibrary* lib, bool* present) {
@@ -58,8 +58,8 @@ int32_t replace_scc(LmiLibrary* lib, uint32_t first, uint32_t length) {
   if (rc) return rc;
   uint32_t old_start = scc_start(lib), old_length = scc_length(lib);
   if ((rc = commit(lib)) != 0) return rc;
-  store_u32(lib->header + kHeaderSccStart, first);
-  store_u32(lib->header + kHeaderSccLength, length);
+  store_le32(lib->header + kHeaderSccStart, first);
+  store_le32(lib->header + kHeaderSccLength, length);
   if ((rc = write_header(lib)) != 0) return rc;
   if (present) release_chain_later(lib, old_start, old_length);
   return commit(lib);
@@ -124,11 +124,11 @@ KOSHR_API int32_t LMI_ListSccMetadata(LMI_HANDLE library, KostgContext* pool, LM
   const uint8_t* at = static_cast<const uint8_t*>(raw) + 4;
   for (uint32_t i = 0; out && i < count; ++i, at += kSccRecordSize) {
     for (int k = 0; k < 128; ++k) {
-      out[i].name[k] = KOCHAR(load_u16(at + 2 * k));
-      out[i].data[k] = KOCHAR(load_u16(at + 256 + 2 * k));
+      out[i].name[k] = KOCHAR(load_le16(at + 2 * k));
+      out[i].data[k] = KOCHAR(load_le16(at + 256 + 2 * k));
     }
     out[i].name[127] = out[i].data[127] = 0;
-    out[i].flags = load_u32(at + 512);
+    out[i].flags = load_le32(at + 512);
   }
   kostg_fee(pool, raw);
   if (count && !out) return LMI_E_DISK_FULL;

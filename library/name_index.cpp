@@ -3,24 +3,16 @@
  */
 #include "library/name_index.h"
 
+#include "containers/string_hash.h"
 #include "library/entry_name.h"
 
 #include <cstring>
 
 namespace ko {
-namespace {
-
-uint32_t exact_hash(const KOCHAR* name, size_t units) {
-  uint32_t hash = 2166136261u;
-  for (size_t i = 0; i < units && name[i]; ++i) hash = (hash ^ name[i]) * 16777619u;
-  return hash;
-}
-
-}  // namespace
 
 bool NameIndex::find(const KOCHAR* name, size_t units, uint64_t changes, EntryRef* entry) const {
   if (!size_ || count_changes_ != changes) return false;
-  uint32_t hash = exact_hash(name, units), mask = size_ - 1;
+  uint32_t hash = fnv1a(name, units), mask = size_ - 1;
   for (uint32_t i = hash & mask;; i = (i + 1) & mask) {
     const Slot& s = slots_[i];
     if (s.changes != changes) return false;
@@ -59,7 +51,7 @@ void NameIndex::remember(const KOCHAR* name, size_t units, uint64_t changes, con
     count_ = 0;
   }
   if ((count_ + 1) * 2 > size_ && !grow(changes)) return;
-  uint32_t hash = exact_hash(name, units), mask = size_ - 1;
+  uint32_t hash = fnv1a(name, units), mask = size_ - 1;
   uint32_t i = hash & mask;
   while (slots_[i].changes == changes) i = (i + 1) & mask;
   slots_[i] = {changes, entry.node, hash, entry.pos};

@@ -3,8 +3,9 @@
  */
 #include "library/node_cache.h"
 
+#include <koshr/library.h>
+
 #include "library/block_io.h"
-#include "library/byte_order.h"
 #include "library/entry_name.h"
 #include "library/node.h"
 
@@ -80,7 +81,7 @@ CachedNode* NodeCache::get(uint32_t offset, int32_t* rc) {
     *rc = 0;
     return found;
   }
-  if (offset < base_ + kHeaderBufferSize - 3072 || (offset - base_) % 512 ||
+  if (offset < base_ + kHeaderBufferSize - 3072 || (offset - base_) % kBlockSize ||
       int64_t(offset) + geometry_.node_size > file_size_)
     return nullptr;
   CachedNode* node = new_node();
@@ -189,7 +190,7 @@ int32_t NodeCache::write(CachedNode* node) {
 int32_t NodeCache::write_dirty() {
   if (!dirty_) return 0;
   CachedNode** order = pool_.alloc_array<CachedNode*>(dirty_);
-  if (!order) return -17;
+  if (!order) return LMI_E_DISK_FULL;
   uint32_t n = 0;
   for (uint32_t i = 0; i < table_size_; ++i) {
     if (table_[i] && table_[i]->dirty_seq) order[n++] = table_[i];

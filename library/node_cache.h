@@ -42,7 +42,7 @@ class NodeCache {
  public:
   void attach(const PoolRef& pool, os::FileHandle file, uint32_t base, const NodeGeometry& g, uint8_t* root);
   // The node at an absolute offset, read and checked on first use; null with
-  // *rc = -3 when it lies outside the file or is malformed.
+  // *rc = LMI_E_IO when it lies outside the file or is malformed.
   CachedNode* get(uint32_t offset, int32_t* rc);
   CachedNode* root() { return root_; }
   // A new, empty node at an offset the bitmap handed out.

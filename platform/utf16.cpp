@@ -123,13 +123,6 @@ const KOCHAR* u16istr_ascii(const KOCHAR* haystack, const KOCHAR* needle) {
 
 namespace {
 
-int digit_value(KOCHAR c) {
-  if (c >= u'0' && c <= u'9') return c - u'0';
-  if (c >= u'a' && c <= u'z') return c - u'a' + 10;
-  if (c >= u'A' && c <= u'Z') return c - u'A' + 10;
-  return 99;
-}
-
 // The shared scanner: magnitude saturated at UINT64_MAX, sign, and where it ended.
 struct Scanned {
   uint64_t magnitude = 0;

@@ -39,6 +39,14 @@ inline KOCHAR low_surrogate_of(uint32_t code) {
 // The digits of hexadecimal numbers, indexed by value 0-15.
 constexpr char kHexDigitsUpper[] = "0123456789ABCDEF";
 constexpr char kHexDigitsLower[] = "0123456789abcdef";
+// The value of `c` as a digit of any base up to 36 (a or A is 10, z or Z 35);
+// 99, beyond every base, for anything else.
+inline int digit_value(KOCHAR c) {
+  if (c >= u'0' && c <= u'9') return c - u'0';
+  if (c >= u'a' && c <= u'z') return c - u'a' + 10;
+  if (c >= u'A' && c <= u'Z') return c - u'A' + 10;
+  return 99;
+}
 
 size_t u16len(const KOCHAR* text);
 size_t u16nlen(const KOCHAR* text, size_t max);

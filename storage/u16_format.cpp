@@ -41,7 +41,7 @@ class Sink {
   size_t length_ = 0;
 };
 
-struct Spec {
+struct Directive {
   bool left = false, plus = false, space = false, zero = false, alt = false;
   long width = 0;
   long precision = -1;
@@ -50,18 +50,19 @@ struct Spec {
   bool narrow_text = false;  // an h prefix: %hs is 8-bit text
 };
 
-void emit_padded(Sink& sink, const Spec& spec, const KOCHAR* prefix, size_t prefix_len,
+void emit_padded(Sink& sink, const Directive& directive, const KOCHAR* prefix, size_t prefix_len,
                  const char* body, size_t body_len, long zeros) {
   long total = long(prefix_len + body_len) + zeros;
-  long pad = spec.width > total ? spec.width - total : 0;
-  if (!spec.left) sink.repeat(u' ', pad);
+  long pad = directive.width > total ? directive.width - total : 0;
+  if (!directive.left) sink.repeat(u' ', pad);
   for (size_t i = 0; i < prefix_len; ++i) sink.put(prefix[i]);
   sink.repeat(u'0', zeros);
   for (size_t i = 0; i < body_len; ++i) sink.put(KOCHAR(static_cast<unsigned char>(body[i])));
-  if (spec.left) sink.repeat(u' ', pad);
+  if (directive.left) sink.repeat(u' ', pad);
 }
 
-void emit_integer(Sink& sink, const Spec& spec, char conv, uint64_t magnitude, bool negative) {
+void emit_integer(Sink& sink, const Directive& directive, char conv, uint64_t magnitude,
+                  bool negative) {
   char digits[72];
   size_t n = 0;
   unsigned base = (conv == 'x' || conv == 'X' || conv == 'p') ? 16 : conv == 'o' ? 8 : 10;
@@ -72,149 +73,158 @@ void emit_integer(Sink& sink, const Spec& spec, char conv, uint64_t magnitude, b
     reversed[r++] = alphabet[magnitude % base];
     magnitude /= base;
   }
-  if (r == 0 && spec.precision != 0) reversed[r++] = '0';
+  if (r == 0 && directive.precision != 0) reversed[r++] = '0';
   while (r) digits[n++] = reversed[--r];
 
   KOCHAR prefix[3];
   size_t prefix_len = 0;
   bool is_signed = conv == 'd' || conv == 'i';
   if (is_signed) {
-    if (negative) prefix[prefix_len++] = u'-';
-    else if (spec.plus) prefix[prefix_len++] = u'+';
-    else if (spec.space) prefix[prefix_len++] = u' ';
+    if (negative)
+      prefix[prefix_len++] = u'-';
+    else if (directive.plus)
+      prefix[prefix_len++] = u'+';
+    else if (directive.space)
+      prefix[prefix_len++] = u' ';
   }
-  if (spec.alt && base == 16 && n && !(n == 1 && digits[0] == '0')) {
+  if (directive.alt && base == 16 && n && !(n == 1 && digits[0] == '0')) {
     prefix[prefix_len++] = u'0';
     prefix[prefix_len++] = conv == 'X' ? u'X' : u'x';
   }
   long zeros = 0;
-  if (spec.precision >= 0) {
-    if (long(n) < spec.precision) zeros = spec.precision - long(n);
-  } else if (spec.zero && !spec.left) {
+  if (directive.precision >= 0) {
+    if (long(n) < directive.precision) zeros = directive.precision - long(n);
+  } else if (directive.zero && !directive.left) {
     long used = long(prefix_len + n);
-    if (spec.width > used) zeros = spec.width - used;
+    if (directive.width > used) zeros = directive.width - used;
   }
-  if (spec.alt && base == 8 && zeros == 0 && (n == 0 || digits[0] != '0')) zeros = 1;
-  emit_padded(sink, spec, prefix, prefix_len, digits, n, zeros);
+  if (directive.alt && base == 8 && zeros == 0 && (n == 0 || digits[0] != '0')) zeros = 1;
+  emit_padded(sink, directive, prefix, prefix_len, digits, n, zeros);
 }
 
 // Reads the flags, width, precision and size prefix after a '%'; `p` is left
 // on the conversion character. A '*' width or precision takes an int argument.
 template <typename Char>
-Spec parse_spec(const Char*& p, va_list* args) {
-  Spec spec;
+Directive parse_directive(const Char*& p, va_list* args) {
+  Directive directive;
   for (;; ++p) {
-    if (*p == '-') spec.left = true;
-    else if (*p == '+') spec.plus = true;
-    else if (*p == ' ') spec.space = true;
-    else if (*p == '0') spec.zero = true;
-    else if (*p == '#') spec.alt = true;
-    else break;
+    if (*p == '-')
+      directive.left = true;
+    else if (*p == '+')
+      directive.plus = true;
+    else if (*p == ' ')
+      directive.space = true;
+    else if (*p == '0')
+      directive.zero = true;
+    else if (*p == '#')
+      directive.alt = true;
+    else
+      break;
   }
   if (*p == '*') {
-    spec.width = va_arg(*args, int);
-    if (spec.width < 0) spec.left = true, spec.width = -spec.width;
+    directive.width = va_arg(*args, int);
+    if (directive.width < 0) directive.left = true, directive.width = -directive.width;
     ++p;
   } else {
-    while (*p >= '0' && *p <= '9') spec.width = spec.width * 10 + (*p++ - '0');
+    while (*p >= '0' && *p <= '9') directive.width = directive.width * 10 + (*p++ - '0');
   }
   if (*p == '.') {
     ++p;
-    spec.precision = 0;
+    directive.precision = 0;
     if (*p == '*') {
-      spec.precision = va_arg(*args, int);
-      if (spec.precision < 0) spec.precision = -1;
+      directive.precision = va_arg(*args, int);
+      if (directive.precision < 0) directive.precision = -1;
       ++p;
     } else {
-      while (*p >= '0' && *p <= '9') spec.precision = spec.precision * 10 + (*p++ - '0');
+      while (*p >= '0' && *p <= '9') directive.precision = directive.precision * 10 + (*p++ - '0');
     }
   }
   if (*p == 'h') {
     ++p;
-    spec.size = 16;
-    spec.narrow_text = true;
-    if (*p == 'h') ++p, spec.size = 8;
+    directive.size = 16;
+    directive.narrow_text = true;
+    if (*p == 'h') ++p, directive.size = 8;
   } else if (*p == 'l') {
     ++p;
-    if (*p == 'l') ++p, spec.size = 64;
+    if (*p == 'l') ++p, directive.size = 64;
   } else if (*p == 'I' && p[1] == '6' && p[2] == '4') {
     p += 3;
-    spec.size = 64;
+    directive.size = 64;
   } else if (*p == 'I' && p[1] == '3' && p[2] == '2') {
     p += 3;
   } else if (*p == 'z' || *p == 'j' || *p == 't') {
     ++p;
-    spec.size = 64;
-    spec.size_t_arg = true;
+    directive.size = 64;
+    directive.size_t_arg = true;
   }
-  return spec;
+  return directive;
 }
 
 // d i
-void write_signed(Sink& sink, const Spec& spec, char conv, va_list* args) {
-  int64_t v = spec.size == 64 ? va_arg(*args, int64_t) : int64_t(va_arg(*args, int));
-  if (spec.size == 16) v = int16_t(v);
-  if (spec.size == 8) v = int8_t(v);
+void write_signed(Sink& sink, const Directive& directive, char conv, va_list* args) {
+  int64_t v = directive.size == 64 ? va_arg(*args, int64_t) : int64_t(va_arg(*args, int));
+  if (directive.size == 16) v = int16_t(v);
+  if (directive.size == 8) v = int8_t(v);
   uint64_t magnitude = v < 0 ? 0 - uint64_t(v) : uint64_t(v);
-  emit_integer(sink, spec, conv, magnitude, v < 0);
+  emit_integer(sink, directive, conv, magnitude, v < 0);
 }
 
 // u x X o
-void write_unsigned(Sink& sink, const Spec& spec, char conv, va_list* args) {
-  uint64_t v = spec.size == 64 ? va_arg(*args, uint64_t) : uint64_t(va_arg(*args, unsigned));
-  if (spec.size == 16) v = uint16_t(v);
-  if (spec.size == 8) v = uint8_t(v);
-  emit_integer(sink, spec, conv, v, false);
+void write_unsigned(Sink& sink, const Directive& directive, char conv, va_list* args) {
+  uint64_t v = directive.size == 64 ? va_arg(*args, uint64_t) : uint64_t(va_arg(*args, unsigned));
+  if (directive.size == 16) v = uint16_t(v);
+  if (directive.size == 8) v = uint8_t(v);
+  emit_integer(sink, directive, conv, v, false);
 }
 
 // p: sixteen upper-case hex digits.
-void write_pointer(Sink& sink, const Spec& spec, va_list* args) {
-  Spec pointer = spec;
+void write_pointer(Sink& sink, const Directive& directive, va_list* args) {
+  Directive pointer = directive;
   pointer.precision = 16;
   emit_integer(sink, pointer, 'X', uint64_t(uintptr_t(va_arg(*args, void*))), false);
 }
 
 // c: one UTF-16 unit passed as int.
-void write_char(Sink& sink, const Spec& spec, va_list* args) {
+void write_char(Sink& sink, const Directive& directive, va_list* args) {
   KOCHAR c = KOCHAR(va_arg(*args, int));
-  long pad = spec.width > 1 ? spec.width - 1 : 0;
-  if (!spec.left) sink.repeat(u' ', pad);
+  long pad = directive.width > 1 ? directive.width - 1 : 0;
+  if (!directive.left) sink.repeat(u' ', pad);
   sink.put(c);
-  if (spec.left) sink.repeat(u' ', pad);
+  if (directive.left) sink.repeat(u' ', pad);
 }
 
 // s S hs: UTF-16 text, or 8-bit text for S and hs; a null text is "(null)".
-void write_text(Sink& sink, const Spec& spec, char conv, va_list* args) {
+void write_text(Sink& sink, const Directive& directive, char conv, va_list* args) {
   long pad;
-  if (spec.narrow_text || conv == 'S') {
+  if (directive.narrow_text || conv == 'S') {
     const char* text = va_arg(*args, const char*);
     if (!text) text = "(null)";
     size_t n = 0;
-    while (text[n] && (spec.precision < 0 || long(n) < spec.precision)) ++n;
-    pad = spec.width > long(n) ? spec.width - long(n) : 0;
-    if (!spec.left) sink.repeat(u' ', pad);
+    while (text[n] && (directive.precision < 0 || long(n) < directive.precision)) ++n;
+    pad = directive.width > long(n) ? directive.width - long(n) : 0;
+    if (!directive.left) sink.repeat(u' ', pad);
     for (size_t i = 0; i < n; ++i) sink.put(KOCHAR(static_cast<unsigned char>(text[i])));
   } else {
     const KOCHAR* text = va_arg(*args, const KOCHAR*);
     if (!text) text = u"(null)";
-    size_t n = spec.precision < 0 ? u16len(text) : u16nlen(text, size_t(spec.precision));
-    pad = spec.width > long(n) ? spec.width - long(n) : 0;
-    if (!spec.left) sink.repeat(u' ', pad);
+    size_t n = directive.precision < 0 ? u16len(text) : u16nlen(text, size_t(directive.precision));
+    pad = directive.width > long(n) ? directive.width - long(n) : 0;
+    if (!directive.left) sink.repeat(u' ', pad);
     for (size_t i = 0; i < n; ++i) sink.put(text[i]);
   }
-  if (spec.left) sink.repeat(u' ', pad);
+  if (directive.left) sink.repeat(u' ', pad);
 }
 
 // e E f F g G a A: the C library's rendering, widened.
-void write_floating(Sink& sink, const Spec& spec, char conv, va_list* args) {
+void write_floating(Sink& sink, const Directive& directive, char conv, va_list* args) {
   char c_format[32];
   int k = 0;
   c_format[k++] = '%';
-  if (spec.left) c_format[k++] = '-';
-  if (spec.plus) c_format[k++] = '+';
-  if (spec.space) c_format[k++] = ' ';
-  if (spec.zero) c_format[k++] = '0';
-  if (spec.alt) c_format[k++] = '#';
+  if (directive.left) c_format[k++] = '-';
+  if (directive.plus) c_format[k++] = '+';
+  if (directive.space) c_format[k++] = ' ';
+  if (directive.zero) c_format[k++] = '0';
+  if (directive.alt) c_format[k++] = '#';
   c_format[k++] = '*';
   c_format[k++] = '.';
   c_format[k++] = '*';
@@ -222,33 +232,33 @@ void write_floating(Sink& sink, const Spec& spec, char conv, va_list* args) {
   c_format[k] = 0;
   double v = va_arg(*args, double);
   char text[512];
-  int n = std::snprintf(text, sizeof text, c_format, int(spec.width),
-                        int(spec.precision < 0 ? 6 : spec.precision), v);
+  int n = std::snprintf(text, sizeof text, c_format, int(directive.width),
+                        int(directive.precision < 0 ? 6 : directive.precision), v);
   for (int i = 0; i < n && i < int(sizeof text) - 1; ++i) sink.put(KOCHAR(text[i]));
 }
 
 // One conversion; false when `conv` is not one.
-bool write_conversion(Sink& sink, const Spec& spec, char conv, va_list* args) {
+bool write_conversion(Sink& sink, const Directive& directive, char conv, va_list* args) {
   switch (conv) {
     case 'd':
     case 'i':
-      write_signed(sink, spec, conv, args);
+      write_signed(sink, directive, conv, args);
       return true;
     case 'u':
     case 'x':
     case 'X':
     case 'o':
-      write_unsigned(sink, spec, conv, args);
+      write_unsigned(sink, directive, conv, args);
       return true;
     case 'p':
-      write_pointer(sink, spec, args);
+      write_pointer(sink, directive, args);
       return true;
     case 'c':
-      write_char(sink, spec, args);
+      write_char(sink, directive, args);
       return true;
     case 's':
     case 'S':
-      write_text(sink, spec, conv, args);
+      write_text(sink, directive, conv, args);
       return true;
     case 'e':
     case 'E':
@@ -258,7 +268,7 @@ bool write_conversion(Sink& sink, const Spec& spec, char conv, va_list* args) {
     case 'G':
     case 'a':
     case 'A':
-      write_floating(sink, spec, conv, args);
+      write_floating(sink, directive, conv, args);
       return true;
     case '%':
       sink.put(u'%');
@@ -281,8 +291,8 @@ size_t format_impl(KOCHAR* out, size_t capacity, const Char* format, va_list lis
       continue;
     }
     const Char* start = p++;
-    const Spec spec = parse_spec(p, &args);
-    if (!write_conversion(sink, spec, char(*p), &args)) {
+    const Directive directive = parse_directive(p, &args);
+    if (!write_conversion(sink, directive, char(*p), &args)) {
       // An unknown conversion is copied as it stands.
       for (const Char* q = start; q <= p && *q; ++q) sink.put(KOCHAR(*q));
       if (!*p) break;

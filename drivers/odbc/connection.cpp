@@ -109,9 +109,8 @@ void connect(DbiContext* context, bool from_connect_strings) {
       target = login_connect_string(context->login[0], context->login[1], context->login[2]);
     }
   }
-  if (connection->settings.streaming) {
-    target = streaming_connect_string(target, connection->settings.fetch_block);
-  }
+  target = streaming_connect_string(target, connection->settings.fetch_block,
+                                    connection->settings.streaming);
   if (target.empty()) {
     report_error(context, "IM002", "no ConnectString in the DBParm text and no data source named");
     delete connection;

@@ -125,24 +125,28 @@ struct StreamingRule {
   const char16_t* driver;  // part of the Driver attribute's value, lower case
   const char16_t* attribute;
   const char16_t* value;  // null: the fetch block size
+  bool changes_types;     // added only when Streaming is asked for by name
 };
 
-// SQLite's driver is left as it is: in its streaming mode ("StepAPI=1") it
-// types every expression column (count(*), 1 + 1) as text, which a user
-// would notice more than the memory; the connection string can still ask.
+// SQLite's driver in its streaming mode ("StepAPI=1") types every expression
+// column (count(*), 1 + 1) as text, which a user would notice more than the
+// memory, so it waits for an explicit Streaming='Yes'.
 const StreamingRule kStreaming[] = {
-    {u"postgres", u"usedeclarefetch", u"1"},
-    {u"postgres", u"fetch", nullptr},
+    {u"postgres", u"usedeclarefetch", u"1", false},
+    {u"postgres", u"fetch", nullptr, false},
+    {u"sqlite", u"stepapi", u"1", true},
 };
 
 }  // namespace
 
-std::u16string streaming_connect_string(const std::u16string& connect, uint32_t fetch_block) {
+std::u16string streaming_connect_string(const std::u16string& connect, uint32_t fetch_block,
+                                        Streaming mode) {
   const std::u16string lower = lower_ascii(connect);
   std::u16string driver;
-  if (!find_attribute(lower, u"driver", &driver)) return connect;
+  if (mode == Streaming::kNone || !find_attribute(lower, u"driver", &driver)) return connect;
   std::u16string out = connect;
   for (const StreamingRule& rule : kStreaming) {
+    if (rule.changes_types && mode != Streaming::kAll) continue;
     if (driver.find(rule.driver) == std::u16string::npos) continue;
     if (find_attribute(lower, rule.attribute, nullptr)) continue;
     if (!out.empty() && out.back() != u';') out += u';';
@@ -194,7 +198,8 @@ bool read_settings(DbiContext* context, Settings& settings, std::u16string& erro
     good = good && read_range(record, "FetchBlockSize", 1, 4096, settings.fetch_block, error);
   }
   if (const DbiParm* record = services->find_parameter(context, list, u"Streaming")) {
-    settings.streaming = services->parameter_is_true(record) != 0;
+    settings.streaming =
+        services->parameter_is_true(record) != 0 ? Streaming::kAll : Streaming::kNone;
   }
   if (const DbiParm* record = services->find_parameter(context, list, u"TextBufferSize")) {
     good = good && read_range(record, "TextBufferSize", 16, 1048576, settings.text_buffer, error);

@@ -94,7 +94,7 @@ TEST_F(IteratorTest, BoolIsTrueOnlyForOneAndCharactersNeedTheFlag) {
   KOCHAR* text = nullptr;
   int32_t number = 0;
   EXPECT_EQ(shmi_DataIter_GetChar(flagless, &c), SHMI_E_NOCHARS);
-  EXPECT_EQ(shmi_DataIter_GetString(flagless, context, pool, &text), SHMI_E_NOCHARS);
+  EXPECT_EQ(shmi_DataIter_GetString(flagless, storage_, subpool_, &text), SHMI_E_NOCHARS);
   EXPECT_EQ(shmi_DataIter_GetLong(flagless, &number), SHMI_S_OK) << "other readers do not need it";
 }
 
@@ -114,14 +114,14 @@ TEST_F(IteratorTest, StringsAndNestedBlobsNeedTheirWholeLength) {
       {{0, 0, 0}, SHMI_E_NODATA, "-"},
   };
   for (const Case& c : cases) {
-    for (KostgContext* where : {context, static_cast<KostgContext*>(nullptr)}) {
+    for (KostgContext* where : {storage_, static_cast<KostgContext*>(nullptr)}) {
       SH_IMI_BLOB_ITER* it = over(c.values);
       KOCHAR sentinel[] = u"sentinel";
       KOCHAR* text = sentinel;
-      EXPECT_EQ(shmi_DataIter_GetString(it, where, pool, &text), c.status);
+      EXPECT_EQ(shmi_DataIter_GetString(it, where, subpool_, &text), c.status);
       EXPECT_EQ(narrow(text), c.text);
       EXPECT_EQ(position(it), c.status ? 10u : 10u + uint32_t(c.values.size()));
-      kostg_fee(context, text);
+      kostg_fee(storage_, text);
     }
   }
   for (auto [values, status] : {std::pair<std::vector<uint8_t>, int32_t>{{0, 0, 0, 2, 7, 8}, SHMI_S_OK},
@@ -132,7 +132,7 @@ TEST_F(IteratorTest, StringsAndNestedBlobsNeedTheirWholeLength) {
     ASSERT_EQ(block != nullptr, status == SHMI_S_OK);
     uint32_t length = block ? *static_cast<uint32_t*>(block) : 0;
     EXPECT_TRUE(!block || (length == values[3] && !std::memcmp(static_cast<uint8_t*>(block) + 4, &values[4], length)));
-    kostg_fee(context, block);
+    kostg_fee(storage_, block);
   }
 }
 
@@ -164,12 +164,12 @@ TEST_F(IteratorTest, NullArgumentsAreRefused) {
   SH_IMI_BLOB_ITER* it = over(std::vector<uint8_t>(32, 0));
   for (SH_IMI_BLOB_ITER* target : {it, static_cast<SH_IMI_BLOB_ITER*>(nullptr)}) {
     for (int32_t status :
-         {shmi_DataIter_GetChar(target, nullptr), shmi_DataIter_GetString(target, context, pool, nullptr),
+         {shmi_DataIter_GetChar(target, nullptr), shmi_DataIter_GetString(target, storage_, subpool_, nullptr),
           shmi_DataIter_GetByte(target, nullptr), shmi_DataIter_GetBool(target, nullptr),
           shmi_DataIter_GetShort(target, nullptr), shmi_DataIter_GetUShort(target, nullptr),
           shmi_DataIter_GetLong(target, nullptr), shmi_DataIter_GetULong(target, nullptr),
           shmi_DataIter_GetFloat(target, nullptr), shmi_DataIter_GetDouble(target, nullptr),
-          shmi_DataIter_GetDecimal(target, nullptr), shmi_DataIter_GetShBlob(target, context, pool, nullptr),
+          shmi_DataIter_GetDecimal(target, nullptr), shmi_DataIter_GetShBlob(target, storage_, subpool_, nullptr),
           shmi_DataIter_GetBytes(target, nullptr, 1), shmi_DataIter_GetDateTime(target, nullptr)})
       EXPECT_EQ(status, SHMI_E_POINTER);
   }

@@ -52,7 +52,7 @@ TEST_F(BlobTest, EachValueTypeHasItsBytesAndReadsBack) {
   };
   auto text_is = [this](SH_IMI_BLOB_ITER* it, const char* expected) {
     KOCHAR* text = nullptr;
-    return !shmi_DataIter_GetString(it, context, pool, &text) && narrow(text) == expected;
+    return !shmi_DataIter_GetString(it, storage_, subpool_, &text) && narrow(text) == expected;
   };
   const Case cases[] = {
       SCALAR(Byte, uint8_t, 0xFE, "FE"),
@@ -76,10 +76,10 @@ TEST_F(BlobTest, EachValueTypeHasItsBytesAndReadsBack) {
       {"nested blob", [&](auto b) { shmi_DataBlob_addShBlob(b, nested); }, "00 00 00 03 AA BB CC",
        [&](auto it) {
          void* v = nullptr;
-         return !shmi_DataIter_GetShBlob(it, context, pool, &v) && !std::memcmp(v, nested, sizeof nested);
+         return !shmi_DataIter_GetShBlob(it, storage_, subpool_, &v) && !std::memcmp(v, nested, sizeof nested);
        }},
       {"null nested blob", [](auto b) { shmi_DataBlob_addShBlob(b, nullptr); }, "00 00 00 00",
-       [&](auto it) { void* v = nullptr; return !shmi_DataIter_GetShBlob(it, nullptr, nullptr, &v) && (kostg_fee(context, v), true); }},
+       [&](auto it) { void* v = nullptr; return !shmi_DataIter_GetShBlob(it, nullptr, nullptr, &v) && (kostg_fee(storage_, v), true); }},
       {"bytes", [](auto b) { shmi_DataBlob_addBytes(b, "xyz", 3); }, "78 79 7A",
        [](auto it) { char v[3]; return !shmi_DataIter_GetBytes(it, v, 3) && !std::memcmp(v, "xyz", 3); }},
       {"datetime", [&](auto b) { shmi_DataBlob_addDateTime(b, &when); }, "00 01 E2 40 00 7C 0B 1F 17 3B 3A",

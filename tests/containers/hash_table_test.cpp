@@ -60,7 +60,7 @@ class HashTableTest : public StorageTest {
  protected:
   // A table holding the keys, tagged 1, 2, ... in order of insertion.
   ShHashTable* make(uint32_t buckets, std::vector<std::u16string> keys) {
-    ShHashTable* table = shhash_new(buckets, record_key, 0, 0, context, pool);
+    ShHashTable* table = shhash_new(buckets, record_key, 0, 0, storage_, subpool_);
     for (auto& key : keys) {
       records.push_back(std::make_unique<Record>(Record{key, int(records.size()) + 1}));
       EXPECT_EQ(shhash_insert(table, records.back().get()), 1);
@@ -109,7 +109,7 @@ TEST_F(HashTableTest, SearchPositionsCarryOverToSearchNextAndRemove) {
 }
 
 TEST_F(HashTableTest, UniqueTablesRefuseKnownKeysAndHaveNoNext) {
-  ShHashTable* table = shhash_new(8, record_key, 1, 0, context, pool);
+  ShHashTable* table = shhash_new(8, record_key, 1, 0, storage_, subpool_);
   Record first{u"k", 1}, again{u"k", 2};
   EXPECT_EQ(shhash_insert(table, &first), 1);
   EXPECT_EQ(shhash_insert(table, &again), 2);
@@ -167,12 +167,12 @@ TEST_F(HashTableTest, KeysComeFromTheKeyFunctionWithItsArgumentOrAreTheItems) {
   ShHashTable* keyed = shhash_new_arg(8, [](void* item, void* arg) -> const void* {
     ++*static_cast<int*>(arg);
     return static_cast<Record*>(item)->key.c_str();
-  }, 0, 0, context, pool, &calls);
+  }, 0, 0, storage_, subpool_, &calls);
   Record r{u"x", 1};
   shhash_insert(keyed, &r);
   EXPECT_EQ(shhash_search(keyed, u"x"), &r);
   EXPECT_GT(calls, 0);
-  ShHashTable* itself = shhash_new(8, nullptr, 0, 0, context, pool);
+  ShHashTable* itself = shhash_new(8, nullptr, 0, 0, storage_, subpool_);
   KOCHAR text[] = u"self";
   shhash_insert(itself, text);
   EXPECT_EQ(shhash_search(itself, u"self"), text);
@@ -180,13 +180,13 @@ TEST_F(HashTableTest, KeysComeFromTheKeyFunctionWithItsArgumentOrAreTheItems) {
 
 TEST_F(HashTableTest, CompositeKeysCompareStringByString) {
   auto key = [&](std::initializer_list<const char16_t*> parts) {
-    shlistx* list = shlist_new(context, pool);
+    shlistx* list = shlist_new(storage_, subpool_);
     for (const char16_t* p : parts) shlist_insert(list, const_cast<char16_t*>(p));
     return list;
   };
   EXPECT_EQ(ko::composite_hash(key({u"A", u"B"})), ko::string_hash(u"AB"));
   EXPECT_EQ(ko::composite_hash(key({})), 0u);
-  ShHashTable* table = shhash_new(16, nullptr, 0, 1, context, pool);
+  ShHashTable* table = shhash_new(16, nullptr, 0, 1, storage_, subpool_);
   EXPECT_EQ(shhash_insert(table, key({u"dbo", u"orders"})), 1);
   for (auto [probe, found] : {std::pair{key({u"dbo", u"orders"}), true}, {key({u"dbo"}), false},
                               {key({u"dbo", u"orders", u"x"}), false}, {key({u"dbo", u"Orders"}), false},

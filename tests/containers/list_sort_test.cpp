@@ -36,7 +36,7 @@ TEST_F(StorageTest, ListSortFlagsDecideWhatHappensToTheList) {
   KOCHAR items[3][2] = {u"b", u"a", u"c"};
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << "flags " << c.flags << (c.with_param ? " param" : ""));
-    shlistx* list = shlist_new(context, pool);
+    shlistx* list = shlist_new(storage_, subpool_);
     for (auto& item : items) shlist_insert(list, item);
     shlist_get_first(list);
     shlist_get_next(list);
@@ -46,19 +46,19 @@ TEST_F(StorageTest, ListSortFlagsDecideWhatHappensToTheList) {
       EXPECT_EQ(shlist_sort(list, nullptr, c.flags), 0);
     } else if (void** sorted = shlist_sort_param(list, &descending, signed_order, c.flags)) {
       for (int i = 0; i < 3; ++i) array += narrow(sorted[i]);
-      kostg_fee(context, sorted);
+      kostg_fee(storage_, sorted);
     }
     EXPECT_EQ(list_contents(list), c.list_after);
     EXPECT_EQ(array, c.array);
   }
-  shlistx* empty = shlist_new(context, pool);
+  shlistx* empty = shlist_new(storage_, subpool_);
   EXPECT_EQ(shlist_sort_param(empty, nullptr, nullptr, 0), nullptr);
 }
 
 TEST_F(StorageTest, ListSortDefaultsToTheLocaleCollation) {
   // Case-folded first, lower case before upper: not the code-unit order.
   KOCHAR items[5][3] = {u"b", u"B", u"A", u"a", u"ab"};
-  shlistx* list = shlist_new(context, pool);
+  shlistx* list = shlist_new(storage_, subpool_);
   for (auto& item : items) shlist_insert(list, item);
   shlist_sort(list, nullptr, SHLIST_SORT_REBUILD);
   EXPECT_EQ(list_contents(list), "a A ab b [B]");

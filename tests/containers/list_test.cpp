@@ -84,7 +84,7 @@ class ListTest : public StorageTest {
   }
 
   shlistx* make(const char* initial) {
-    shlistx* list = shlist_new(context, pool);
+    shlistx* list = shlist_new(storage_, subpool_);
     for (const char* c = initial; *c; ++c) shlist_insert(list, items[*c - 'a']);
     shlist_set_current(list, nullptr);
     return list;
@@ -107,12 +107,12 @@ TEST_F(ListTest, CursorScripts) {
 
 TEST_F(ListTest, PutAfterLinksTheCallersNodeOrFreesIt) {
   shlistx* list = make("");
-  auto* node = static_cast<ShListNode*>(kostg_alc(context, sizeof(ShListNode), pool));
+  auto* node = static_cast<ShListNode*>(kostg_alc(storage_, sizeof(ShListNode), subpool_));
   node->item = items[0];
   EXPECT_EQ(shlist_putafter(list, node), 1);
   EXPECT_EQ(shlist_get_handle(list), node);
   shlist_get_next(list);  // runs off the end
-  auto* refused = static_cast<ShListNode*>(kostg_alc(context, sizeof(ShListNode), pool));
+  auto* refused = static_cast<ShListNode*>(kostg_alc(storage_, sizeof(ShListNode), subpool_));
   EXPECT_EQ(shlist_putafter(list, refused), 0);
   EXPECT_EQ(list_contents(list), "a");
 }

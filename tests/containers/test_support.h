@@ -1,5 +1,5 @@
-// What the containers tests share: a storage context (and a sub-pool) opened
-// for each test, and readable forms of strings and lists.
+// What the containers tests share: the storage fixture, and readable forms of
+// strings and lists.
 #ifndef KOSHR_TESTS_CONTAINERS_TEST_SUPPORT_H
 #define KOSHR_TESTS_CONTAINERS_TEST_SUPPORT_H
 
@@ -8,18 +8,9 @@
 
 #include <string>
 
-class StorageTest : public testing::Test {
- protected:
-  void SetUp() override {
-    context = kostg_begin(0);
-    ASSERT_NE(context, nullptr);
-    pool = kostg_new_pool(context);
-  }
-  void TearDown() override { kostg_end(context); }
+#include "storage_fixture.h"
 
-  KostgContext* context = nullptr;
-  KostgSubpool* pool = nullptr;
-};
+using ko_test::StorageTest;
 
 inline std::string narrow(const void* text) {
   std::string out;

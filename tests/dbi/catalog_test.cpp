@@ -151,7 +151,7 @@ TEST_F(CatalogTest, EditUpdateCallsTheDriverAndRereadsTheStyles) {
       std::tuple(DBI_OP_EDIT_UPDATE, 2, static_cast<void*>(&record), DBI_OP_EDIT_STYLE_TABLE));
 }
 
-class AttributeReaderTest : public dbi_test::StorageTest {};
+class AttributeReaderTest : public dbi_test::ContextTest {};
 
 TEST_F(AttributeReaderTest, TableAttributesReadFontGroupsByName) {
   DbiContext* context = bare_context();

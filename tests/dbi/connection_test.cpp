@@ -29,9 +29,9 @@ TEST(LibraryName, NamesTheDriverByTheFirstThreeCharacters) {
   for (const auto& c : cases) EXPECT_EQ(library_name(c.dbms), c.file + suffix()) << narrow(c.dbms);
 }
 
-TEST(LibraryName, InformixLowerCasesTheCallersTextInPlace) {
+TEST(LibraryName, TheInfDriverLowerCasesTheCallersTextInPlace) {
   KOCHAR parameters[] = u"Driver='ISQLT15A',Other='X'";
-  EXPECT_EQ(library_name(u"INF Informix", parameters), "koI15" + suffix());
+  EXPECT_EQ(library_name(u"INF server", parameters), "koI15" + suffix());
   EXPECT_EQ(narrow(parameters), "driver='isqlt15a',other='x'");
   KOCHAR other[] = u"Driver='isqlt10'";
   EXPECT_EQ(library_name(u"inf", other), "koI10" + suffix());

@@ -1,5 +1,5 @@
-// dbi_test_support.h: what the database-interface tests share: a storage
-// context, a bare connection context for the parts that need no driver, the
+// dbi_test_support.h: what the database-interface tests share: the storage
+// fixture, a bare connection context for the parts that need no driver, the
 // test driver's recording interface and a runtime whose transaction-server
 // answers a test sets.
 #ifndef KOSHR_TESTS_DBI_SUPPORT_H
@@ -16,6 +16,7 @@
 #include "dbi/runtime_services.h"
 #include "platform/platform.h"
 #include "platform/utf16.h"
+#include "storage_fixture.h"
 #include "test_driver.h"
 
 namespace dbi_test {
@@ -59,11 +60,9 @@ class Driver {
   void* module_;
 };
 
-// A storage context per test.
-class StorageTest : public ::testing::Test {
+// The storage fixture, and connection contexts that need no driver.
+class ContextTest : public ko_test::StorageTest {
  protected:
-  void SetUp() override { storage_ = kostg_begin(0); }
-  void TearDown() override { kostg_end(storage_); }
   // A bare connection context on the test's storage, no driver.
   DbiContext* bare_context(const char16_t* dbparm = nullptr) {
     auto* context = static_cast<DbiContext*>(kostg_alc(storage_, sizeof(DbiContext), nullptr));
@@ -76,15 +75,14 @@ class StorageTest : public ::testing::Test {
     }
     return context;
   }
-  KostgContext* storage_ = nullptr;
 };
 
 // A connection logged in through the koTST driver.
-class DriverTest : public StorageTest {
+class DriverTest : public ContextTest {
  protected:
   // Every test starts with a driver that has recorded nothing.
   void SetUp() override {
-    StorageTest::SetUp();
+    ContextTest::SetUp();
     Driver(log_in()->module).reset();
   }
   DbiContext* log_in(const char16_t* parameters = nullptr, const char16_t* dbms = u"TST") {

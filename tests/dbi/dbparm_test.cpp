@@ -7,7 +7,7 @@ namespace {
 
 using dbi_test::narrow;
 
-class DbParmTest : public dbi_test::StorageTest {
+class DbParmTest : public dbi_test::ContextTest {
  protected:
   // "name=text#number;" per record, "(no list)" when the parse gives none.
   std::string parse(const char16_t* text) { return parse(bare_context(text)); }

@@ -36,7 +36,7 @@ TEST(KeywordCompare, PrefixComparisonRestoresTheText) {
   }
 }
 
-class ScanTest : public dbi_test::StorageTest {};
+class ScanTest : public dbi_test::ContextTest {};
 
 TEST_F(ScanTest, LookForKeyWordSkipsLiteralsAndComments) {
   const struct {

@@ -5,6 +5,7 @@
 # (make test-postgres).
 add_executable(test_drivers ${CMAKE_CURRENT_SOURCE_DIR}/drivers/odbc_driver_test.cpp)
 target_link_libraries(test_drivers PRIVATE koshr GTest::gtest GTest::gtest_main)
+target_include_directories(test_drivers PRIVATE ${CMAKE_CURRENT_SOURCE_DIR}/common)
 set_target_properties(test_drivers PROPERTIES RUNTIME_OUTPUT_DIRECTORY ${PROJECT_BINARY_DIR})
 add_dependencies(test_drivers koODB)
 if(CMAKE_CROSSCOMPILING)

@@ -19,8 +19,12 @@
 #include <cstring>
 #include <filesystem>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
+
+#include "scratch_folder.h"
+#include "storage_fixture.h"
 
 namespace {
 
@@ -154,26 +158,21 @@ std::string show(const DbiValue& v) {
   return "?";
 }
 
-class OdbcDriverTest : public ::testing::Test {
+class OdbcDriverTest : public ko_test::StorageTest {
  protected:
   void SetUp() override {
-    storage_ = kostg_begin(0);
+    StorageTest::SetUp();
     g_recorder = Recorder{};
     if (const char* connect = std::getenv("KOSHR_TEST_CONNECT")) {
       connect_ = widen(connect);
     } else {
-      folder_ = std::filesystem::temp_directory_path() /
-                ("koshr_odbc_" + std::to_string(reinterpret_cast<uintptr_t>(this)) + "_" +
-                 ::testing::UnitTest::GetInstance()->current_test_info()->name());
-      std::filesystem::remove_all(folder_);
-      std::filesystem::create_directories(folder_);
-      connect_ = u"Driver=SQLite3;Database=" + driver_path(folder_ / "test.db");
+      folder_.emplace("odbc");
+      connect_ = u"Driver=SQLite3;Database=" + driver_path(folder_->file("test.db"));
     }
   }
   void TearDown() override {
     for (DbiContext* context : open_) DBI_Disconnect(context);
-    kostg_end(storage_);
-    if (!folder_.empty()) std::filesystem::remove_all(folder_);
+    StorageTest::TearDown();
   }
 
   // A connection through koODB, its driver calls recorded.
@@ -241,8 +240,7 @@ class OdbcDriverTest : public ::testing::Test {
     return all.size() == 1 && all[0].size() == 1 ? all[0][0] : "(no single value)";
   }
 
-  KostgContext* storage_ = nullptr;
-  std::filesystem::path folder_;
+  std::optional<ko_test::ScratchFolder> folder_;  // for SQLite, when no server is named
   std::u16string connect_;
   std::vector<DbiContext*> open_;
   std::vector<uint32_t> block_sizes_;
@@ -259,6 +257,25 @@ TEST_F(OdbcDriverTest, ConnectsAnswersTheFrontEndAndDisconnects) {
   open_.clear();
   EXPECT_EQ(std::tuple(context->return_code, context->driver_connection),
             std::tuple(0, static_cast<void*>(nullptr)));
+}
+
+// SQLite's streaming mode types an expression column as text, which shows
+// whether the driver asked for it: only when DBParm Streaming says yes.
+TEST_F(OdbcDriverTest, StreamingSettingsThatChangeTypesComeOnlyWhenAskedFor) {
+  const struct {
+    const char16_t* dbparm;
+    bool types_change;
+  } cases[] = {{u"", false},
+               {u",Streaming='No'", false},
+               {u",Streaming=0", false},
+               {u",Streaming='Yes'", true},
+               {u",Streaming=1", true}};
+  for (const auto& c : cases) {
+    SCOPED_TRACE(narrow(c.dbparm));
+    DbiContext* context = connect(c.dbparm);
+    const bool as_text = c.types_change && !on_postgres();
+    EXPECT_EQ(single(context, u"SELECT 1 + 1"), as_text ? "text 50" : "int 2");
+  }
 }
 
 TEST_F(OdbcDriverTest, ConnectionFailuresReportTheirSqlState) {

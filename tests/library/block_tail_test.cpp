@@ -21,9 +21,9 @@ TEST_F(BlockTailTest, UnusedPayloadIsZeroWhateverTheBufferHeldBefore) {
   // Full blocks of non-zero bytes first, so every later short block reuses
   // a buffer slot that held payload; sizes around the 502-byte payload.
   const Case cases[] = {
-      {"big_first.srw", 20000, u""},   {"one.srw", 1, u""},          {"almost.srw", 501, u""},
-      {"exact.srw", 502, u""},         {"over.srw", 503, u""},       {"two_and_bit.srw", 1005, u""},
-      {"commented.srw", 7, u"a note"}, {"big_again.srw", 17000, u""}, {"last.srw", 33, u""},
+      {"big_first.txt", 20000, u""},   {"one.txt", 1, u""},          {"almost.txt", 501, u""},
+      {"exact.txt", 502, u""},         {"over.txt", 503, u""},       {"two_and_bit.txt", 1005, u""},
+      {"commented.txt", 7, u"a note"}, {"big_again.txt", 17000, u""}, {"last.txt", 33, u""},
   };
   std::u16string p = create();
   LMI_HANDLE lib = open(p);
@@ -43,7 +43,7 @@ TEST_F(BlockTailTest, UnusedPayloadIsZeroWhateverTheBufferHeldBefore) {
     const uint8_t* block = image.data() + at;
     if (std::memcmp(block, "DAT*", 4) != 0) continue;
     ++data_blocks;
-    size_t used = size_t(block[8] | block[9] << 8);
+    size_t used = ko::load_le16(block + 8);
     ASSERT_GE(used, 1u) << "block at " << at;
     ASSERT_LE(used, 502u) << "block at " << at;
     for (size_t i = 10 + used; i < 512; ++i) ASSERT_EQ(block[i], 0) << "block at " << at << ", byte " << i;

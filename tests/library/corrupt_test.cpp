@@ -9,23 +9,19 @@ using namespace library_test;
 
 namespace {
 
-void put_u32(Bytes& b, size_t at, uint32_t v) {
-  for (int i = 0; i < 4; ++i) b[at + size_t(i)] = uint8_t(v >> (8 * i));
-}
-
 class CorruptTest : public LibraryTest {
  protected:
-  // A library with one entry "a.srd" of 2000 bytes (its record first in the root).
+  // A library with one entry "a.dat" of 2000 bytes (its record first in the root).
   Bytes sound() {
     std::u16string p = create("sound.kol");
     LMI_HANDLE h = open(p);
-    EXPECT_EQ(put(h, "a.srd", pattern(2000, 1)), 0);
-    EXPECT_EQ(put(h, "b.srd", pattern(10, 2)), 0);
+    EXPECT_EQ(put(h, "a.dat", pattern(2000, 1)), 0);
+    EXPECT_EQ(put(h, "b.dat", pattern(10, 2)), 0);
     LMI_CloseLibrary(h);
     return file_bytes("sound.kol");
   }
   void write(const Bytes& b) {
-    std::ofstream(file("bad.kol"), std::ios::binary).write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
+    write_file("bad.kol", b);
   }
 };
 
@@ -36,7 +32,7 @@ TEST_F(CorruptTest, DamageGivesCodesAndFindings) {
     const char* what;
     std::function<void(Bytes&)> damage;
     bool opens;
-    int32_t read_rc;  // reading a.srd, when the library opens
+    int32_t read_rc;  // reading a.dat, when the library opens
   } cases[] = {
       {"truncated header", [](Bytes& b) { b.resize(1000); }, false, 0},
       {"truncated root", [](Bytes& b) { b.resize(3000); }, false, 0},
@@ -47,7 +43,7 @@ TEST_F(CorruptTest, DamageGivesCodesAndFindings) {
       {"data link into the header", [](Bytes& b) { put_u32(b, kRecord + 12, 512); }, true, -3},
       {"data length too long", [](Bytes& b) { put_u32(b, kRecord + 16, 0x10000000); }, true, 0},
       {"cyclic chain", [](Bytes& b) {
-         uint32_t first = b[kRecord + 12] | b[kRecord + 13] << 8 | b[kRecord + 14] << 16;
+         uint32_t first = u32_at(b, kRecord + 12);
          put_u32(b, first + 4, first);
          put_u32(b, kRecord + 16, 0x00100000);
        }, true, 0},
@@ -64,20 +60,20 @@ TEST_F(CorruptTest, DamageGivesCodesAndFindings) {
     EXPECT_EQ(h != nullptr, c.opens) << c.what;
     if (h) {
       int32_t rc;
-      get(h, "a.srd", &rc);
+      get(h, "a.dat", &rc);
       if (c.read_rc) {
         EXPECT_EQ(rc, c.read_rc) << c.what;
       }
       LMI_LIST_ITEM* items = nullptr;
-      int32_t count = LMI_ListEntriesExtended(h, pool_, &items);
-      kostg_fee(pool_, items);
+      int32_t count = LMI_ListEntriesExtended(h, storage_, &items);
+      kostg_fee(storage_, items);
       EXPECT_LE(count, 2) << c.what;
       LMI_CloseLibrary(h);
       // Writing into it must not crash either, and must not make it worse to read.
       h = open(p);
       if (h) {
-        put(h, "c.srd", pattern(700, 3));
-        std::u16string b_name = u"b.srd";
+        put(h, "c.dat", pattern(700, 3));
+        std::u16string b_name = u"b.dat";
         LMI_DeleteEntry(h, b_name.data());
         LMI_CloseLibrary(h);
       }
@@ -107,8 +103,8 @@ TEST_F(CorruptTest, CheckNamesWhatIsWrong) {
     for (auto& f : findings) seen |= f.second.find(c.finding) != std::string::npos && f.first == c.severity;
     EXPECT_TRUE(seen) << c.what << ": " << (findings.empty() ? "nothing" : findings[0].second);
   }
-  EXPECT_EQ(LMI_CheckLibrary(pool_, nullptr, nullptr, nullptr), -10);
-  EXPECT_EQ(LMI_CheckLibrary(pool_, path("missing.kol").c_str(), nullptr, nullptr), -6);
+  EXPECT_EQ(LMI_CheckLibrary(storage_, nullptr, nullptr, nullptr), -10);
+  EXPECT_EQ(LMI_CheckLibrary(storage_, path("missing.kol").c_str(), nullptr, nullptr), -6);
 }
 
 }  // namespace

@@ -11,7 +11,7 @@ using namespace library_test;
 namespace {
 
 std::string entry_name(int i) {
-  static const char* kinds[] = {".srw", ".srd", ".srf", ".sru"};
+  static const char* kinds[] = {".txt", ".dat", ".fmt", ".kos"};
   return "obj_" + std::to_string(i * 7919 % 100003) + kinds[i % 4];
 }
 
@@ -22,14 +22,14 @@ class DirectoryTest : public LibraryTest {
     LMI_HANDLE h = open(p, LMI_MODE_READ);
     ASSERT_NE(h, nullptr);
     LMI_LIST_ITEM* items = nullptr;
-    int32_t count = LMI_ListEntries(h, pool_, &items);
+    int32_t count = LMI_ListEntries(h, storage_, &items);
     ASSERT_EQ(count, int32_t(expected.size()));
     auto it = expected.begin();
     for (int32_t i = 0; i < count; ++i, ++it) {
       ASSERT_EQ(narrow(items[i].name), it->first) << "listed in name order";
       EXPECT_EQ(items[i].objectSize, it->second.size());
     }
-    kostg_fee(pool_, items);
+    kostg_fee(storage_, items);
     for (auto& [name, data] : expected) ASSERT_EQ(get(h, name), data) << name;
     LMI_CloseLibrary(h);
     expect_sound(p);
@@ -92,8 +92,8 @@ TEST_F(DirectoryTest, GrowsAndShrinksInAnyOrder) {
 TEST_F(DirectoryTest, DeleteRefusals) {
   std::u16string p = create();
   LMI_HANDLE h = open(p);
-  ASSERT_EQ(put(h, "a.srd", pattern(3, 1)), 0);
-  KOCHAR a[] = u"A.srd", b[] = u"b.srd";
+  ASSERT_EQ(put(h, "a.dat", pattern(3, 1)), 0);
+  KOCHAR a[] = u"A.dat", b[] = u"b.dat";
   EXPECT_EQ(LMI_DeleteEntry(h, b), -12);
   EXPECT_EQ(LMI_DeleteEntry(h, nullptr), -10);
   EXPECT_EQ(LMI_DeleteEntry(nullptr, a), -6);

@@ -26,16 +26,16 @@ class EntryOpsTest : public LibraryTest {
 
 TEST_F(EntryOpsTest, RoundTripsOfManySizes) {
   const size_t sizes[] = {0, 1, 501, 502, 503, 1004, 16383, 16384, 16385, 100000, 300000};
-  for (size_t size : sizes) ASSERT_EQ(put(lib_, "e" + std::to_string(size) + ".srd", pattern(size, uint32_t(size))), 0);
-  for (size_t size : sizes) EXPECT_EQ(get(lib_, "e" + std::to_string(size) + ".srd"), pattern(size, uint32_t(size))) << size;
+  for (size_t size : sizes) ASSERT_EQ(put(lib_, "e" + std::to_string(size) + ".dat", pattern(size, uint32_t(size))), 0);
+  for (size_t size : sizes) EXPECT_EQ(get(lib_, "e" + std::to_string(size) + ".dat"), pattern(size, uint32_t(size))) << size;
   ASSERT_EQ(LMI_CloseLibrary(lib_), 0);
   lib_ = open(lib_path_, LMI_MODE_READ);
-  for (size_t size : sizes) EXPECT_EQ(get(lib_, "e" + std::to_string(size) + ".srd"), pattern(size, uint32_t(size))) << size;
+  for (size_t size : sizes) EXPECT_EQ(get(lib_, "e" + std::to_string(size) + ".dat"), pattern(size, uint32_t(size))) << size;
 }
 
 TEST_F(EntryOpsTest, OpenEntryRefusals) {
-  ASSERT_EQ(put(lib_, "a.srd", pattern(10, 1)), 0);
-  KOCHAR a[] = u"a.srd", b[] = u"b.srd";
+  ASSERT_EQ(put(lib_, "a.dat", pattern(10, 1)), 0);
+  KOCHAR a[] = u"a.dat", b[] = u"b.dat";
   ASSERT_EQ(LMI_OpenEntry(lib_, a, LMI_ENTRY_READ, nullptr), 0);
   struct Case {
     LMI_HANDLE lib;
@@ -62,22 +62,22 @@ TEST_F(EntryOpsTest, OpenEntryRefusals) {
 }
 
 TEST_F(EntryOpsTest, NamesAreCaseInsensitiveAndLowerCasedInPlace) {
-  ASSERT_EQ(put(lib_, "w_main.win", pattern(20, 2)), 0);
-  KOCHAR asked[] = u"W_Main.WIN";
+  ASSERT_EQ(put(lib_, "report.txt", pattern(20, 2)), 0);
+  KOCHAR asked[] = u"Report.TXT";
   EXPECT_EQ(LMI_EntryExists(lib_, asked), 0);
-  EXPECT_EQ(narrow(asked), "w_main.win");
-  KOCHAR other[] = u"W_Other.win";
+  EXPECT_EQ(narrow(asked), "report.txt");
+  KOCHAR other[] = u"Summary.txt";
   EXPECT_EQ(LMI_EntryExists(lib_, other), -12);
   EXPECT_EQ(LMI_EntryExists(nullptr, other), -6);
   EXPECT_EQ(LMI_EntryExists(lib_, nullptr), -10);
-  EXPECT_EQ(get(lib_, "W_MAIN.win"), pattern(20, 2));
+  EXPECT_EQ(get(lib_, "REPORT.txt"), pattern(20, 2));
 }
 
 TEST_F(EntryOpsTest, MixedCaseRulesOfTheDirectory) {
   // Only ASCII letters are lower-cased; other letters keep their case.
-  ASSERT_EQ(put(lib_, "a.srd", pattern(1, 1)), 0);
-  ASSERT_EQ(put(lib_, "\xE9.srd", pattern(2, 2)), 0);  // e-acute, the root's highest
-  KOCHAR upper[] = {0xC9, u'.', u's', u'r', u'd', 0};   // E-acute
+  ASSERT_EQ(put(lib_, "a.dat", pattern(1, 1)), 0);
+  ASSERT_EQ(put(lib_, "\xE9.dat", pattern(2, 2)), 0);  // e-acute, the root's highest
+  KOCHAR upper[] = {0xC9, u'.', u'd', u'a', u't', 0};   // E-acute
   EXPECT_EQ(LMI_EntryExists(lib_, upper), 0) << "a name equal to the highest but for case is found";
   LMI_ENTRY_INFO info;
   ASSERT_EQ(LMI_EntryInformation(lib_, upper, &info), 0);
@@ -86,21 +86,21 @@ TEST_F(EntryOpsTest, MixedCaseRulesOfTheDirectory) {
 }
 
 TEST_F(EntryOpsTest, InformationCountsTheObjectOnly) {
-  ASSERT_EQ(put(lib_, "c.srd", pattern(100, 4), u"hello"), 0);
-  KOCHAR name[] = u"C.SRD";
+  ASSERT_EQ(put(lib_, "c.dat", pattern(100, 4), u"hello"), 0);
+  KOCHAR name[] = u"C.DAT";
   LMI_ENTRY_INFO info;
   ASSERT_EQ(LMI_EntryInformation(lib_, name, &info), 0);
   EXPECT_EQ(info.objectSize, 100u);
-  EXPECT_EQ(narrow(info.name), "c.srd");
+  EXPECT_EQ(narrow(info.name), "c.dat");
   EXPECT_NEAR(double(info.timeStamp), double(time(nullptr)), 5.0);
   EXPECT_EQ(LMI_EntryInformation(lib_, name, nullptr), -7);
   EXPECT_EQ(LMI_EntryInformation(lib_, nullptr, &info), -10);
-  KOCHAR missing[] = u"x.srd";
+  KOCHAR missing[] = u"x.dat";
   EXPECT_EQ(LMI_EntryInformation(lib_, missing, &info), -12);
   // With an entry open only that entry may be asked about.
   ASSERT_EQ(LMI_OpenEntry(lib_, name, LMI_ENTRY_READ, nullptr), 0);
   EXPECT_EQ(LMI_EntryInformation(lib_, missing, &info), -16);
-  KOCHAR same[] = u"c.SRD";
+  KOCHAR same[] = u"c.DAT";
   EXPECT_EQ(LMI_EntryInformation(lib_, same, &info), 0);
   LMI_CloseEntry(lib_);
 }
@@ -111,7 +111,7 @@ TEST_F(EntryOpsTest, RewritingKeepsOrReplacesTheComment) {
     const char* kept;         // comment afterwards
   } steps[] = {{u"  first  ", "first"}, {u"", "first"}, {nullptr, "first"}, {u"second", "second"}, {u"   ", ""}};
   for (const Step& s : steps) {
-    std::u16string n = u"d.srd";
+    std::u16string n = u"d.dat";
     ASSERT_EQ(LMI_OpenEntry(lib_, n.data(), LMI_ENTRY_WRITE, s.comment), 0);
     ASSERT_EQ(LMI_WriteEntry(lib_, "xyz", 3), 3);
     ASSERT_EQ(LMI_CloseEntry(lib_), 0);
@@ -122,7 +122,7 @@ TEST_F(EntryOpsTest, RewritingKeepsOrReplacesTheComment) {
     EXPECT_EQ(ex.commentLength, std::string(s.kept).size());
   }
   std::u16string long_comment(300, u'c');
-  std::u16string n = u"e.srd";
+  std::u16string n = u"e.dat";
   ASSERT_EQ(LMI_OpenEntry(lib_, n.data(), LMI_ENTRY_WRITE, long_comment.c_str()), 0);
   ASSERT_EQ(LMI_CloseEntry(lib_), 0);
   LMI_ENTRY_INFO_EX ex;
@@ -132,21 +132,21 @@ TEST_F(EntryOpsTest, RewritingKeepsOrReplacesTheComment) {
 }
 
 TEST_F(EntryOpsTest, FindEntryOpensTheLibraryItself) {
-  ASSERT_EQ(put(lib_, "f.srd", pattern(5, 5)), 0);
+  ASSERT_EQ(put(lib_, "f.dat", pattern(5, 5)), 0);
   ASSERT_EQ(LMI_CloseLibrary(lib_), 0);
   lib_ = nullptr;
-  KOCHAR f[] = u"F.srd", g[] = u"g.srd";
-  EXPECT_EQ(LMI_FindEntry(pool_, f, lib_path_.c_str()), 0);
-  EXPECT_EQ(LMI_FindEntry(pool_, g, lib_path_.c_str()), -3);
-  EXPECT_EQ(LMI_FindEntry(pool_, f, nullptr), -10);
-  EXPECT_EQ(LMI_FindEntry(pool_, nullptr, lib_path_.c_str()), -10);
-  EXPECT_EQ(LMI_FindEntry(pool_, f, path("none.kol").c_str()), -6);
+  KOCHAR f[] = u"F.dat", g[] = u"g.dat";
+  EXPECT_EQ(LMI_FindEntry(storage_, f, lib_path_.c_str()), 0);
+  EXPECT_EQ(LMI_FindEntry(storage_, g, lib_path_.c_str()), -3);
+  EXPECT_EQ(LMI_FindEntry(storage_, f, nullptr), -10);
+  EXPECT_EQ(LMI_FindEntry(storage_, nullptr, lib_path_.c_str()), -10);
+  EXPECT_EQ(LMI_FindEntry(storage_, f, path("none.kol").c_str()), -6);
 }
 
 TEST_F(EntryOpsTest, ReadingInPieces) {
   Bytes data = pattern(5000, 9);
-  ASSERT_EQ(put(lib_, "p.srd", data, u"note"), 0);
-  KOCHAR n[] = u"p.srd";
+  ASSERT_EQ(put(lib_, "p.dat", data, u"note"), 0);
+  KOCHAR n[] = u"p.dat";
   ASSERT_EQ(LMI_OpenEntry(lib_, n, LMI_ENTRY_READ, nullptr), 0);
   Bytes back;
   const uint32_t pieces[] = {1, 7, 501, 502, 503, 3000, 10000};

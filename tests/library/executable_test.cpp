@@ -15,27 +15,27 @@ class ExecutableTest : public LibraryTest {};
 TEST_F(ExecutableTest, BuildAppendFillAndReopen) {
   write_file("stub.exe", pe_stub(0));
   std::u16string exe = path("app.exe");
-  ASSERT_EQ(LMI_CreateExecutable(pool_, exe.c_str(), path("stub.exe").c_str()), 0);
-  EXPECT_EQ(LMI_CreateExecutable(pool_, exe.c_str(), nullptr), -2);
-  LMI_HANDLE h = LMI_AppendExecutable(pool_, exe.c_str(), u"bundled");
+  ASSERT_EQ(LMI_CreateExecutable(storage_, exe.c_str(), path("stub.exe").c_str()), 0);
+  EXPECT_EQ(LMI_CreateExecutable(storage_, exe.c_str(), nullptr), -2);
+  LMI_HANDLE h = LMI_AppendExecutable(storage_, exe.c_str(), u"bundled");
   ASSERT_NE(h, nullptr);
-  ASSERT_EQ(put(h, "w_main.srw", pattern(5000, 1)), 0);
+  ASSERT_EQ(put(h, "report.txt", pattern(5000, 1)), 0);
   ASSERT_EQ(LMI_CloseExecutable(h), 0);
   Bytes image = file_bytes("app.exe");
   ASSERT_EQ(std::memcmp(image.data(), pe_stub(0).data(), 1024), 0) << "the stub stays as it was";
   ASSERT_EQ(std::memcmp(image.data() + image.size() - 512, "TRL*", 4), 0);
-  EXPECT_EQ(image[image.size() - 508] | image[image.size() - 507] << 8, 1024);
+  EXPECT_EQ(u16_at(image, image.size() - 508), 1024);
   expect_sound(exe);
 
   // Reopened for writing: cut back to the trailer, which comes back at close.
   h = open(exe);
   ASSERT_NE(h, nullptr);
-  EXPECT_EQ(get(h, "w_main.srw"), pattern(5000, 1));
-  ASSERT_EQ(put(h, "d_two.srd", pattern(700, 2)), 0);
+  EXPECT_EQ(get(h, "report.txt"), pattern(5000, 1));
+  ASSERT_EQ(put(h, "notes.dat", pattern(700, 2)), 0);
   ASSERT_EQ(LMI_CloseLibrary(h), 0);
   h = open(exe, LMI_MODE_READ);
-  EXPECT_EQ(get(h, "d_two.srd"), pattern(700, 2));
-  EXPECT_EQ(get(h, "w_main.srw"), pattern(5000, 1));
+  EXPECT_EQ(get(h, "notes.dat"), pattern(700, 2));
+  EXPECT_EQ(get(h, "report.txt"), pattern(5000, 1));
   LMI_CloseLibrary(h);
   expect_sound(exe);
   Bytes again = file_bytes("app.exe");
@@ -45,14 +45,14 @@ TEST_F(ExecutableTest, BuildAppendFillAndReopen) {
 TEST_F(ExecutableTest, FoundBehindACertificateTable) {
   write_file("stub.exe", pe_stub(0));
   std::u16string exe = path("signed.exe");
-  ASSERT_EQ(LMI_CreateExecutable(pool_, exe.c_str(), path("stub.exe").c_str()), 0);
-  LMI_HANDLE h = LMI_AppendExecutable(pool_, exe.c_str(), nullptr);
-  ASSERT_EQ(put(h, "a.srd", pattern(100, 3)), 0);
+  ASSERT_EQ(LMI_CreateExecutable(storage_, exe.c_str(), path("stub.exe").c_str()), 0);
+  LMI_HANDLE h = LMI_AppendExecutable(storage_, exe.c_str(), nullptr);
+  ASSERT_EQ(put(h, "a.dat", pattern(100, 3)), 0);
   ASSERT_EQ(LMI_CloseExecutable(h), 0);
   sign_file("signed.exe", 1000);
   h = open(exe, LMI_MODE_READ);
   ASSERT_NE(h, nullptr);
-  EXPECT_EQ(get(h, "a.srd"), pattern(100, 3));
+  EXPECT_EQ(get(h, "a.dat"), pattern(100, 3));
   LMI_CloseLibrary(h);
   EXPECT_EQ(LMI_CloseExecutable(nullptr), -6);
 }
@@ -86,14 +86,14 @@ TEST_F(ExecutableTest, EveryHostKeepsItsLibraryThroughWrites) {
     std::string name = "host" + std::to_string(n++) + ".bin";
     write_file(name, c.host);
     std::u16string p = path(name);
-    LMI_HANDLE h = LMI_AppendExecutable(pool_, p.c_str(), nullptr);
+    LMI_HANDLE h = LMI_AppendExecutable(storage_, p.c_str(), nullptr);
     ASSERT_NE(h, nullptr);
-    ASSERT_EQ(put(h, "a.srd", pattern(3000, 1)), 0);
+    ASSERT_EQ(put(h, "a.dat", pattern(3000, 1)), 0);
     ASSERT_EQ(LMI_CloseExecutable(h), 0);
     if (c.sign_after) sign_file(name, 1000);
-    std::map<std::string, Bytes> entries{{"a.srd", pattern(3000, 1)}};
+    std::map<std::string, Bytes> entries{{"a.dat", pattern(3000, 1)}};
     for (int round = 0; round < 2; ++round) {
-      std::string entry = "b" + std::to_string(round) + ".srd";
+      std::string entry = "b" + std::to_string(round) + ".dat";
       h = open(p);
       ASSERT_NE(h, nullptr) << "round " << round;
       ASSERT_EQ(put(h, entry, pattern(1200, uint32_t(round))), 0);

@@ -1,5 +1,6 @@
 // export_test.cpp: the export header, tilde escaping and the hex-ASCII section.
 #include "library_fixture.h"
+#include "platform/utf16.h"
 
 #include <cstring>
 
@@ -10,19 +11,19 @@ namespace {
 class ExportTest : public LibraryTest {
  protected:
   std::u16string escape(const std::u16string& text, bool decrypt) {
-    KOCHAR* out = decrypt ? LMI_DecryptSpecialChars(pool_, text.c_str()) : LMI_EncryptSpecialChars(pool_, text.c_str());
+    KOCHAR* out = decrypt ? LMI_DecryptSpecialChars(storage_, text.c_str()) : LMI_EncryptSpecialChars(storage_, text.c_str());
     std::u16string result = out;
-    EXPECT_GE(kostg_sz(pool_, out), 2 * (result.size() + 1));
-    kostg_fee(pool_, out);
+    EXPECT_GE(kostg_sz(storage_, out), 2 * (result.size() + 1));
+    kostg_fee(storage_, out);
     return result;
   }
   std::u16string hex(LMI_HANDLE lib, const char* name) {
     std::u16string n = u16(name);
     KOCHAR* text = nullptr;
     uint32_t length = 0;
-    EXPECT_EQ(LMI_GetHexAsciiForEntry(lib, n.data(), pool_, &text, &length), 0);
+    EXPECT_EQ(LMI_GetHexAsciiForEntry(lib, n.data(), storage_, &text, &length), 0);
     std::u16string out(text ? text : u"", length);
-    kostg_fee(pool_, text);
+    kostg_fee(storage_, text);
     return out;
   }
 };
@@ -40,7 +41,7 @@ TEST_F(ExportTest, Escaping) {
   } kept[] = {{u"~x", u"~x"}, {u"end~", u"end~"}, {u"~~~", u"~~"}, {u"~~~t", u"~\t"}};
   for (const Kept& k : kept) EXPECT_EQ(escape(k.in, true), k.out);
   EXPECT_EQ(LMI_EncryptSpecialChars(nullptr, u"x"), nullptr);
-  EXPECT_EQ(LMI_DecryptSpecialChars(pool_, nullptr), nullptr);
+  EXPECT_EQ(LMI_DecryptSpecialChars(storage_, nullptr), nullptr);
 }
 
 TEST_F(ExportTest, HeaderLines) {
@@ -48,23 +49,23 @@ TEST_F(ExportTest, HeaderLines) {
     const char16_t* comment;
     std::u16string expected;
   } cases[] = {
-      {u"", u"$KOExportHeader$w_main.srw\r\n"},
-      {u"   ", u"$KOExportHeader$w_main.srw\r\n"},
-      {u" two\tparts~ ", u"$KOExportHeader$w_main.srw\r\n$KOExportComments$two~tparts~~\r\n"},
+      {u"", u"$KOExportHeader$report.txt\r\n"},
+      {u"   ", u"$KOExportHeader$report.txt\r\n"},
+      {u" two\tparts~ ", u"$KOExportHeader$report.txt\r\n$KOExportComments$two~tparts~~\r\n"},
   };
   for (const Case& c : cases) {
     LMI_ENTRY_INFO_EX info{};
-    std::memcpy(info.name, u"w_main.srw", 22);
+    std::memcpy(info.name, u"report.txt", 22);
     std::u16string comment = c.comment;
     std::memcpy(info.comment, comment.c_str(), 2 * (comment.size() + 1));
     KOCHAR buffer[LMI_EXPORT_HEADER_MAX];
     uint32_t length = 0;
-    ASSERT_EQ(LMI_Build_Export_Header(pool_, &info, buffer, &length), 0);
+    ASSERT_EQ(LMI_Build_Export_Header(storage_, &info, buffer, &length), 0);
     EXPECT_EQ(std::u16string(buffer, length), c.expected);
   }
   KOCHAR buffer[LMI_EXPORT_HEADER_MAX];
   uint32_t length;
-  EXPECT_EQ(LMI_Build_Export_Header(pool_, nullptr, buffer, &length), -7);
+  EXPECT_EQ(LMI_Build_Export_Header(storage_, nullptr, buffer, &length), -7);
 }
 
 TEST_F(ExportTest, HexSectionLines) {
@@ -77,15 +78,15 @@ TEST_F(ExportTest, HexSectionLines) {
   ASSERT_EQ(text.substr(0, start.size()), start);
   uint32_t sum = 0;
   for (char16_t c : std::u16string(u"six.bin")) sum += c;
-  const char16_t digits[] = u"0123456789ABCDEF";
-  std::u16string header = std::u16string(u"0") + digits[sum & 15] + u"six.bin \r\n";
+  auto digit = [](uint32_t value) { return char16_t(ko::kHexDigitsUpper[value & 15]); };
+  std::u16string header = std::u16string(u"0") + digit(sum) + u"six.bin \r\n";
   EXPECT_EQ(text.substr(start.size(), header.size()), header);
   std::u16string data = text.substr(start.size() + header.size(), 3996);
-  EXPECT_EQ(data.substr(0, 2), std::u16string(u"2") + digits[(0x04030201 + 0x00000605) & 15]);
+  EXPECT_EQ(data.substr(0, 2), std::u16string(u"2") + digit(0x04030201 + 0x00000605));
   EXPECT_EQ(data.substr(2, 16), u"0403020100000605");
   EXPECT_EQ(data.substr(18, 3976), std::u16string(3976, u'0'));
   EXPECT_EQ(data.substr(3994), u"\r\n");
-  std::u16string end = std::u16string(u"1") + digits[sum & 15] +
+  std::u16string end = std::u16string(u"1") + digit(sum) +
                        u"six.bin \r\nEnd of Korvane Binary Data Section : No Source Expected After This Point\r\n";
   EXPECT_EQ(text.substr(start.size() + header.size() + 3996), end);
 
@@ -173,7 +174,7 @@ TEST_F(ExportTest, DecodingRefusals) {
   EXPECT_EQ(LMI_EntryFromHexAscii(nullptr, name.data(), text.c_str(), 1), -6);
   KOCHAR* out = nullptr;
   uint32_t length = 7;
-  EXPECT_EQ(LMI_GetHexAsciiForEntry(lib, name.data(), pool_, &out, &length), -12);
+  EXPECT_EQ(LMI_GetHexAsciiForEntry(lib, name.data(), storage_, &out, &length), -12);
   EXPECT_EQ(out, nullptr);
   EXPECT_EQ(length, 0u);
   LMI_CloseLibrary(lib);

@@ -28,17 +28,17 @@ with tempfile.TemporaryDirectory() as d:
     lib = os.path.join(d, "t.kol")
     run("new", lib, "--comment", "tool test")
     run("new", lib, code=1)
-    run("put", lib, "w_main.srw", "--text", "--comment", "main", stdin="héllo\r\nwörld\r\n".encode())
+    run("put", lib, "report.txt", "--text", "--comment", "main", stdin="héllo\r\nwörld\r\n".encode())
     binary = bytes(range(256)) * 9
     blob = os.path.join(d, "blob.bin")
     with open(blob, "wb") as f:
         f.write(binary)
     run("put", lib, "pic.bmp", blob)
-    expect("cat --text", run("cat", lib, "W_MAIN.srw", "--text").stdout, "héllo\r\nwörld\r\n".encode())
-    expect("cat raw", run("cat", lib, "w_main.srw").stdout, "héllo\r\nwörld\r\n".encode("utf-16-le"))
+    expect("cat --text", run("cat", lib, "REPORT.txt", "--text").stdout, "héllo\r\nwörld\r\n".encode())
+    expect("cat raw", run("cat", lib, "report.txt").stdout, "héllo\r\nwörld\r\n".encode("utf-16-le"))
     expect("cat binary", run("cat", lib, "pic.bmp").stdout, binary)
     lines = run("ls", lib).stdout.decode().splitlines()
-    expect("ls names", [l.split("\t")[0] for l in lines], ["pic.bmp", "w_main.srw"])
+    expect("ls names", [l.split("\t")[0] for l in lines], ["pic.bmp", "report.txt"])
     expect("ls sizes", [l.split("\t")[1] for l in lines], [str(len(binary)), "28"])
     expect("ls comment", lines[1].split("\t")[3], "main")
     expect("ls time", lines[1].split("\t")[2][-1], "Z")
@@ -49,16 +49,16 @@ with tempfile.TemporaryDirectory() as d:
 
     out = os.path.join(d, "out")
     run("export", lib, "-o", out)
-    with open(os.path.join(out, "w_main.srw"), encoding="utf-8", newline="") as f:
-        expect("exported text", f.read(), "$KOExportHeader$w_main.srw\r\n$KOExportComments$main\r\nhéllo\r\nwörld\r\n")
+    with open(os.path.join(out, "report.txt"), encoding="utf-8", newline="") as f:
+        expect("exported text", f.read(), "$KOExportHeader$report.txt\r\n$KOExportComments$main\r\nhéllo\r\nwörld\r\n")
     with open(os.path.join(out, "pic.bmp"), encoding="utf-8", newline="") as f:
         if "Start of Korvane Binary Data Section" not in f.read():
             failures.append("binary entry not exported as a hex section")
 
     copy = os.path.join(d, "copy.kol")
     run("new", copy)
-    run("import", copy, os.path.join(out, "w_main.srw"), os.path.join(out, "pic.bmp"))
-    expect("imported text", run("cat", copy, "w_main.srw", "--text").stdout, "héllo\r\nwörld\r\n".encode())
+    run("import", copy, os.path.join(out, "report.txt"), os.path.join(out, "pic.bmp"))
+    expect("imported text", run("cat", copy, "report.txt", "--text").stdout, "héllo\r\nwörld\r\n".encode())
     back = run("cat", copy, "pic.bmp").stdout
     expect("imported binary", back[: len(binary)], binary)
     expect("imported padding", len(back) % 1996, 0)
@@ -70,17 +70,17 @@ with tempfile.TemporaryDirectory() as d:
 
     # Optimize keeps every entry and leaves nothing for check to report.
     for i in range(40):
-        run("put", lib, f"n{i:03}.srd", stdin=bytes([i]) * (i * 50))
-    run("rm", lib, "n007.srd")
+        run("put", lib, f"n{i:03}.dat", stdin=bytes([i]) * (i * 50))
+    run("rm", lib, "n007.dat")
     run("optimize", lib)
     expect("optimized check", run("check", lib).stdout, b"")
     expect("optimized binary", run("cat", lib, "pic.bmp").stdout, binary)
-    expect("optimized text", run("cat", lib, "w_main.srw", "--text").stdout, "héllo\r\nwörld\r\n".encode())
-    expect("optimized entry", run("cat", lib, "n039.srd").stdout, bytes([39]) * 1950)
+    expect("optimized text", run("cat", lib, "report.txt", "--text").stdout, "héllo\r\nwörld\r\n".encode())
+    expect("optimized entry", run("cat", lib, "n039.dat").stdout, bytes([39]) * 1950)
     expect("optimized listing", len(run("ls", lib).stdout.decode().splitlines()), 41)
     run("optimize", os.path.join(d, "missing.kol"), code=1)
     for i in range(40):
-        run("rm", lib, f"n{i:03}.srd", code=1 if i == 7 else 0)
+        run("rm", lib, f"n{i:03}.dat", code=1 if i == 7 else 0)
 
     # Entries move a chunk at a time: put, cat and export of a 40 MB entry stay
     # far below its size in memory (the largest child so far is the measure;

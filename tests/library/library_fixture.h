@@ -1,5 +1,5 @@
-// library_fixture.h: a scratch directory, a storage context and helpers that
-// put and get whole entries, shared by the library tests.
+// library_fixture.h: the storage fixture with a scratch folder, and helpers
+// that put and get whole entries, shared by the library tests.
 #ifndef KOSHR_TESTS_LIBRARY_FIXTURE_H
 #define KOSHR_TESTS_LIBRARY_FIXTURE_H
 
@@ -7,10 +7,12 @@
 #include <koshr/library.h>
 
 #include <cstring>
-#include <filesystem>
-#include <fstream>
 #include <string>
 #include <vector>
+
+#include "platform/byte_order.h"
+#include "scratch_folder.h"
+#include "storage_fixture.h"
 
 namespace library_test {
 
@@ -37,9 +39,10 @@ inline Bytes pattern(size_t size, uint32_t seed) {
   return b;
 }
 
-inline void put_u32(Bytes& b, size_t at, uint32_t v) {
-  for (int i = 0; i < 4; ++i) b[at + size_t(i)] = uint8_t(v >> (8 * i));
-}
+// The little-endian fields of a file's bytes.
+inline uint16_t u16_at(const Bytes& b, size_t at) { return ko::load_le16(&b[at]); }
+inline uint32_t u32_at(const Bytes& b, size_t at) { return ko::load_le32(&b[at]); }
+inline void put_u32(Bytes& b, size_t at, uint32_t v) { ko::store_le32(&b[at], v); }
 
 // A minimal PE32+ image whose security directory announces `certificates` bytes.
 inline Bytes pe_stub(uint32_t certificates) {
@@ -58,32 +61,19 @@ inline Bytes pe_stub(uint32_t certificates) {
   return b;
 }
 
-class LibraryTest : public ::testing::Test {
+class LibraryTest : public ko_test::StorageTest {
  protected:
-  void SetUp() override {
-    dir_ = std::filesystem::temp_directory_path() /
-           ("koshr_lib_" + std::to_string(::testing::UnitTest::GetInstance()->random_seed()) + "_" +
-            ::testing::UnitTest::GetInstance()->current_test_info()->name());
-    std::filesystem::remove_all(dir_);
-    std::filesystem::create_directories(dir_);
-    pool_ = kostg_begin(0);
-  }
-  void TearDown() override {
-    kostg_end(pool_);
-    std::filesystem::remove_all(dir_);
-  }
-
-  std::string file(const std::string& name) const { return (dir_ / name).string(); }
+  std::string file(const std::string& name) const { return folder_.file(name).string(); }
   std::u16string path(const std::string& name) const { return u16(file(name)); }
 
   // Creates name.kol with an optional comment; returns the path of the file.
   std::u16string create(const std::string& name = "lib.kol", const std::u16string& comment = u"") {
     std::u16string p = path(name);
-    EXPECT_EQ(LMI_CreateLibrary(pool_, p.data(), comment.c_str()), 0);
+    EXPECT_EQ(LMI_CreateLibrary(storage_, p.data(), comment.c_str()), 0);
     return p;
   }
   LMI_HANDLE open(const std::u16string& p, int mode = LMI_MODE_READWRITE) {
-    return LMI_OpenLibrary(pool_, p.c_str(), mode, 0);
+    return LMI_OpenLibrary(storage_, p.c_str(), mode, 0);
   }
 
   static int32_t put(LMI_HANDLE lib, const std::string& name, const Bytes& data, const std::u16string& comment = u"") {
@@ -110,8 +100,7 @@ class LibraryTest : public ::testing::Test {
     return out;
   }
   void write_file(const std::string& name, const Bytes& b) const {
-    std::ofstream(file(name), std::ios::binary)
-        .write(reinterpret_cast<const char*>(b.data()), std::streamsize(b.size()));
+    ko_test::write_bytes(folder_.file(name), std::string(b.begin(), b.end()));
   }
   // Signs an executable made from pe_stub: its header announces a
   // certificate table of that size, which is appended.
@@ -122,14 +111,14 @@ class LibraryTest : public ::testing::Test {
     image.insert(image.end(), certificates, 0xCE);
     write_file(name, image);
   }
-  std::vector<uint8_t> file_bytes(const std::string& name) const {
-    std::ifstream in(file(name), std::ios::binary);
-    return std::vector<uint8_t>(std::istreambuf_iterator<char>(in), {});
+  Bytes file_bytes(const std::string& name) const {
+    const std::string bytes = ko_test::read_bytes(folder_.file(name));
+    return Bytes(bytes.begin(), bytes.end());
   }
   // Findings of LMI_CheckLibrary: (severity, text).
   std::vector<std::pair<int, std::string>> check(const std::u16string& p) {
     std::vector<std::pair<int, std::string>> findings;
-    int32_t rc = LMI_CheckLibrary(pool_, p.c_str(),
+    int32_t rc = LMI_CheckLibrary(storage_, p.c_str(),
                                   [](void* ctx, int severity, const char* text) {
                                     static_cast<std::vector<std::pair<int, std::string>>*>(ctx)->push_back(
                                         {severity, text});
@@ -143,8 +132,7 @@ class LibraryTest : public ::testing::Test {
     for (auto& f : findings) ADD_FAILURE() << f.second;
   }
 
-  std::filesystem::path dir_;
-  KostgContext* pool_ = nullptr;
+  ko_test::ScratchFolder folder_{"lib"};
 };
 
 }  // namespace library_test

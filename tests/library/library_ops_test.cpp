@@ -22,7 +22,7 @@ TEST_F(LibraryOpsTest, CreateNamesAndRefusals) {
   };
   for (const Case& c : cases) {
     std::u16string p = path(c.given);
-    EXPECT_EQ(LMI_CreateLibrary(pool_, p.data(), u"note"), c.rc) << c.given;
+    EXPECT_EQ(LMI_CreateLibrary(storage_, p.data(), u"note"), c.rc) << c.given;
     if (*c.file) {
       EXPECT_TRUE(std::filesystem::exists(file(c.file))) << c.given;
       EXPECT_EQ(narrow(p.c_str()).substr(narrow(p.c_str()).size() - std::strlen(c.given)),
@@ -33,9 +33,9 @@ TEST_F(LibraryOpsTest, CreateNamesAndRefusals) {
   }
   std::u16string again = path("lib.kol");
   std::vector<uint8_t> before = file_bytes("lib.kol");
-  EXPECT_EQ(LMI_CreateLibrary(pool_, again.data(), u"other"), -2);
+  EXPECT_EQ(LMI_CreateLibrary(storage_, again.data(), u"other"), -2);
   EXPECT_EQ(file_bytes("lib.kol"), before);
-  EXPECT_EQ(LMI_CreateLibrary(pool_, nullptr, nullptr), -10);
+  EXPECT_EQ(LMI_CreateLibrary(storage_, nullptr, nullptr), -10);
   EXPECT_EQ(LMI_CreateLibrary(nullptr, again.data(), nullptr), -19);
 }
 
@@ -65,22 +65,22 @@ TEST_F(LibraryOpsTest, TypeFromHeaderOrExtension) {
   } cases[] = {{"a.kod", 2}, {"b.kol", 1}, {"c.tmp", 3}, {"d.bin", 2}, {"e.idx", 2}};
   for (const Case& c : cases) {
     std::u16string p = create(c.name);
-    EXPECT_EQ(LMI_GetLibraryType(pool_, p.c_str()), c.type) << c.name;
+    EXPECT_EQ(LMI_GetLibraryType(storage_, p.c_str()), c.type) << c.name;
   }
   std::u16string p = path("b.kol");
-  EXPECT_EQ(LMI_ChangeLibraryType(pool_, p.c_str(), 3), 0);
-  EXPECT_EQ(LMI_GetLibraryType(pool_, p.c_str()), 3);
-  EXPECT_EQ(LMI_GetLibraryType(pool_, path("none.kol").c_str()), 0);
+  EXPECT_EQ(LMI_ChangeLibraryType(storage_, p.c_str(), 3), 0);
+  EXPECT_EQ(LMI_GetLibraryType(storage_, p.c_str()), 3);
+  EXPECT_EQ(LMI_GetLibraryType(storage_, path("none.kol").c_str()), 0);
   expect_sound(p);
 }
 
 TEST_F(LibraryOpsTest, OpenRefusesWhatIsNoLibrary) {
-  std::ofstream(file("junk.kol"), std::ios::binary) << std::string(6000, 'x');
-  EXPECT_EQ(LMI_OpenLibrary(pool_, path("junk.kol").c_str(), LMI_MODE_READ, 0), nullptr);
-  EXPECT_EQ(LMI_OpenLibrary(pool_, path("missing.kol").c_str(), LMI_MODE_READ, 0), nullptr);
+  ko_test::write_bytes(folder_.file("junk.kol"), std::string(6000, 'x'));
+  EXPECT_EQ(LMI_OpenLibrary(storage_, path("junk.kol").c_str(), LMI_MODE_READ, 0), nullptr);
+  EXPECT_EQ(LMI_OpenLibrary(storage_, path("missing.kol").c_str(), LMI_MODE_READ, 0), nullptr);
   std::u16string p = create();
   EXPECT_EQ(LMI_OpenLibrary(nullptr, p.c_str(), LMI_MODE_READ, 0), nullptr);
-  EXPECT_EQ(LMI_OpenLibrary(pool_, p.c_str(), 4, 0), nullptr);
+  EXPECT_EQ(LMI_OpenLibrary(storage_, p.c_str(), 4, 0), nullptr);
   EXPECT_EQ(LMI_CloseLibrary(nullptr), -6);
 }
 
@@ -113,12 +113,12 @@ TEST_F(LibraryOpsTest, ModifyLibraryNeedsModeThreeAndClearsSourceControl) {
 
 TEST_F(LibraryOpsTest, DeleteLibraryOnlyDeletesLibraries) {
   std::u16string p = create();
-  std::ofstream(file("plain.txt")) << "not a library";
-  EXPECT_EQ(LMI_DeleteLibrary(pool_, path("plain.txt").c_str()), -3);
+  ko_test::write_bytes(folder_.file("plain.txt"), "not a library");
+  EXPECT_EQ(LMI_DeleteLibrary(storage_, path("plain.txt").c_str()), -3);
   EXPECT_TRUE(std::filesystem::exists(file("plain.txt")));
-  EXPECT_EQ(LMI_DeleteLibrary(pool_, p.c_str()), 0);
+  EXPECT_EQ(LMI_DeleteLibrary(storage_, p.c_str()), 0);
   EXPECT_FALSE(std::filesystem::exists(file("lib.kol")));
-  EXPECT_EQ(LMI_DeleteLibrary(pool_, nullptr), -10);
+  EXPECT_EQ(LMI_DeleteLibrary(storage_, nullptr), -10);
   EXPECT_EQ(LMI_DeleteLibrary(nullptr, p.c_str()), -19);
 }
 
@@ -129,7 +129,7 @@ TEST_F(LibraryOpsTest, LibrarySpaceCountsBlocks) {
   ASSERT_EQ(LMI_LibrarySpace(h, &space), 0);
   EXPECT_EQ(space.blocksUsed, 9u);
   EXPECT_EQ(space.blocksFree, 0u);
-  ASSERT_EQ(put(h, "a.srw", pattern(1004, 3)), 0);
+  ASSERT_EQ(put(h, "a.txt", pattern(1004, 3)), 0);
   ASSERT_EQ(LMI_CloseLibrary(h), 0);
   h = open(p);
   ASSERT_EQ(LMI_LibrarySpace(h, &space), 0);

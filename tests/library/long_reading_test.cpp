@@ -10,7 +10,7 @@ namespace {
 
 class LongReadingTest : public LibraryTest {};
 
-std::string entry_name(int i) { return "obj_" + std::to_string(i) + ".srw"; }
+std::string entry_name(int i) { return "obj_" + std::to_string(i) + ".txt"; }
 size_t entry_size(int i) { return size_t(i * 37 % 2600) + (i % 5 == 0 ? 0 : 1); }
 
 TEST_F(LongReadingTest, EveryEntryReadsBackInAnyOrderAndChunking) {

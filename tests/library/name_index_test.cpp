@@ -26,7 +26,7 @@ struct Step {
   std::u16string name;
 };
 
-std::u16string numbered(int i) { return u"n" + u16(std::to_string(i * 7919 % 1000)) + u".srw"; }
+std::u16string numbered(int i) { return u"n" + u16(std::to_string(i * 7919 % 1000)) + u".txt"; }
 
 struct Scenario {
   const char* what;
@@ -35,15 +35,15 @@ struct Scenario {
 };
 
 std::vector<Scenario> scenarios() {
-  const std::u16string e_upper = u"\u00c9t\u00c9.srw", e_lower = u"\u00e9t\u00e9.srw";
-  const std::u16string kelvin = u"\u212a.srw", k = u"k.srw";
+  const std::u16string e_upper = u"\u00c9t\u00c9.txt", e_lower = u"\u00e9t\u00e9.txt";
+  const std::u16string kelvin = u"\u212a.txt", k = u"k.txt";
   std::vector<Scenario> out;
   out.push_back({"case pairs added, then the lower one deleted",
                  {{true, e_upper}, {true, e_lower}, {true, kelvin}, {true, k}, {false, e_lower}, {false, k}},
                  {e_upper, e_lower, kelvin, k}});
   out.push_back({"delete then add again under the other case",
-                 {{true, e_lower}, {false, e_lower}, {true, e_upper}, {true, u"a.srw"}, {false, u"a.srw"}},
-                 {e_upper, e_lower, u"a.srw", u"b.srw"}});
+                 {{true, e_lower}, {false, e_lower}, {true, e_upper}, {true, u"a.txt"}, {false, u"a.txt"}},
+                 {e_upper, e_lower, u"a.txt", u"b.txt"}});
   Scenario many{"enough names to split nodes, a third deleted", {}, {e_upper, e_lower}};
   for (int i = 0; i < 400; ++i) many.steps.push_back({true, numbered(i)});
   many.steps.push_back({true, e_upper});
@@ -51,7 +51,7 @@ std::vector<Scenario> scenarios() {
   many.steps.push_back({true, e_lower});
   for (int i = 0; i < 400; i += 7) many.probes.push_back(numbered(i));
   out.push_back(many);
-  Scenario emptied{"every name deleted, the root replaced on the way", {}, {u"n0.srw", e_upper}};
+  Scenario emptied{"every name deleted, the root replaced on the way", {}, {u"n0.txt", e_upper}};
   for (int i = 0; i < 200; ++i) emptied.steps.push_back({true, numbered(i)});
   for (int i = 199; i >= 0; --i) emptied.steps.push_back({false, numbered(i)});
   emptied.steps.push_back({true, e_upper});
@@ -113,22 +113,22 @@ TEST_F(NameIndexTest, FirstAndLaterScansOfANodeAgree) {
   // other case end inside a node's range and are decided by its scan.
   std::vector<std::u16string> stored;
   for (char c = 'a'; c <= 'z'; ++c) {
-    stored.push_back(u"m" + std::u16string(1, char16_t(c)) + u".srw");
-    stored.push_back(u"m\u00c9" + std::u16string(1, char16_t(c)) + u".srw");
-    stored.push_back(u"m\u00ff" + std::u16string(1, char16_t(c)) + u".srw");
+    stored.push_back(u"m" + std::u16string(1, char16_t(c)) + u".txt");
+    stored.push_back(u"m\u00c9" + std::u16string(1, char16_t(c)) + u".txt");
+    stored.push_back(u"m\u00ff" + std::u16string(1, char16_t(c)) + u".txt");
   }
-  stored.push_back(u"\u212a.srw");
+  stored.push_back(u"\u212a.txt");
   for (int i = 0; i < 300; ++i) stored.push_back(numbered(i));
   std::u16string p = create();
   LMI_HANDLE lib = open(p);
   uint32_t seed = 1;
   for (const std::u16string& name : stored) apply(lib, {true, name}, seed++);
   ASSERT_EQ(LMI_CloseLibrary(lib), 0);
-  std::vector<std::u16string> probes = {u"k.srw", u"\u212a.srw", u"K.SRW", u"zz.srw", numbered(7)};
+  std::vector<std::u16string> probes = {u"k.txt", u"\u212a.txt", u"K.TXT", u"zz.txt", numbered(7)};
   for (char c = 'a'; c <= 'z'; c += 5) {
-    probes.push_back(u"m\u00e9" + std::u16string(1, char16_t(c)) + u".srw");
-    probes.push_back(u"m\u00c9" + std::u16string(1, char16_t(c)) + u".srw");
-    probes.push_back(u"m\u00e8" + std::u16string(1, char16_t(c)) + u".srw");
+    probes.push_back(u"m\u00e9" + std::u16string(1, char16_t(c)) + u".txt");
+    probes.push_back(u"m\u00c9" + std::u16string(1, char16_t(c)) + u".txt");
+    probes.push_back(u"m\u00e8" + std::u16string(1, char16_t(c)) + u".txt");
   }
   int found_by_folding = 0;
   for (const std::u16string& probe : probes) {

@@ -9,18 +9,20 @@
 #include <string>
 #include <vector>
 
+#include "storage_fixture.h"
+
 namespace {
 
 using ko::CachedNode;
 using ko::EntryRef;
 
-class NameIndexUnitTest : public ::testing::Test {
+class NameIndexUnitTest : public ko_test::StorageTest {
  protected:
   void SetUp() override {
-    pool_.context = kostg_begin(0);
+    StorageTest::SetUp();
+    pool_.context = storage_;
     index_.attach(pool_);
   }
-  void TearDown() override { kostg_end(pool_.context); }
 
   // A node of its own holding one record named `name`.
   EntryRef node_with(const std::u16string& name) {
@@ -49,12 +51,12 @@ TEST_F(NameIndexUnitTest, AnswersTheExactNameWhileNothingChanged) {
     uint64_t asked_at;
     bool hit;
   } cases[] = {
-      {u"a.srw", u"a.srw", 5, u"a.srw", 5, true},
-      {u"a.srw", u"a.srw", 5, u"a.srw", 6, false},               // a node changed since
-      {u"\u00e9t\u00e9.srw", u"\u00e9t\u00e9.srw", 5, u"\u00c9t\u00c9.srw", 5, false},  // other case
-      {u"\u00c9t\u00c9.srw", u"\u00e9t\u00e9.srw", 5, u"\u00e9t\u00e9.srw", 5, false},  // found by folding
-      {u"a.srw", u"a.srw", 5, u"a.sr", 5, false},
-      {u"a.srw", u"a.srw", 5, u"a.srwx", 5, false},
+      {u"a.txt", u"a.txt", 5, u"a.txt", 5, true},
+      {u"a.txt", u"a.txt", 5, u"a.txt", 6, false},               // a node changed since
+      {u"\u00e9t\u00e9.txt", u"\u00e9t\u00e9.txt", 5, u"\u00c9t\u00c9.txt", 5, false},  // other case
+      {u"\u00c9t\u00c9.txt", u"\u00e9t\u00e9.txt", 5, u"\u00e9t\u00e9.txt", 5, false},  // found by folding
+      {u"a.txt", u"a.txt", 5, u"a.tx", 5, false},
+      {u"a.txt", u"a.txt", 5, u"a.txtx", 5, false},
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(testing::Message() << "case " << (&c - cases));
@@ -75,7 +77,7 @@ TEST_F(NameIndexUnitTest, AnswersTheExactNameWhileNothingChanged) {
 TEST_F(NameIndexUnitTest, KeepsEveryNameAcrossGrowthAndForgetsAllOnAChange) {
   std::vector<std::u16string> names;
   for (int i = 0; i < 2000; ++i) names.push_back(u"n" + std::u16string(1, char16_t(u'a' + i % 26)) +
-                                                 std::u16string(1, char16_t(0x100 + i)) + u".srw");
+                                                 std::u16string(1, char16_t(0x100 + i)) + u".txt");
   cached_.reserve(names.size());
   std::vector<EntryRef> refs;
   for (const auto& n : names) {

@@ -37,11 +37,11 @@ class NothingLostTest : public LibraryTest {
       create(name);
     } else {
       write_file(name, pe_stub(0));
-      EXPECT_EQ(LMI_CloseLibrary(LMI_AppendExecutable(pool_, p.c_str(), nullptr)), 0);
+      EXPECT_EQ(LMI_CloseLibrary(LMI_AppendExecutable(storage_, p.c_str(), nullptr)), 0);
     }
     LMI_HANDLE h = open(p);
     for (int i = 0; i < 120; ++i) {
-      std::string entry = "entry_" + std::to_string(i * 37 % 120) + "_with_a_longer_name.srd";
+      std::string entry = "entry_" + std::to_string(i * 37 % 120) + "_with_a_longer_name.dat";
       Bytes data = pattern(size_t(i * 131 % 2000), uint32_t(i));
       EXPECT_EQ(put(h, entry, data, i % 3 ? u"" : u"note"), 0);
       (*contents)[entry] = data;
@@ -151,13 +151,13 @@ class NothingLostTest : public LibraryTest {
 
 TEST_F(NothingLostTest, PutOfANewEntry) {
   Bytes data = pattern(40000, 99);
-  exhaust("put", [&](LMI_HANDLE h) { put(h, "entry_new_with_a_longer_name.srd", data, u"fresh"); },
-          {{"entry_new_with_a_longer_name.srd", data}});
+  exhaust("put", [&](LMI_HANDLE h) { put(h, "entry_new_with_a_longer_name.dat", data, u"fresh"); },
+          {{"entry_new_with_a_longer_name.dat", data}});
 }
 
 TEST_F(NothingLostTest, ReplaceOfAnEntry) {
   Bytes data = pattern(20000, 98);
-  const std::string subject = "entry_7_with_a_longer_name.srd";
+  const std::string subject = "entry_7_with_a_longer_name.dat";
   exhaust("replace", [&](LMI_HANDLE h) { put(h, subject, data); }, {{subject, data}});
 }
 
@@ -166,14 +166,14 @@ TEST_F(NothingLostTest, ReplaceOfAnEntry) {
 // table goes in steps that keep one where the next open looks.
 TEST_F(NothingLostTest, PutAndDeleteInExecutables) {
   Bytes data = pattern(60000, 97);
-  const std::string gone = "entry_3_with_a_longer_name.srd";
+  const std::string gone = "entry_3_with_a_longer_name.dat";
   for (Host host : {Host::kExecutable, Host::kSignedExecutable}) {
     std::string kind = host == Host::kExecutable ? "exe" : "signed";
     SCOPED_TRACE(kind);
     exhaust(
         kind + "_put",
-        [&](LMI_HANDLE h) { put(h, "entry_new_with_a_longer_name.srd", data, u"fresh"); },
-        {{"entry_new_with_a_longer_name.srd", data}}, host);
+        [&](LMI_HANDLE h) { put(h, "entry_new_with_a_longer_name.dat", data, u"fresh"); },
+        {{"entry_new_with_a_longer_name.dat", data}}, host);
     exhaust(
         kind + "_delete",
         [&](LMI_HANDLE h) {

@@ -17,12 +17,6 @@ using namespace library_test;
 
 namespace {
 
-uint32_t u32_at(const Bytes& b, size_t at) {
-  return uint32_t(b[at]) | uint32_t(b[at + 1]) << 8 | uint32_t(b[at + 2]) << 16 |
-         uint32_t(b[at + 3]) << 24;
-}
-uint16_t u16_at(const Bytes& b, size_t at) { return uint16_t(b[at] | b[at + 1] << 8); }
-
 // What a library shows through the interface, to compare before and after.
 struct Snapshot {
   std::vector<std::string> listing;  // name, sizes, time, version, comment of each entry
@@ -39,7 +33,7 @@ class OptimizeTest : public LibraryTest {
     EXPECT_NE(h, nullptr);
     if (!h) return s;
     LMI_LIST_ITEM* items = nullptr;
-    int32_t count = LMI_ListEntriesExtended(h, pool_, &items);
+    int32_t count = LMI_ListEntriesExtended(h, storage_, &items);
     for (int32_t i = 0; i < count; ++i) {
       const LMI_LIST_ITEM& it = items[i];
       s.listing.push_back(narrow(it.name) + "|" + std::to_string(it.objectSize) + "|" +
@@ -47,16 +41,16 @@ class OptimizeTest : public LibraryTest {
                           narrow(it.version) + "|" + narrow(it.comment));
       s.objects[narrow(it.name)] = get(h, narrow(it.name));
     }
-    kostg_fee(pool_, items);
+    kostg_fee(storage_, items);
     LMI_LIBRARY_INFO info;
     EXPECT_EQ(LMI_LibraryInformation(h, &info), 0);
     s.header = narrow(info.comment) + "|" + std::to_string(info.timeStamp) + "|" +
                std::to_string(info.type);
     void* scc = nullptr;
     uint32_t length = 0;
-    if (LMI_GetSCCDataBuffer(h, pool_, &scc, &length) == 0 && scc) {
+    if (LMI_GetSCCDataBuffer(h, storage_, &scc, &length) == 0 && scc) {
       s.scc.assign(static_cast<uint8_t*>(scc), static_cast<uint8_t*>(scc) + length);
-      kostg_fee(pool_, scc);
+      kostg_fee(storage_, scc);
     }
     LMI_CloseLibrary(h);
     return s;
@@ -97,7 +91,7 @@ class OptimizeTest : public LibraryTest {
   void optimize_and_compare(const std::string& name, uint32_t base) {
     std::u16string p = path(name);
     Snapshot before = snapshot(p);
-    ASSERT_EQ(LMI_OptimizeLibrary(pool_, p.c_str()), 0);
+    ASSERT_EQ(LMI_OptimizeLibrary(storage_, p.c_str()), 0);
     EXPECT_FALSE(std::filesystem::exists(file(name + ".optimizing")));
     auto findings = check(p);
     for (auto& f : findings) ADD_FAILURE() << f.second;
@@ -139,7 +133,7 @@ TEST_F(OptimizeTest, KeepsEverythingAndLeavesABalancedCompactLibrary) {
     LMI_HANDLE h = open(p);
     for (int i : order) {
       char entry[64];
-      std::snprintf(entry, sizeof entry, "w_object_%06d.srw", i);
+      std::snprintf(entry, sizeof entry, "document_%06d.txt", i);
       ASSERT_EQ(put(h, entry, pattern(i % 7 ? c.size + size_t(i) : 0, uint32_t(i)),
                     i % 3 ? u"" : u"commented"),
                 0);
@@ -147,12 +141,12 @@ TEST_F(OptimizeTest, KeepsEverythingAndLeavesABalancedCompactLibrary) {
     // Replaced and deleted entries leave holes for the rewrite to close.
     for (int i = 0; i < c.entries; i += 5) {
       char entry[64];
-      std::snprintf(entry, sizeof entry, "w_object_%06d.srw", i);
+      std::snprintf(entry, sizeof entry, "document_%06d.txt", i);
       std::u16string e = u16(entry);
       ASSERT_EQ(i % 10 ? put(h, entry, pattern(c.size / 2, 7)) : LMI_DeleteEntry(h, e.data()), 0);
     }
     if (c.entries > 100) {
-      std::u16string e = u16("w_object_000001.srw");
+      std::u16string e = u16("document_000001.txt");
       ASSERT_EQ(LMI_SetEntryVersion(h, e.data(), u"0702"), 0);
     }
     ASSERT_EQ(LMI_CloseLibrary(h), 0);
@@ -179,7 +173,7 @@ TEST_F(OptimizeTest, LeakedBlocksAreReclaimed) {
   std::u16string p = create();
   LMI_HANDLE h = open(p);
   for (int i = 0; i < 50; ++i)
-    ASSERT_EQ(put(h, "e" + std::to_string(i) + ".srd", pattern(900, uint32_t(i))), 0);
+    ASSERT_EQ(put(h, "e" + std::to_string(i) + ".dat", pattern(900, uint32_t(i))), 0);
   ASSERT_EQ(LMI_CloseLibrary(h), 0);
   // A replace that fails once its data and bitmap are written, but not its
   // node, leaves its new chain marked used with nothing referencing it.
@@ -189,7 +183,7 @@ TEST_F(OptimizeTest, LeakedBlocksAreReclaimed) {
     fault.kind = ko::os::WriteFaultKind::kFail;
     fault.after_calls = fault_at;
     ko::os::set_write_fault(fault);
-    put(h, "e7.srd", pattern(20000, 9));
+    put(h, "e7.dat", pattern(20000, 9));
     LMI_CloseLibrary(h);
     uint64_t calls = ko::os::write_calls_seen();
     ko::os::clear_write_fault();
@@ -208,10 +202,10 @@ TEST_F(OptimizeTest, ALibraryInAHostKeepsItsHostAndBase) {
   std::ofstream(file("host.bin"), std::ios::binary)
       .write(reinterpret_cast<const char*>(host.data()), long(host.size()));
   std::u16string p = path("host.bin");
-  LMI_HANDLE h = LMI_AppendExecutable(pool_, p.c_str(), u"carried");
+  LMI_HANDLE h = LMI_AppendExecutable(storage_, p.c_str(), u"carried");
   ASSERT_NE(h, nullptr);
   for (int i = 0; i < 200; ++i)
-    ASSERT_EQ(put(h, "n" + std::to_string(1000 + i) + ".srd", pattern(300, uint32_t(i))), 0);
+    ASSERT_EQ(put(h, "n" + std::to_string(1000 + i) + ".dat", pattern(300, uint32_t(i))), 0);
   ASSERT_EQ(LMI_CloseExecutable(h), 0);
   optimize_and_compare("host.bin", 1536);
   Bytes image = file_bytes("host.bin");
@@ -222,7 +216,7 @@ TEST_F(OptimizeTest, ALibraryInAHostKeepsItsHostAndBase) {
 TEST_F(OptimizeTest, RefusalsLeaveTheFileAlone) {
   std::u16string p = create();
   LMI_HANDLE h = open(p);
-  ASSERT_EQ(put(h, "a.srd", pattern(600, 1)), 0);
+  ASSERT_EQ(put(h, "a.dat", pattern(600, 1)), 0);
   ASSERT_EQ(LMI_CloseLibrary(h), 0);
   Bytes sound = file_bytes("lib.kol");
   // Damage: the entry's data start points into the header.
@@ -231,10 +225,10 @@ TEST_F(OptimizeTest, RefusalsLeaveTheFileAlone) {
   damaged[1536 + 32 + 13] = 2;
   std::ofstream(file("lib.kol"), std::ios::binary)
       .write(reinterpret_cast<const char*>(damaged.data()), long(damaged.size()));
-  EXPECT_EQ(LMI_OptimizeLibrary(pool_, p.c_str()), LMI_E_IO);
+  EXPECT_EQ(LMI_OptimizeLibrary(storage_, p.c_str()), LMI_E_IO);
   EXPECT_EQ(file_bytes("lib.kol"), damaged);
-  EXPECT_EQ(LMI_OptimizeLibrary(pool_, path("missing.kol").c_str()), LMI_E_NO_HANDLE);
-  EXPECT_EQ(LMI_OptimizeLibrary(pool_, nullptr), LMI_E_NAME);
+  EXPECT_EQ(LMI_OptimizeLibrary(storage_, path("missing.kol").c_str()), LMI_E_NO_HANDLE);
+  EXPECT_EQ(LMI_OptimizeLibrary(storage_, nullptr), LMI_E_NAME);
   EXPECT_EQ(LMI_OptimizeLibrary(nullptr, p.c_str()), LMI_E_NO_POOL);
   // A failing write of the new file leaves the old one as it was.
   std::ofstream(file("lib.kol"), std::ios::binary)
@@ -243,7 +237,7 @@ TEST_F(OptimizeTest, RefusalsLeaveTheFileAlone) {
   fault.kind = ko::os::WriteFaultKind::kFail;
   fault.after_calls = 1;
   ko::os::set_write_fault(fault);
-  EXPECT_NE(LMI_OptimizeLibrary(pool_, p.c_str()), 0);
+  EXPECT_NE(LMI_OptimizeLibrary(storage_, p.c_str()), 0);
   ko::os::clear_write_fault();
   EXPECT_EQ(file_bytes("lib.kol"), sound);
   EXPECT_FALSE(std::filesystem::exists(file("lib.kol.optimizing")));

@@ -49,7 +49,7 @@ TEST_F(RetryPromptTest, QuestionsAndAnswers) {
   for (const Case& c : cases) {
     std::u16string p = create("r" + std::to_string(n++) + ".kol");
     LMI_HANDLE h = open(p);
-    ASSERT_EQ(put(h, "a.srd", pattern(100, 1)), 0);
+    ASSERT_EQ(put(h, "a.dat", pattern(100, 1)), 0);
     Asked asked;
     asked.answer = c.answer;
     g_asked = &asked;
@@ -68,7 +68,7 @@ TEST_F(RetryPromptTest, QuestionsAndAnswers) {
     EXPECT_FALSE(asked.caption.empty());
     h = open(p, LMI_MODE_READ);
     int32_t got;
-    Bytes back = get(h, "a.srd", &got);
+    Bytes back = get(h, "a.dat", &got);
     EXPECT_EQ(got, c.rc == 0 ? 0 : -12);
     if (c.rc == 0) {
       EXPECT_EQ(back, pattern(100, 1));

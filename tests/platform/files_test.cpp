@@ -15,7 +15,8 @@ using namespace ko::os;
 class Files : public ::testing::Test {
  protected:
   void SetUp() override {
-    path_ = ko_test::scratch_file(::testing::UnitTest::GetInstance()->current_test_info()->name());
+    const char* test = ::testing::UnitTest::GetInstance()->current_test_info()->name();
+    path_ = ko_test::process_scratch_folder().file(test).u16string();
     file_ = file_open(path_.c_str(), kFileRead | kFileWrite | kFileCreate | kFileTruncate);
     ASSERT_NE(file_, kInvalidFile);
   }
@@ -57,7 +58,7 @@ TEST_F(Files, PositionalAndSequentialAccess) {
 }
 
 TEST_F(Files, OpeningFollowsTheFlags) {
-  const std::u16string missing = ko_test::scratch_file("missing.bin");
+  const std::u16string missing = ko_test::process_scratch_folder().file("missing.bin").u16string();
   EXPECT_EQ(file_open(missing.c_str(), kFileRead), kInvalidFile);
   EXPECT_EQ(last_error(), kErrorFileNotFound);
   EXPECT_FALSE(file_exists(missing.c_str()));
@@ -68,7 +69,7 @@ TEST_F(Files, OpeningFollowsTheFlags) {
   EXPECT_EQ(file_read_at(kInvalidFile, nullptr, 0, 0), -1);
   EXPECT_EQ(last_error(), kErrorInvalidHandle);
 
-  const std::u16string renamed = ko_test::scratch_file("renamed.bin");
+  const std::u16string renamed = ko_test::process_scratch_folder().file("renamed.bin").u16string();
   ASSERT_EQ(file_write_at(file_, "x", 1, 0), 1);
   EXPECT_TRUE(file_rename(path_.c_str(), renamed.c_str()));
   EXPECT_TRUE(file_exists(renamed.c_str()));

@@ -5,6 +5,7 @@
 #include <string>
 
 #include "platform/platform.h"
+#include "environment.h"
 #include "scratch_folder.h"
 
 #ifndef _WIN32
@@ -17,8 +18,8 @@ using ko::os::profile_string;
 class Profile : public ::testing::Test {
  protected:
   void SetUp() override {
-    const auto path = ko_test::scratch_folder() / "win.ini";
-    ko_test::write_text_file(path,
+    const auto path = ko_test::process_scratch_folder().file("win.ini");
+    ko_test::write_bytes(path,
                              "[intl]\n"
                              "sDecimal=,\n"
                              "sThousand= .\n"
@@ -83,7 +84,7 @@ TEST_F(Profile, IntegersFollowTheProfileFunctions) {
 }
 
 TEST_F(Profile, MissingProfileMeansDefaults) {
-  ko_test::set_env("KOSHR_PROFILE", (ko_test::scratch_folder() / "absent.ini").string());
+  ko_test::set_env("KOSHR_PROFILE", ko_test::process_scratch_folder().file("absent.ini").string());
   KOCHAR out[16];
   EXPECT_EQ(profile_string(u"intl", u"sDecimal", u".", out, 16), 1u);
   EXPECT_EQ(std::u16string(out), u".");
@@ -92,12 +93,12 @@ TEST_F(Profile, MissingProfileMeansDefaults) {
 }
 
 TEST_F(Profile, SnapshotReadsTheFileOnceUntilItEnds) {
-  const auto path = ko_test::scratch_folder() / "win.ini";
+  const auto path = ko_test::process_scratch_folder().file("win.ini");
   KOCHAR out[16];
   {
     ko::os::ProfileSnapshot outer;
     EXPECT_EQ(profile_int(u"intl", u"iCurrDigits", 0), 2);
-    ko_test::write_text_file(path, "[intl]\niCurrDigits=5\nsDecimal=;\n");
+    ko_test::write_bytes(path, "[intl]\niCurrDigits=5\nsDecimal=;\n");
     {
       ko::os::ProfileSnapshot inner;  // nested: still the outer one's reading
     }
@@ -111,8 +112,8 @@ TEST_F(Profile, SnapshotReadsTheFileOnceUntilItEnds) {
 }
 
 TEST(PrivateProfile, ReadsTheNamedFile) {
-  const auto path = ko_test::scratch_folder() / "ko.ini";
-  ko_test::write_text_file(path, "[Library]\nRepairEmptyBlock=1\n");
+  const auto path = ko_test::process_scratch_folder().file("ko.ini");
+  ko_test::write_bytes(path, "[Library]\nRepairEmptyBlock=1\n");
   EXPECT_EQ(
       ko::os::private_profile_int(u"library", u"repairemptyblock", 0, path.u16string().c_str()), 1);
   EXPECT_EQ(ko::os::private_profile_int(u"library", u"other", 5, path.u16string().c_str()), 5);

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "platform/platform.h"
+#include "environment.h"
 #include "scratch_folder.h"
 
 namespace {
@@ -15,7 +16,7 @@ using ko::os::Hive;
 class Registry : public ::testing::Test {
  protected:
   void SetUp() override {
-    ko_test::set_env("KOSHR_REGISTRY", (ko_test::scratch_folder() / "registry.ini").string());
+    ko_test::set_env("KOSHR_REGISTRY", ko_test::process_scratch_folder().file("registry.ini").string());
     ko::os::registry_delete_key(Hive::kCurrentUser, kRoot);
   }
   void TearDown() override { ko::os::registry_delete_key(Hive::kCurrentUser, kRoot); }

@@ -63,13 +63,13 @@ TEST_F(BinaryTest, Dbase3Limits) {
     bool accepted;
   } cases[] = {{1000000000, 128, true}, {1000000001, 1, false}, {1, 129, false}, {0, 0, true}};
   for (const Case& c : cases) {
-    KoSaveContext* save = dbase.Begin(pool_, subpool_, file.c_str(), c.rows, c.columns, 0, 0);
+    KoSaveContext* save = dbase.Begin(storage_, subpool_, file.c_str(), c.rows, c.columns, 0, 0);
     EXPECT_EQ(save != nullptr, c.accepted) << c.rows << " x " << c.columns;
     if (save) dbase.End(save);
   }
   // The record may hold 4,000 bytes of fields: 15 full string fields, and a
   // 16th pushes it over.
-  KoSaveContext* save = dbase.Begin(pool_, subpool_, file.c_str(), 0, 17, 0, 0);
+  KoSaveContext* save = dbase.Begin(storage_, subpool_, file.c_str(), 0, 17, 0, 0);
   ASSERT_NE(save, nullptr);
   for (int i = 0; i < 15; ++i) EXPECT_EQ(dbase.AddColumn(save, u"s", 255, KOSAVE_STRING), 1);
   EXPECT_EQ(dbase.AddColumn(save, u"t", 175, KOSAVE_STRING), 1);  // 3,999
@@ -103,7 +103,7 @@ TEST_F(BinaryTest, Dbase3NumbersKeepTheirValueOrAreMarked) {
     uint32_t overflows;
     uint32_t first_overflow_row;
   };
-  const Case cases[] = {
+  const std::vector<Case> cases = {
       {{u"n", 0, KOSAVE_DOUBLE},
        {{Cell(3.0), "3", "3"},
         {Cell(1234567890123456.0), "1234567890123456", "1234567890123456"},

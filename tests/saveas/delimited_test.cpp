@@ -88,7 +88,7 @@ TEST_F(DelimitedTest, FractionSuffixesDifferBetweenCommaAndTabFiles) {
 
 TEST_F(DelimitedTest, CultureStringDecidesTheDefaultDateFormats) {
   std::u16string file = path("culture.csv").u16string();
-  KoSaveContext* save = osSaveBegin32Web(pool_, subpool_, file.c_str(), 1, 2, 0, KOSAVE_ENCODING_UTF8,
+  KoSaveContext* save = osSaveBegin32Web(storage_, subpool_, file.c_str(), 1, 2, 0, KOSAVE_ENCODING_UTF8,
                                          u"sShortDate=yyyy-mm-dd\tsTime=.");
   ASSERT_NE(save, nullptr);
   CKO_SaveCsv csv;

@@ -4,9 +4,6 @@
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
-#include <iterator>
-#include <random>
 
 #include "platform/platform.h"
 
@@ -21,23 +18,6 @@ KODATETIME date_time(int year, int month, int day, int hour, int minute, int sec
 KODECIMAL decimal(int64_t units, uint8_t scale) {
   return KODECIMAL{0, scale, uint8_t(units < 0 ? KODECIMAL_NEGATIVE : 0), 0,
                    units < 0 ? uint64_t(-units) : uint64_t(units)};
-}
-
-void SaveTest::SetUp() {
-  pool_ = kostg_begin(4096);
-  ASSERT_NE(pool_, nullptr);
-  subpool_ = kostg_new_pool(pool_);
-  ASSERT_NE(subpool_, nullptr);
-  std::random_device seed;
-  folder_ = std::filesystem::temp_directory_path() /
-            ("koshr_saveas_" + std::to_string(seed()) + "_" + std::to_string(seed()));
-  std::filesystem::create_directories(folder_);
-}
-
-void SaveTest::TearDown() {
-  if (pool_) kostg_end(pool_);
-  std::error_code ignored;
-  std::filesystem::remove_all(folder_, ignored);
 }
 
 namespace {
@@ -59,7 +39,7 @@ ExportResult SaveTest::run(IKO_SaveFileType& writer, const std::filesystem::path
   ExportResult result;
   std::u16string name = file.empty() ? std::u16string() : file.u16string();
   KoSaveContext* save =
-      writer.Begin(pool_, subpool_, file.empty() ? nullptr : name.c_str(), uint32_t(table.rows.size()),
+      writer.Begin(storage_, subpool_, file.empty() ? nullptr : name.c_str(), uint32_t(table.rows.size()),
                    int32_t(table.columns.size()), flags, encoding);
   result.writes_after_step.push_back(ko::os::write_calls_seen());
   if (!save) {
@@ -96,16 +76,6 @@ std::string SaveTest::export_bytes(IKO_SaveFileType& writer, const std::string& 
   EXPECT_EQ(result.failed_step, -1) << name;
   EXPECT_EQ(result.end_result, 1) << name;
   return read_bytes(file);
-}
-
-std::string read_bytes(const std::filesystem::path& file) {
-  std::ifstream in(file, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-}
-
-void write_bytes(const std::filesystem::path& file, const std::string& bytes) {
-  std::ofstream out(file, std::ios::binary);
-  out << bytes;
 }
 
 std::string run_command(const std::string& command, int* status) {

@@ -1,5 +1,5 @@
-// export_table.h: what the save-as tests share: a pool for each test, a
-// scratch folder, a table of typed values driven through any exporter, and
+// export_table.h: what the save-as tests share: the storage fixture, a
+// scratch folder for each test, a table of typed values driven through any exporter, and
 // the helpers that hand output files to the programs that read them.
 #ifndef KOSHR_TESTS_SAVEAS_EXPORT_TABLE_H
 #define KOSHR_TESTS_SAVEAS_EXPORT_TABLE_H
@@ -13,7 +13,9 @@
 #include <variant>
 #include <vector>
 
-#include "utf.h"
+#include "platform/utf16.h"
+#include "scratch_folder.h"
+#include "storage_fixture.h"
 
 namespace saveas_test {
 
@@ -48,12 +50,11 @@ struct ExportResult {
   std::vector<uint64_t> writes_after_step;
 };
 
-class SaveTest : public ::testing::Test {
+class SaveTest : public ko_test::StorageTest {
  protected:
-  void SetUp() override;
-  void TearDown() override;
+  SaveTest() : StorageTest(4096) {}
 
-  std::filesystem::path path(const std::string& name) const { return folder_ / name; }
+  std::filesystem::path path(const std::string& name) const { return folder_.file(name); }
   // Drives `writer` over the table; stops at the first refused step and
   // always ends the export when Begin succeeded.
   ExportResult run(IKO_SaveFileType& writer, const std::filesystem::path& file, const Table& table,
@@ -62,18 +63,20 @@ class SaveTest : public ::testing::Test {
   std::string export_bytes(IKO_SaveFileType& writer, const std::string& name, const Table& table,
                            uint32_t flags, int32_t encoding = KOSAVE_ENCODING_UTF8) const;
 
-  KostgContext* pool_ = nullptr;
-  KostgSubpool* subpool_ = nullptr;
-  std::filesystem::path folder_;
+  ko_test::ScratchFolder folder_{"saveas"};
 };
 
-std::string read_bytes(const std::filesystem::path& file);
-void write_bytes(const std::filesystem::path& file, const std::string& bytes);
+using ko_test::read_bytes;
+using ko_test::write_bytes;
 // Runs a shell command; its standard output, and its exit status in *status.
 std::string run_command(const std::string& command, int* status);
 bool have_program(const char* name);
-// UTF-8 through the tool's conversion, itself checked in tool_plumbing_test.
-inline std::string utf8(std::u16string_view text) { return koshr_tool::utf16_to_utf8(text); }
+// UTF-8 through the platform's conversion, itself checked in utf16_test.
+inline std::string utf8(std::u16string_view text) {
+  std::string out(ko::utf16_to_utf8(text.data(), text.size(), nullptr, 0), '\0');
+  ko::utf16_to_utf8(text.data(), text.size(), out.data(), out.size() + 1);
+  return out;
+}
 // The file of a golden output in tests/data/saveas/.
 std::filesystem::path golden(const std::string& name);
 // Compares with a golden file; KOSHR_UPDATE_GOLDEN=1 rewrites it instead.

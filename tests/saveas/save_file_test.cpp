@@ -18,13 +18,13 @@ class SaveFileTest : public SaveTest {
     std::filesystem::path file = path("text.bin");
     ko::SaveFile out;
     std::u16string name = file.u16string();
-    EXPECT_TRUE(ko::osFileOpenNew32(&out, pool_, subpool_, name.c_str(), encoding));
+    EXPECT_TRUE(ko::osFileOpenNew32(&out, storage_, subpool_, name.c_str(), encoding));
     // Written in pieces of every size, so the pieces straddle buffer ends.
     for (size_t at = 0, piece = 1; at < text.size(); at += piece, piece = piece % 4 + 1) {
       size_t n = std::min(piece, text.size() - at);
       EXPECT_EQ(ko::osFileWrite32(&out, text.data() + at, n), n);
     }
-    EXPECT_EQ(ko::osFileClose(&out, pool_, true), 1);
+    EXPECT_EQ(ko::osFileClose(&out, storage_, true), 1);
     return read_bytes(file);
   }
 };
@@ -60,14 +60,14 @@ TEST_F(SaveFileTest, ByteModeGathersAcrossBufferEnds) {
   std::filesystem::path file = path("bytes.bin");
   std::u16string name = file.u16string();
   ko::SaveFile out;
-  ASSERT_TRUE(ko::osFileOpenNew32(&out, pool_, subpool_, name.c_str(), ko::kEncodingBytes));
+  ASSERT_TRUE(ko::osFileOpenNew32(&out, storage_, subpool_, name.c_str(), ko::kEncodingBytes));
   std::string expected;
   for (int i = 0; i < 40; ++i) {
     std::string piece(size_t(i % 7), char('a' + i % 26));
     expected += piece;
     EXPECT_EQ(ko::osFileWrite(&out, piece.data(), piece.size()), piece.size());
   }
-  EXPECT_EQ(ko::osFileClose(&out, pool_, true), 1);
+  EXPECT_EQ(ko::osFileClose(&out, storage_, true), 1);
   EXPECT_EQ(read_bytes(file), expected);
 }
 
@@ -100,12 +100,12 @@ TEST_F(SaveFileTest, DerivesTheBaseName) {
 TEST_F(SaveFileTest, BeginRefusesWhatItCannotOpen) {
   std::u16string missing_folder = path("no/such/folder/x.csv").u16string();
   std::u16string good = path("ok.csv").u16string();
-  EXPECT_EQ(osSaveBegin32(pool_, subpool_, missing_folder.c_str(), 1, 1, 0, 1), nullptr);
-  EXPECT_EQ(osSaveBegin32(pool_, subpool_, good.c_str(), 1, 1, 0, 77), nullptr);
-  EXPECT_EQ(osSaveBegin32(pool_, subpool_, good.c_str(), 1, -1, 0, 1), nullptr);
+  EXPECT_EQ(osSaveBegin32(storage_, subpool_, missing_folder.c_str(), 1, 1, 0, 1), nullptr);
+  EXPECT_EQ(osSaveBegin32(storage_, subpool_, good.c_str(), 1, 1, 0, 77), nullptr);
+  EXPECT_EQ(osSaveBegin32(storage_, subpool_, good.c_str(), 1, -1, 0, 1), nullptr);
   EXPECT_EQ(osSaveBegin32(nullptr, subpool_, good.c_str(), 1, 1, 0, 1), nullptr);
   // Flag 4 opens no file, so the encoding does not matter.
-  KoSaveContext* save = osSaveBegin32(pool_, subpool_, good.c_str(), 1, 1, KOSAVE_NO_FILE, 77);
+  KoSaveContext* save = osSaveBegin32(storage_, subpool_, good.c_str(), 1, 1, KOSAVE_NO_FILE, 77);
   ASSERT_NE(save, nullptr);
   EXPECT_EQ(std::u16string(save->base_name), u"ok");
   osSaveEnd(save);
@@ -124,7 +124,7 @@ TEST_F(SaveFileTest, OperationsOnNoContextOrNoColumnsAreRefused) {
     EXPECT_EQ(writer->AddColumn(nullptr, u"a", 1, KOSAVE_STRING), 0);
     EXPECT_EQ(writer->WriteValue(nullptr, &number), 0);
     EXPECT_EQ(writer->End(nullptr), 0);
-    KoSaveContext* save = writer->Begin(pool_, subpool_, nullptr, 0, 0, KOSAVE_NO_FILE, 1);
+    KoSaveContext* save = writer->Begin(storage_, subpool_, nullptr, 0, 0, KOSAVE_NO_FILE, 1);
     ASSERT_NE(save, nullptr);
     EXPECT_EQ(writer->AddColumn(save, u"a", 1, KOSAVE_STRING), 0);
     EXPECT_EQ(writer->WriteValue(save, &number), 0);

@@ -11,6 +11,7 @@
 #include <tuple>
 #include <vector>
 
+#include "environment.h"
 #include "storage/heap_settings.h"
 
 namespace {
@@ -141,13 +142,7 @@ TEST(BlockHeap, BlocksFreedPastTheThreadBoundAreReused) {
   KoHeap_freePool(pool);
 }
 
-void set_env(const char* name, const char* value) {
-#if defined(_WIN32)
-  _putenv_s(name, value ? value : "");
-#else
-  if (value) setenv(name, value, 1); else unsetenv(name);
-#endif
-}
+using ko_test::set_env;
 
 uint32_t g_event_code;
 int record_code(KoHeapEvent* event, void*) {

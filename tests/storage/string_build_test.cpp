@@ -7,21 +7,11 @@
 
 #include <string>
 
+#include "storage_fixture.h"
+
 namespace {
 
-class StringPools : public testing::Test {
- protected:
-  void SetUp() override {
-    context_ = kostg_begin(0);
-    ASSERT_NE(context_, nullptr);
-    pool_ = kostg_new_pool(context_);
-    ASSERT_NE(pool_, nullptr);
-  }
-  void TearDown() override { kostg_end(context_); }
-
-  KostgContext* context_ = nullptr;
-  KostgSubpool* pool_ = nullptr;
-};
+class StringPools : public ko_test::StorageTest {};
 
 using Duplicator = KOCHAR* (*)(KostgContext*, const KOCHAR*, KostgSubpool*);
 
@@ -30,14 +20,14 @@ TEST_F(StringPools, DuplicatesCopyWithTerminator) {
                                     kostg_unicodetostrdup};
   for (Duplicator dup : duplicators) {
     for (const KOCHAR* text : {u"", u"a", u"\u263A text \U0001F600"}) {
-      KOCHAR* copy = dup(context_, text, pool_);
+      KOCHAR* copy = dup(storage_, text, subpool_);
       ASSERT_NE(copy, nullptr);
       EXPECT_NE(copy, text);
       EXPECT_EQ(std::u16string(copy), text);
-      EXPECT_GE(kostg_sz(context_, copy), (std::u16string(text).size() + 1) * sizeof(KOCHAR));
+      EXPECT_GE(kostg_sz(storage_, copy), (std::u16string(text).size() + 1) * sizeof(KOCHAR));
     }
   }
-  EXPECT_EQ(kostg_strdup(context_, nullptr, pool_), nullptr);
+  EXPECT_EQ(kostg_strdup(storage_, nullptr, subpool_), nullptr);
 }
 
 TEST_F(StringPools, DuplicatesOutsideAnyPoolAndAnsi) {
@@ -46,10 +36,10 @@ TEST_F(StringPools, DuplicatesOutsideAnyPoolAndAnsi) {
   EXPECT_EQ(std::u16string(copy), u"outside");
   EXPECT_GE(ko::KoHeap_blockSize(copy), sizeof(u"outside"));
   ko::KoHeap_free(copy);
-  EXPECT_STREQ(kostg_strtoansidup(context_, u"plain text", pool_), "plain text");
-  EXPECT_EQ(std::u16string(kostg_ansitostrdup(context_, "back again", nullptr)), u"back again");
-  EXPECT_TRUE(!kostg_strdup_malloc(nullptr) && !kostg_strtoansidup(context_, nullptr, pool_) &&
-              !kostg_ansitostrdup(context_, nullptr, pool_));
+  EXPECT_STREQ(kostg_strtoansidup(storage_, u"plain text", subpool_), "plain text");
+  EXPECT_EQ(std::u16string(kostg_ansitostrdup(storage_, "back again", nullptr)), u"back again");
+  EXPECT_TRUE(!kostg_strdup_malloc(nullptr) && !kostg_strtoansidup(storage_, nullptr, subpool_) &&
+              !kostg_ansitostrdup(storage_, nullptr, subpool_));
 }
 
 // Both growth rules, step by step: (capacity, length) before, what is appended,
@@ -75,16 +65,16 @@ TEST_F(StringPools, TextGrowthRule) {
     uint32_t capacity = step.capacity_before, length = step.length_before;
     KOCHAR* buffer = nullptr;
     if (capacity) {
-      buffer = static_cast<KOCHAR*>(kostg_alc(context_, capacity * 2 + 2, pool_));
+      buffer = static_cast<KOCHAR*>(kostg_alc(storage_, capacity * 2 + 2, subpool_));
       std::fill(buffer, buffer + length, u'.');
       buffer[length] = 0;
     }
-    KOCHAR* at = kostg_unicodestr_build(context_, pool_, &buffer, &capacity, &length, step.addition.c_str());
+    KOCHAR* at = kostg_unicodestr_build(storage_, subpool_, &buffer, &capacity, &length, step.addition.c_str());
     EXPECT_EQ(std::pair(capacity, length), std::pair(step.capacity_after, step.length_after));
     ASSERT_NE(buffer, nullptr);
     EXPECT_EQ(at, buffer + step.length_before);
     EXPECT_EQ(std::u16string(buffer), std::u16string(step.length_before, u'.') + step.addition);
-    EXPECT_GE(kostg_sz(context_, buffer), capacity * 2u);
+    EXPECT_GE(kostg_sz(storage_, buffer), capacity * 2u);
   }
 }
 
@@ -95,10 +85,10 @@ TEST_F(StringPools, BuildingAppendsInOrder) {
   for (int i = 0; i < 300; ++i) {
     const KOCHAR* piece = (i % 3 == 0) ? u"alpha " : (i % 3 == 1) ? u"\u263A" : u"";
     switch (i % 4) {
-      case 0: kostg_str_build(context_, pool_, &buffer, &capacity, &length, piece); break;
-      case 1: EXPECT_EQ(kostg_str_build_huge(context_, pool_, &buffer, &capacity, &length, piece), 0); break;
-      case 2: kostg_unicodestr_build(context_, nullptr, &buffer, &capacity, &length, piece); break;
-      default: kostg_str_build_char(context_, pool_, &buffer, &capacity, &length, u'-'); piece = u"-";
+      case 0: kostg_str_build(storage_, subpool_, &buffer, &capacity, &length, piece); break;
+      case 1: EXPECT_EQ(kostg_str_build_huge(storage_, subpool_, &buffer, &capacity, &length, piece), 0); break;
+      case 2: kostg_unicodestr_build(storage_, nullptr, &buffer, &capacity, &length, piece); break;
+      default: kostg_str_build_char(storage_, subpool_, &buffer, &capacity, &length, u'-'); piece = u"-";
     }
     expected += piece;
     ASSERT_EQ(length, expected.size());
@@ -107,7 +97,7 @@ TEST_F(StringPools, BuildingAppendsInOrder) {
   EXPECT_EQ(std::u16string(buffer), expected);
   KOCHAR* const kept_buffer = buffer;
   const uint32_t kept_capacity = capacity;
-  EXPECT_EQ(kostg_unicodestr_build(context_, pool_, &buffer, &capacity, &length, nullptr), nullptr);
+  EXPECT_EQ(kostg_unicodestr_build(storage_, subpool_, &buffer, &capacity, &length, nullptr), nullptr);
   EXPECT_TRUE(buffer == kept_buffer && capacity == kept_capacity && length == expected.size()) << "null adds nothing";
 }
 
@@ -117,8 +107,8 @@ TEST_F(StringPools, CharGrowthRule) {
       {0, 0, 501}, {501, 499, 501}, {501, 500, 1002}, {10000, 9999, 10501}};
   for (const auto& c : cases) {
     uint32_t capacity = c.capacity, length = c.length;
-    KOCHAR* buffer = capacity ? static_cast<KOCHAR*>(kostg_alc(context_, capacity * 2 + 2, pool_)) : nullptr;
-    kostg_str_build_char(context_, pool_, &buffer, &capacity, &length, u'q');
+    KOCHAR* buffer = capacity ? static_cast<KOCHAR*>(kostg_alc(storage_, capacity * 2 + 2, subpool_)) : nullptr;
+    kostg_str_build_char(storage_, subpool_, &buffer, &capacity, &length, u'q');
     EXPECT_EQ(std::pair(capacity, length), std::pair(c.capacity_after, c.length + 1));
     EXPECT_EQ(std::u16string(buffer + c.length, 2), std::u16string(u"q\0", 2));
   }

@@ -54,8 +54,8 @@ bool is_number(std::string_view arg) {
   return arg.size() > digit && arg[0] == '-' && arg[digit] >= '0' && arg[digit] <= '9';
 }
 
-const OptionSpec* find_option(const std::vector<OptionSpec>& options, std::string_view name) {
-  for (const OptionSpec& option : options) {
+const OptionSyntax* find_option(const std::vector<OptionSyntax>& options, std::string_view name) {
+  for (const OptionSyntax& option : options) {
     if (name == option.name) return &option;
   }
   return nullptr;
@@ -93,13 +93,13 @@ bool parse_command_line(const Syntax& syntax, const std::vector<std::string>& ar
     size_t equals = arg.rfind("--", 0) == 0 ? arg.find('=') : std::string::npos;
     std::string name = arg.substr(0, equals);
     // Whether the option takes a value is known from any declaration of it.
-    const OptionSpec* spec = find_option(syntax.options, name);
-    for (const SubcommandSpec& sub : syntax.subcommands) {
-      if (spec == nullptr) spec = find_option(sub.options, name);
+    const OptionSyntax* declared = find_option(syntax.options, name);
+    for (const SubcommandSyntax& sub : syntax.subcommands) {
+      if (declared == nullptr) declared = find_option(sub.options, name);
     }
-    if (spec == nullptr) {
+    if (declared == nullptr) {
       if (mistake.empty()) mistake = "unknown option " + name;
-    } else if (spec->value == nullptr) {
+    } else if (declared->value == nullptr) {
       if (equals != std::string::npos && mistake.empty()) mistake = name + " takes no value";
       options.push_back({name, ""});
     } else if (equals != std::string::npos) {
@@ -110,14 +110,14 @@ bool parse_command_line(const Syntax& syntax, const std::vector<std::string>& ar
       mistake = name + " needs a value";
     }
   }
-  const SubcommandSpec* sub = nullptr;
+  const SubcommandSyntax* sub = nullptr;
   if (!syntax.subcommands.empty()) {
     if (out->operands.empty()) {
       if (mistake.empty() && out->help) return true;
       *why = mistake.empty() ? "missing subcommand" : mistake;
       return false;
     }
-    for (const SubcommandSpec& known : syntax.subcommands) {
+    for (const SubcommandSyntax& known : syntax.subcommands) {
       if (out->operands.front() == known.name) sub = &known;
     }
     if (sub == nullptr) {

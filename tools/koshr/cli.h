@@ -20,22 +20,22 @@ namespace koshr_tool {
 
 // An option: a flag when `value` is null, else it takes a value, named `value`
 // in help texts ("--as FORMAT" or "--as=FORMAT").
-struct OptionSpec {
+struct OptionSyntax {
   const char* name;
   const char* value;
 };
 
 // A subcommand word and the options it takes besides its command's own.
-struct SubcommandSpec {
+struct SubcommandSyntax {
   const char* name;
-  std::vector<OptionSpec> options;
+  std::vector<OptionSyntax> options;
 };
 
 // What a command accepts: options anywhere before "--", and, when it has
 // subcommands, one of them as its first operand.
 struct Syntax {
-  std::vector<OptionSpec> options;
-  std::vector<SubcommandSpec> subcommands;
+  std::vector<OptionSyntax> options;
+  std::vector<SubcommandSyntax> subcommands;
 };
 
 // A parsed command line.

@@ -84,9 +84,9 @@ std::string man_page() {
   return page;
 }
 
-std::string words_of(const std::vector<OptionSpec>& options) {
+std::string words_of(const std::vector<OptionSyntax>& options) {
   std::string words;
-  for (const OptionSpec& option : options) words += std::string(" ") + option.name;
+  for (const OptionSyntax& option : options) words += std::string(" ") + option.name;
   return words;
 }
 
@@ -97,10 +97,10 @@ std::string bash_completion() {
   for (const Command* command : sorted_commands()) commands += std::string(" ") + command->name;
   for (const Command* command : sorted_commands()) {
     const Syntax& syntax = command->syntax;
-    std::vector<const std::vector<OptionSpec>*> lists{&syntax.options};
-    for (const SubcommandSpec& sub : syntax.subcommands) lists.push_back(&sub.options);
+    std::vector<const std::vector<OptionSyntax>*> lists{&syntax.options};
+    for (const SubcommandSyntax& sub : syntax.subcommands) lists.push_back(&sub.options);
     for (const auto* list : lists) {
-      for (const OptionSpec& option : *list) {
+      for (const OptionSyntax& option : *list) {
         if (option.value != nullptr) value_options += std::string(" ") + option.name;
       }
     }
@@ -112,7 +112,7 @@ std::string bash_completion() {
       cases += "        *) options=\"" + own + "\"; operands=\"" + operands + "\" ;;\n";
     } else {
       std::string names;
-      for (const SubcommandSpec& sub : syntax.subcommands) {
+      for (const SubcommandSyntax& sub : syntax.subcommands) {
         names += std::string(" ") + sub.name;
         cases += "        " + std::string(sub.name) + ") options=\"" + own + words_of(sub.options) +
                  "\" ;;\n";
@@ -174,7 +174,7 @@ int run_help(const Arguments& args) {
   }
   if (args.operands.size() == 2) {
     bool known = false;
-    for (const SubcommandSpec& sub : command->syntax.subcommands)
+    for (const SubcommandSyntax& sub : command->syntax.subcommands)
       known |= args.operands[1] == sub.name;
     if (!known)
       return usage_error(args, "unknown subcommand '" + args.operands[1] + "' of " + command->name);

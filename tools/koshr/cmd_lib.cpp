@@ -32,6 +32,8 @@
 namespace {
 
 using koshr_tool::fail;
+using koshr_tool::is_high_surrogate;
+using koshr_tool::is_low_surrogate;
 using koshr_tool::read_input;
 using koshr_tool::utf16_to_utf8;
 using koshr_tool::utf8_to_utf16;
@@ -118,10 +120,14 @@ std::string as_bytes(const std::u16string& text) {
   return out;
 }
 
+// The UTF-16LE unit at byte `at`.
+char16_t unit_at(std::string_view bytes, size_t at) {
+  return char16_t(uint8_t(bytes[at]) | uint8_t(bytes[at + 1]) << 8);
+}
+
 std::u16string as_units(const std::string& bytes) {
   std::u16string out(bytes.size() / 2, u'\0');
-  for (size_t i = 0; i < out.size(); ++i)
-    out[i] = char16_t(uint8_t(bytes[2 * i]) | uint8_t(bytes[2 * i + 1]) << 8);
+  for (size_t i = 0; i < out.size(); ++i) out[i] = unit_at(bytes, 2 * i);
   return out;
 }
 
@@ -145,8 +151,8 @@ class Utf16Pieces {
     pending_.append(bytes);
     size_t whole = pending_.size() & ~size_t(1);
     if (!last && whole >= 2) {
-      char16_t unit = char16_t(uint8_t(pending_[whole - 2]) | uint8_t(pending_[whole - 1]) << 8);
-      if (unit >= 0xD800 && unit < 0xDC00) whole -= 2;
+      char16_t unit = unit_at(pending_, whole - 2);
+      if (is_high_surrogate(unit)) whole -= 2;
     }
     std::string out = utf16_to_utf8(as_units(pending_.substr(0, whole)));
     pending_.erase(0, last ? pending_.size() : whole);
@@ -165,10 +171,10 @@ class TextProbe {
     pending_.append(bytes);
     size_t whole = pending_.size() & ~size_t(1);
     for (size_t i = 0; text_ && i < whole; i += 2) {
-      char16_t c = char16_t(uint8_t(pending_[i]) | uint8_t(pending_[i + 1]) << 8);
-      bool low = c >= 0xDC00 && c < 0xE000;
+      char16_t c = unit_at(pending_, i);
+      bool low = is_low_surrogate(c);
       if (c == 0 || low != high_pending_) text_ = false;
-      high_pending_ = c >= 0xD800 && c < 0xDC00;
+      high_pending_ = is_high_surrogate(c);
     }
     pending_.erase(0, whole);
   }
@@ -661,21 +667,22 @@ KOSHR_COMMAND(kLib);
 // the very commands shown, in the demo's folder, where it stays to be tried.
 int demo_library(const std::string& folder) {
   std::filesystem::path dir = utf8_to_utf16(folder);
-  std::string lib = (dir / "orders.kol").string(), source = (dir / "main_window.txt").string();
-  std::ofstream(dir / "main_window.txt", std::ios::binary)
-      << "forward\r\nglobal type main_window from window\r\nend type\r\n";
-  std::ofstream(dir / "orders.txt", std::ios::binary) << "release 1;\r\ngrid(units=0)\r\n";
+  std::string lib = (dir / "orders.kol").string(), source = (dir / "welcome.txt").string();
+  std::ofstream(dir / "welcome.txt", std::ios::binary)
+      << "Welcome to the demonstration library.\r\nEach entry keeps its text and a comment.\r\n";
+  std::ofstream(dir / "orders.txt", std::ios::binary)
+      << "Orders placed before noon leave the same day.\r\n";
   std::string icon(600, '\0');
   for (size_t i = 0; i < icon.size(); ++i) icon[i] = char(i * 37);
   std::ofstream(dir / "app.bin", std::ios::binary) << icon;
   const std::vector<std::vector<std::string>> steps = {
       {"lib", "new", lib, "--comment", "a demonstration library"},
-      {"lib", "put", lib, "main_window.kos", source, "--text", "--comment", "main window"},
+      {"lib", "put", lib, "welcome.kos", source, "--text", "--comment", "the welcome text"},
       {"lib", "put", lib, "orders.kos", (dir / "orders.txt").string(), "--text", "--comment",
        "orders"},
       {"lib", "put", lib, "app.bin", (dir / "app.bin").string()},
       {"lib", "ls", lib},
-      {"lib", "export", lib, "main_window.kos", "-o", (dir / "export").string()},
+      {"lib", "export", lib, "welcome.kos", "-o", (dir / "export").string()},
   };
   for (const auto& step : steps) {
     std::string line = "$ koshr";
@@ -685,7 +692,7 @@ int demo_library(const std::string& folder) {
     std::fflush(stdout);
     if (koshr_tool::run_command_line(step) != 0) return 1;
   }
-  std::string exported, exported_file = (dir / "export" / "main_window.kos").string();
+  std::string exported, exported_file = (dir / "export" / "welcome.kos").string();
   std::printf("$ cat %s\n", exported_file.c_str());
   read_input(exported_file, &exported);
   write_stdout(exported);

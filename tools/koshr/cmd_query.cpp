@@ -51,7 +51,9 @@ const char kUsage[] =
     "                  (kocatcol) gives it\n"
     "\n"
     "A statement without a result prints the number of rows it changed. NULL shows\n"
-    "as NULL in a table and as an empty or missing value in a saved file.\n";
+    "as NULL in a table and as an empty or missing value in a saved file.\n"
+    "An export streams (DBParm Streaming='Yes' unless --dbparm names Streaming), so\n"
+    "SQLite's expression columns such as count(*) may come out as text.\n";
 
 struct Options {
   ConnectOptions connect;
@@ -97,7 +99,7 @@ DbiValue parameter_value(const std::string& text, const std::u16string& wide) {
 // The rows of an executed statement, block by block, as export cells.
 class QueryRows final : public RowSource {
  public:
-  QueryRows(DbStatement& statement, const std::vector<ColumnSpec>& columns,
+  QueryRows(DbStatement& statement, const std::vector<ExportColumn>& columns,
             const ColumnFormats* formats, bool dates_as_text)
       : statement_(statement),
         columns_(columns),
@@ -126,7 +128,7 @@ class QueryRows final : public RowSource {
 
  private:
   DbStatement& statement_;
-  const std::vector<ColumnSpec>& columns_;
+  const std::vector<ExportColumn>& columns_;
   const ColumnFormats* formats_;
   bool dates_as_text_;
   DbiRowBlock block_{};
@@ -193,6 +195,7 @@ int run_query(const Arguments& args) {
     }
   }
 
+  options.connect.stream_results = !table;
   std::string why;
   DbSession session;
   if (!session.open(options.connect, why)) return fail("query", why);
@@ -228,10 +231,11 @@ int run_query(const Arguments& args) {
     return 0;
   }
 
-  std::vector<ColumnSpec> specs;
+  std::vector<ExportColumn> export_columns;
   for (uint32_t c = 0; c < count; ++c) {
-    specs.push_back(export_column(columns[c]));
-    if (shown && shown->has(c)) specs.back() = {specs.back().name, KOSAVE_STRING, -1};
+    export_columns.push_back(export_column(columns[c]));
+    if (shown && shown->has(c))
+      export_columns.back() = {export_columns.back().name, KOSAVE_STRING, -1};
   }
   ExportSettings settings;
   settings.format = format;
@@ -239,8 +243,8 @@ int run_query(const Arguments& args) {
   settings.to_stdout = !options.output_given;
   settings.output =
       options.output_given ? options.output : std::string("query") + format->extension;
-  QueryRows rows(statement, specs, shown, format->dates_as_text);
-  ExportOutcome outcome = stream_export(settings, specs, rows, -1);
+  QueryRows rows(statement, export_columns, shown, format->dates_as_text);
+  ExportOutcome outcome = stream_export(settings, export_columns, rows, -1);
   if (!outcome.ok) {
     return fail(
         outcome.source_failed || !options.output_given ? "query" : "query: " + options.output,

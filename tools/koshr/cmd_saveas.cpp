@@ -102,7 +102,7 @@ class InputFile {
 // The first pass: the column names, the row count and the column types.
 struct Survey {
   std::vector<std::string> names;
-  std::vector<ColumnSpec> columns;
+  std::vector<ExportColumn> columns;
   int64_t rows = 0;
 };
 
@@ -147,7 +147,7 @@ int survey_input(const Options& options, std::FILE* file, Survey& survey) {
 // The second pass: the records after the names, converted to the columns' types.
 class CsvRows final : public RowSource {
  public:
-  CsvRows(std::FILE* file, const std::vector<ColumnSpec>& columns)
+  CsvRows(std::FILE* file, const std::vector<ExportColumn>& columns)
       : reader_(file), columns_(columns) {
     reader_.next(fields_);
   }
@@ -173,7 +173,7 @@ class CsvRows final : public RowSource {
 
  private:
   CsvReader reader_;
-  const std::vector<ColumnSpec>& columns_;
+  const std::vector<ExportColumn>& columns_;
   std::vector<std::string> fields_;
 };
 

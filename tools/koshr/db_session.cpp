@@ -4,6 +4,7 @@
  */
 #include "db_session.h"
 
+#include "scratch_connection.h"
 #include "utf.h"
 
 namespace koshr_tool {
@@ -19,6 +20,18 @@ std::string dbparm_quoted(const std::string& text) {
   return quoted + "'";
 }
 
+// Whether DBParm text sets `keyword`, read by the parser the driver uses.
+bool dbparm_names(const std::string& text, const char16_t* keyword) {
+  if (text.empty()) return false;
+  ScratchConnection scratch(utf8_to_utf16(text));
+  shlistx* list = nullptr;
+  DBI_ParseParms(scratch.get(), &list);
+  DbiParm* record = nullptr;
+  DBI_GetParm(scratch.get(), list, keyword, &record);
+  DBI_FreeParmList(scratch.get(), &list);
+  return record != nullptr;
+}
+
 }  // namespace
 
 bool DbSession::open(const ConnectOptions& options, std::string& why) {
@@ -28,6 +41,9 @@ bool DbSession::open(const ConnectOptions& options, std::string& why) {
     return false;
   }
   std::string dbparm = "ConnectString=" + dbparm_quoted(options.connect);
+  if (options.stream_results && !dbparm_names(options.dbparm, u"Streaming")) {
+    dbparm += ", Streaming='Yes'";
+  }
   if (!options.dbparm.empty()) dbparm += ", " + options.dbparm;
   std::u16string dbms = utf8_to_utf16(options.dbms);
   std::u16string parameters = utf8_to_utf16(dbparm);

@@ -3,7 +3,8 @@
  * interface, for `koshr query` and `koshr catalog`.
  *
  * The connection string reaches the driver as the DBParm keyword
- * ConnectString, ahead of whatever DBParm text the user adds. A failure
+ * ConnectString, ahead of whatever DBParm text the user adds; an export asks
+ * for Streaming='Yes' too, unless the user's text names Streaming. A failure
  * reads as the database's own message ("42S02: no such table: t").
  */
 #ifndef KOSHR_TOOL_DB_SESSION_H
@@ -21,6 +22,9 @@ struct ConnectOptions {
   std::string connect;  // the connection string
   std::string dbms = "ODBC";
   std::string dbparm;  // more DBParm text, or empty
+  // Ask the driver for every streaming setting it knows, even those that may
+  // type expression columns as text: an export must not hold the result.
+  bool stream_results = false;
 };
 
 class DbSession {

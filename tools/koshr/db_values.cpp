@@ -46,39 +46,39 @@ bool numeric_type(int32_t data_type) {
   return data_type >= DBI_TYPE_INTEGER && data_type <= DBI_TYPE_DOUBLE;
 }
 
-ColumnSpec export_column(const DbiColumnDescriptor& column) {
-  ColumnSpec spec;
-  spec.name = utf16_to_utf8(column.name);
+ExportColumn export_column(const DbiColumnDescriptor& column) {
+  ExportColumn described;
+  described.name = utf16_to_utf8(column.name);
   switch (column.data_type) {
     case DBI_TYPE_INTEGER:
     case DBI_TYPE_BIGINT:
-      spec.type = KOSAVE_DECIMAL;
-      spec.width = 0;
+      described.type = KOSAVE_DECIMAL;
+      described.width = 0;
       break;
     case DBI_TYPE_DECIMAL:
-      spec.type = KOSAVE_DECIMAL;
-      spec.width = column.scale >= 0 && column.scale <= 28 ? column.scale : 0;
+      described.type = KOSAVE_DECIMAL;
+      described.width = column.scale >= 0 && column.scale <= 28 ? column.scale : 0;
       break;
     case DBI_TYPE_REAL:
     case DBI_TYPE_DOUBLE:
-      spec.type = KOSAVE_DOUBLE;
+      described.type = KOSAVE_DOUBLE;
       break;
     case DBI_TYPE_DATE:
-      spec.type = KOSAVE_DATE;
+      described.type = KOSAVE_DATE;
       break;
     case DBI_TYPE_TIME:
-      spec.type = KOSAVE_TIME;
+      described.type = KOSAVE_TIME;
       break;
     case DBI_TYPE_TIMESTAMP:
-      spec.type = KOSAVE_DATETIME;
+      described.type = KOSAVE_DATETIME;
       break;
     default: {
       int32_t length = column.data_type == DBI_TYPE_BINARY ? column.length * 2 : column.length;
-      spec.type = KOSAVE_STRING;
-      spec.width = length > 0 && length <= 65535 ? length : -1;
+      described.type = KOSAVE_STRING;
+      described.width = length > 0 && length <= 65535 ? length : -1;
     }
   }
-  return spec;
+  return described;
 }
 
 std::string value_text(const DbiValue& value) {
@@ -116,7 +116,7 @@ std::string value_text(const DbiValue& value) {
   }
 }
 
-bool export_cell(const DbiValue& value, const ColumnSpec& column, bool dates_as_text,
+bool export_cell(const DbiValue& value, const ExportColumn& column, bool dates_as_text,
                  CellValue& cell, std::string& why) {
   cell.missing = value.type == DBI_TYPE_NULL;
   cell.text.clear();

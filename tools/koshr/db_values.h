@@ -20,7 +20,7 @@
 
 namespace koshr_tool {
 
-ColumnSpec export_column(const DbiColumnDescriptor& column);
+ExportColumn export_column(const DbiColumnDescriptor& column);
 // True for the database types shown right-aligned (numbers).
 bool numeric_type(int32_t data_type);
 // The value as text; "NULL" for a null.
@@ -29,7 +29,7 @@ std::string value_text(const DbiValue& value);
 // not read as the column's type (a text in a numeric column of a database
 // without fixed column types, a numeric beyond 28 digits, a date before 1900).
 // With `dates_as_text` a date or time also gets its SQL literal.
-bool export_cell(const DbiValue& value, const ColumnSpec& column, bool dates_as_text,
+bool export_cell(const DbiValue& value, const ExportColumn& column, bool dates_as_text,
                  CellValue& cell, std::string& why);
 
 }  // namespace koshr_tool

@@ -47,14 +47,14 @@ struct Pool {
 
 // Drives the writer over the rows; the failure, if any.
 ExportOutcome write_rows(IKO_SaveFileType& writer, KoSaveContext* save,
-                         const std::vector<ColumnSpec>& columns, RowSource& rows, int64_t row_count,
-                         bool dates_as_text) {
+                         const std::vector<ExportColumn>& columns, RowSource& rows,
+                         int64_t row_count, bool dates_as_text) {
   ExportOutcome outcome;
   auto failed = [&](std::string why) {
     outcome.ok = false;
     outcome.why = std::move(why);
   };
-  for (const ColumnSpec& column : columns) {
+  for (const ExportColumn& column : columns) {
     std::u16string name = utf8_to_utf16(column.name);
     if (!writer.AddColumn(save, name.c_str(), column.width, column.type)) {
       failed("writing column " + column.name);
@@ -141,11 +141,11 @@ int32_t encoding_from_name(const std::string& name) {
   return -1;
 }
 
-ExportOutcome stream_export(const ExportSettings& settings, std::vector<ColumnSpec> columns,
+ExportOutcome stream_export(const ExportSettings& settings, std::vector<ExportColumn> columns,
                             RowSource& rows, int64_t row_count) {
   bool sizes_ahead = settings.format && settings.format->sizes_ahead;
   bool widths_unknown = false;
-  for (const ColumnSpec& column : columns) widths_unknown |= column.width < 0;
+  for (const ExportColumn& column : columns) widths_unknown |= column.width < 0;
   // The rows are read on a thread of their own from the first one asked
   // for: by then the exporter has begun (it changes the working folder for a
   // moment), or the spool takes them all before it does.
@@ -162,7 +162,7 @@ ExportOutcome stream_export(const ExportSettings& settings, std::vector<ColumnSp
     source = &spool;
   }
   // Formats that write no widths take any; a width must not be negative.
-  for (ColumnSpec& column : columns) {
+  for (ExportColumn& column : columns) {
     if (column.width < 0) column.width = 1;
   }
   auto rows_ahead = uint32_t(row_count < 0 ? 0 : row_count);

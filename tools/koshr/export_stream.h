@@ -68,7 +68,7 @@ struct ExportOutcome {
 
 // Streams the rows into the exporter. `row_count` is the number of rows
 // when known, else negative; a string column of width -1 has no known width.
-ExportOutcome stream_export(const ExportSettings& settings, std::vector<ColumnSpec> columns,
+ExportOutcome stream_export(const ExportSettings& settings, std::vector<ExportColumn> columns,
                             RowSource& rows, int64_t row_count);
 
 // A progress line on stderr for long exports, when stderr is a terminal: a

@@ -18,9 +18,9 @@ constexpr uint32_t kMaxRows = std::numeric_limits<uint32_t>::max();
 
 }  // namespace
 
-RowSpool::RowSpool(const std::vector<ColumnSpec>& columns)
+RowSpool::RowSpool(const std::vector<ExportColumn>& columns)
     : longest_(columns.size(), 1), file_(std::tmpfile()) {
-  for (const ColumnSpec& column : columns) types_.push_back(column.type);
+  for (const ExportColumn& column : columns) types_.push_back(column.type);
 }
 
 RowSpool::~RowSpool() {

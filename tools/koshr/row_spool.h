@@ -20,7 +20,7 @@ namespace koshr_tool {
 
 class RowSpool final : public RowSource {
  public:
-  explicit RowSpool(const std::vector<ColumnSpec>& columns);
+  explicit RowSpool(const std::vector<ExportColumn>& columns);
   ~RowSpool() override;
   RowSpool(const RowSpool&) = delete;
   RowSpool& operator=(const RowSpool&) = delete;

@@ -153,11 +153,11 @@ void ColumnInference::add(const std::vector<std::string>& row) {
   }
 }
 
-std::vector<ColumnSpec> ColumnInference::columns(const std::vector<std::string>& names) const {
-  std::vector<ColumnSpec> columns;
+std::vector<ExportColumn> ColumnInference::columns(const std::vector<std::string>& names) const {
+  std::vector<ExportColumn> columns;
   for (size_t c = 0; c < names.size(); ++c) {
     const Seen& seen = seen_[c];
-    ColumnSpec column{names[c], KOSAVE_STRING, int32_t(seen.longest)};
+    ExportColumn column{names[c], KOSAVE_STRING, int32_t(seen.longest)};
     if (seen.filled == 0) {
       column.width = 1;
     } else if (seen.datetimes) {
@@ -176,7 +176,7 @@ std::vector<ColumnSpec> ColumnInference::columns(const std::vector<std::string>&
   return columns;
 }
 
-bool parse_column_list(const std::string& text, std::vector<ColumnSpec>& out, std::string& why) {
+bool parse_column_list(const std::string& text, std::vector<ExportColumn>& out, std::string& why) {
   out.clear();
   size_t start = 0;
   while (start <= text.size()) {
@@ -189,7 +189,7 @@ bool parse_column_list(const std::string& text, std::vector<ColumnSpec>& out, st
       return false;
     }
     size_t second = item.find(':', colon + 1);
-    ColumnSpec column;
+    ExportColumn column;
     column.name = item.substr(0, colon);
     std::string type = item.substr(
         colon + 1, second == std::string::npos ? std::string::npos : second - colon - 1);
@@ -217,7 +217,7 @@ bool parse_column_list(const std::string& text, std::vector<ColumnSpec>& out, st
   return true;
 }
 
-bool convert_field(const ColumnSpec& column, const std::string& field, CellValue& out,
+bool convert_field(const ExportColumn& column, const std::string& field, CellValue& out,
                    std::string& why) {
   // The cell is reused row after row: its text keeps its buffer.
   out.missing = field.empty();

@@ -20,7 +20,7 @@
 
 namespace koshr_tool {
 
-struct ColumnSpec {
+struct ExportColumn {
   std::string name;
   uint8_t type = KOSAVE_STRING;
   int32_t width = 0;  // string: characters; decimal: scale
@@ -50,7 +50,7 @@ class ColumnInference {
   explicit ColumnInference(size_t columns) : seen_(columns) {}
   void add(const std::vector<std::string>& row);
   // The columns the rows seen so far make.
-  std::vector<ColumnSpec> columns(const std::vector<std::string>& names) const;
+  std::vector<ExportColumn> columns(const std::vector<std::string>& names) const;
   // The longest field of column `c`, at least 1.
   int32_t longest(size_t c) const { return int32_t(seen_[c].longest); }
 
@@ -64,10 +64,10 @@ class ColumnInference {
 };
 
 // Reads "NAME:TYPE[:WIDTH],..."; false with `why` on a mistake.
-bool parse_column_list(const std::string& text, std::vector<ColumnSpec>& out, std::string& why);
+bool parse_column_list(const std::string& text, std::vector<ExportColumn>& out, std::string& why);
 // Converts a field; false with `why` when it does not read as the column's
 // type. Dates and times also keep their text as an SQL literal ('...').
-bool convert_field(const ColumnSpec& column, const std::string& field, CellValue& out,
+bool convert_field(const ExportColumn& column, const std::string& field, CellValue& out,
                    std::string& why);
 
 }  // namespace koshr_tool

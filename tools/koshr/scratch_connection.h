@@ -1,6 +1,7 @@
 /*
  * scratch_connection.h: a bare database connection context for the commands
- * and demo stop that only parse and edit DBParm text (dbparm, sql).
+ * and demo stop that only parse and edit DBParm text (dbparm, sql), and for
+ * reading the DBParm text a user gives `koshr query`.
  */
 #ifndef KOSHR_TOOL_SCRATCH_CONNECTION_H
 #define KOSHR_TOOL_SCRATCH_CONNECTION_H

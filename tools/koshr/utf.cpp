@@ -19,7 +19,7 @@ size_t decode_utf8(std::string_view text, size_t at, char32_t* code) {
     *code = (*code << 6) | (next & 0x3F);
   }
   static const char32_t kSmallest[] = {0, 0x80, 0x800, 0x10000};
-  if (*code < kSmallest[extra] || *code > 0x10FFFF || (*code >= 0xD800 && *code < 0xE000)) return 0;
+  if (*code < kSmallest[extra] || *code > 0x10FFFF || is_surrogate(*code)) return 0;
   return extra + 1;
 }
 
@@ -80,10 +80,9 @@ std::string utf16_to_utf8(std::u16string_view text) {
   out.reserve(text.size());
   for (size_t i = 0; i < text.size(); ++i) {
     char32_t code = text[i];
-    if (code >= 0xD800 && code < 0xDC00 && i + 1 < text.size() && text[i + 1] >= 0xDC00 &&
-        text[i + 1] < 0xE000) {
+    if (is_high_surrogate(code) && i + 1 < text.size() && is_low_surrogate(text[i + 1])) {
       code = 0x10000 + ((code - 0xD800) << 10) + (text[++i] - 0xDC00);
-    } else if (code >= 0xD800 && code < 0xE000) {
+    } else if (is_surrogate(code)) {
       code = 0xFFFD;
     }
     if (code < 0x80) {

@@ -11,6 +11,12 @@
 
 namespace koshr_tool {
 
+// A code point above U+FFFF is a high unit (D800-DBFF) followed by a low one
+// (DC00-DFFF); neither range is a character by itself.
+inline bool is_high_surrogate(char32_t code) { return code >= 0xD800 && code < 0xDC00; }
+inline bool is_low_surrogate(char32_t code) { return code >= 0xDC00 && code < 0xE000; }
+inline bool is_surrogate(char32_t code) { return code >= 0xD800 && code < 0xE000; }
+
 std::u16string utf8_to_utf16(std::string_view text);
 // The same, appended to `out`.
 void append_utf16(std::string_view text, std::u16string& out);

@@ -1,5 +1,5 @@
 /*
- * check.cpp: LMI_CheckLibrary, the verification of a whole library file.
+ * lmi_library_check.cpp: LMI_CheckLibrary, the verification of a whole library file.
  *
  * The file is read once, front to back, into memory; then every structure is
  * walked there: the header, the bitmap chain, the tree of nodes (each node
@@ -13,14 +13,15 @@
 #include <koshr/library.h>
 
 #include "library/bitmap.h"
-#include "library/byte_order.h"
 #include "library/data_block.h"
 #include "library/entry_name.h"
 #include "library/exe_trailer.h"
 #include "library/handle_lifecycle.h"
 #include "library/header.h"
+#include "library/magic.h"
 #include "library/node.h"
 #include "library/pool_ref.h"
+#include "platform/byte_order.h"
 
 #include <cstdarg>
 #include <cstdio>
@@ -60,7 +61,7 @@ struct Checker {
 
   // Whether `count` blocks at an absolute offset lie in the file, on block boundaries.
   bool inside(uint32_t offset, uint32_t count) const {
-    return offset >= base && (offset - base) % 512 == 0 && (offset - base) / 512 + uint64_t(count) <= blocks;
+    return offset >= base && (offset - base) % kBlockSize == 0 && (offset - base) / kBlockSize + uint64_t(count) <= blocks;
   }
   const uint8_t* at(uint32_t offset) const { return file + (offset - base); }
 
@@ -70,7 +71,7 @@ struct Checker {
       finding(LMI_CHECK_DAMAGE, "%s at 0x%08x lies outside the file", what, offset);
       return false;
     }
-    uint32_t first = (offset - base) / 512;
+    uint32_t first = (offset - base) / kBlockSize;
     for (uint32_t i = first; i < first + count; ++i) {
       if (claimed[i]) {
         finding(LMI_CHECK_DAMAGE, "%s at 0x%08x: block %u is used twice", what, offset, i + 1);
@@ -101,13 +102,13 @@ void check_chain(Checker& c, uint32_t first, uint32_t length, const char* what, 
   while (next) {
     if (!c.claim(next, 1, label)) return;
     const uint8_t* block = c.at(next);
-    uint32_t used = load_u16(block + kDataUsed);
+    uint32_t used = load_le16(block + kDataUsed);
     if (!has_magic(block, "DAT*") || used == 0 || used > kPayloadPerBlock) {
       c.finding(LMI_CHECK_DAMAGE, "%s: malformed data block at 0x%08x", label, next);
       return;
     }
     seen += used;
-    next = load_u32(block + kDataNext);
+    next = load_le32(block + kDataNext);
     if (next && used != kPayloadPerBlock)
       c.finding(LMI_CHECK_DAMAGE, "%s: partly filled block at 0x%08x inside the chain", label, next);
     if (seen > length) break;
@@ -116,11 +117,11 @@ void check_chain(Checker& c, uint32_t first, uint32_t length, const char* what, 
 }
 
 void check_node_records(Checker& c, uint32_t offset, const uint8_t* node, const Bound& above, const Bound& below) {
-  if (!load_u16(node + kNodeLowest)) return;
+  if (!load_le16(node + kNodeLowest)) return;
   uint32_t pos = 0;
   Record r;
-  Record lowest = record_at(node, record_of_name(load_u16(node + kNodeLowest)));
-  Record highest = record_at(node, record_of_name(load_u16(node + kNodeHighest)));
+  Record lowest = record_at(node, record_of_name(load_le16(node + kNodeLowest)));
+  Record highest = record_at(node, record_of_name(load_le16(node + kNodeHighest)));
   while (next_record(node, c.g, &pos, &r)) {
     if (below.name && compare_names_exact(r.name, r.name_units, below.name, below.units) >= 0)
       c.finding(LMI_CHECK_DAMAGE, "node at 0x%08x: a name does not sort below its ancestor's lowest", offset);
@@ -130,10 +131,10 @@ void check_node_records(Checker& c, uint32_t offset, const uint8_t* node, const 
         compare_names_nocase(r.name, r.name_units, highest.name, highest.name_units) > 0)
       c.finding(LMI_CHECK_DAMAGE, "node at 0x%08x: a name lies outside the node's lowest..highest", offset);
     const uint8_t* rec = node + pos;
-    uint32_t length = load_u32(rec + kRecordLength);
-    if (2u * load_u16(rec + kRecordCommentLength) > length)
+    uint32_t length = load_le32(rec + kRecordLength);
+    if (2u * load_le16(rec + kRecordCommentLength) > length)
       c.finding(LMI_CHECK_DAMAGE, "node at 0x%08x: a comment longer than its entry's data", offset);
-    check_chain(c, load_u32(rec + kRecordStart), length, "entry", r.name);
+    check_chain(c, load_le32(rec + kRecordStart), length, "entry", r.name);
   }
 }
 
@@ -150,7 +151,7 @@ void check_tree(Checker& c) {
   bool root = true;
   while (depth) {
     Pending p = stack[--depth];
-    if (!root && !c.claim(p.offset, c.g.node_size / 512, "node")) continue;
+    if (!root && !c.claim(p.offset, c.g.node_size / kBlockSize, "node")) continue;
     root = false;
     const uint8_t* node = c.at(p.offset);
     if (!node_is_sound(node, c.g)) {
@@ -158,11 +159,11 @@ void check_tree(Checker& c) {
       continue;
     }
     check_node_records(c, p.offset, node, p.above, p.below);
-    uint32_t lowest = load_u16(node + kNodeLowest), highest = load_u16(node + kNodeHighest);
+    uint32_t lowest = load_le16(node + kNodeLowest), highest = load_le16(node + kNodeHighest);
     Bound low, high;
     if (lowest) low = {record_at(node, record_of_name(lowest)).name, record_at(node, record_of_name(lowest)).name_units};
     if (highest) high = {record_at(node, record_of_name(highest)).name, record_at(node, record_of_name(highest)).name_units};
-    if (!lowest && (load_u32(node + kNodeLeft) || load_u32(node + kNodeRight)))
+    if (!lowest && (load_le32(node + kNodeLeft) || load_le32(node + kNodeRight)))
       c.finding(LMI_CHECK_DAMAGE, "node at 0x%08x is empty but has children", p.offset);
     if (depth + 2 > capacity) {
       void* grown = c.pool.grow(stack, sizeof(Pending) * capacity * 2);
@@ -170,8 +171,8 @@ void check_tree(Checker& c) {
       stack = static_cast<Pending*>(grown);
       capacity *= 2;
     }
-    if (uint32_t left = load_u32(node + kNodeLeft)) stack[depth++] = {left, p.above, low};
-    if (uint32_t right = load_u32(node + kNodeRight)) stack[depth++] = {right, high, p.below};
+    if (uint32_t left = load_le32(node + kNodeLeft)) stack[depth++] = {left, p.above, low};
+    if (uint32_t right = load_le32(node + kNodeRight)) stack[depth++] = {right, high, p.below};
   }
   c.pool.free(stack);
 }
@@ -196,9 +197,9 @@ uint8_t* check_bitmaps(Checker& c, uint32_t* covered) {
     if (!grown) break;
     marked = static_cast<uint8_t*>(grown);
     for (uint32_t i = 0; i < kBitsPerBitmap; ++i)
-      marked[count * kBitsPerBitmap + i] = (block[8 + i / 8] >> (7 - i % 8)) & 1;
+      marked[count * kBitsPerBitmap + i] = (block[kBitmapBits + i / 8] >> (7 - i % 8)) & 1;
     ++count;
-    offset = load_u32(block + 4);
+    offset = load_le32(block + kBitmapNext);
   }
   *covered = count * kBitsPerBitmap;
   return marked;
@@ -224,10 +225,10 @@ void compare_marks(Checker& c, const uint8_t* marked, uint32_t covered) {
 }
 
 void check_scc(Checker& c, const uint8_t* header) {
-  uint32_t first = load_u32(header + kHeaderSccStart), length = load_u32(header + kHeaderSccLength);
+  uint32_t first = load_le32(header + kHeaderSccStart), length = load_le32(header + kHeaderSccLength);
   if (!first) return;
   // A chain without its magic counts as absent, as the library reads it.
-  if (!c.inside(first, 1) || !has_magic(c.at(first), "DAT*") || load_u16(c.at(first) + kDataUsed) < 4 ||
+  if (!c.inside(first, 1) || !has_magic(c.at(first), "DAT*") || load_le16(c.at(first) + kDataUsed) < 4 ||
       !has_magic(c.at(first) + kDataHeaderSize, "SCC*"))
     return;
   check_chain(c, first, length, "source-control data", nullptr);
@@ -263,7 +264,7 @@ KOSHR_API int32_t LMI_CheckLibrary(KostgContext* pool, const KOCHAR* path, LMI_C
     }
     if (!bytes) rc = LMI_E_IO;
     c.file = bytes;
-    c.blocks = uint32_t(length / 512);
+    c.blocks = uint32_t(length / kBlockSize);
   }
   if (bytes && rc == 0) {
     c.claimed = c.pool.alloc_array<uint8_t>(c.blocks);
@@ -273,7 +274,7 @@ KOSHR_API int32_t LMI_CheckLibrary(KostgContext* pool, const KOCHAR* path, LMI_C
     } else if (c.claimed) {
       c.g = geometry_for_version(bytes + kHeaderVersion);
       c.claim(c.base, 3, "header");
-      c.claim(c.base + kRootOffset, c.g.node_size / 512, "root node");
+      c.claim(c.base + kRootOffset, c.g.node_size / kBlockSize, "root node");
       uint32_t covered = 0;
       uint8_t* marked = check_bitmaps(c, &covered);
       check_tree(c);

@@ -63,8 +63,8 @@ TEST(CsvReaderTest, ReadsRecordsAndNamesTheLineOfAFault) {
   }
 }
 
-std::vector<koshr_tool::ColumnSpec> infer(const std::vector<std::string>& names,
-                                          const Records& rows) {
+std::vector<koshr_tool::ExportColumn> infer(const std::vector<std::string>& names,
+                                            const Records& rows) {
   koshr_tool::ColumnInference inference(names.size());
   for (const auto& row : rows) inference.add(row);
   return inference.columns(names);
@@ -95,7 +95,7 @@ TEST(CsvReaderTest, InfersColumnTypes) {
 }
 
 TEST(CsvReaderTest, ParsesColumnLists) {
-  std::vector<koshr_tool::ColumnSpec> columns;
+  std::vector<koshr_tool::ExportColumn> columns;
   std::string why;
   ASSERT_TRUE(
       koshr_tool::parse_column_list("id:decimal:0,name:string:20,at:datetime", columns, why));
@@ -144,7 +144,7 @@ TEST_F(SaveasToolTest, MalformedInputNamesTheLineAndLeavesNoFile) {
     EXPECT_NE(output.find(c.message), std::string::npos) << output;
   }
   using Entries = std::filesystem::directory_iterator;
-  EXPECT_EQ(std::distance(Entries(folder_), Entries()), 4) << "the four inputs only";
+  EXPECT_EQ(std::distance(Entries(folder_.path()), Entries()), 4) << "the four inputs only";
 }
 
 TEST_F(SaveasToolTest, SavesWithInferredOrGivenTypes) {

@@ -1,5 +1,5 @@
 /*
- * export_header.cpp: the lines an exported entry's text starts with.
+ * lmi_export_header.cpp: the lines an exported entry's text starts with.
  *
  *   $KOExportHeader$<name>CR LF
  *   $KOExportComments$<escaped comment>CR LF    (only for a non-blank comment)

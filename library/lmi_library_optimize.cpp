@@ -1,5 +1,5 @@
 /*
- * optimize.cpp: LMI_OptimizeLibrary, a library rewritten into the most
+ * lmi_library_optimize.cpp: LMI_OptimizeLibrary, a library rewritten into the most
  * compact form its format allows.
  *
  * The new file is laid out in full before a byte is written: the header,
@@ -24,13 +24,14 @@
 
 #include "library/bitmap.h"
 #include "library/block_io.h"
-#include "library/byte_order.h"
 #include "library/data_block.h"
 #include "library/entry_name.h"
 #include "library/exe_trailer.h"
 #include "library/handle_lifecycle.h"
 #include "library/listing.h"
+#include "library/magic.h"
 #include "library/node.h"
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 
 #include <algorithm>
@@ -75,7 +76,7 @@ class Layout {
     }
     uint32_t b = first;
     for (uint32_t i = 0; i < count; ++i, b = after(b)) {
-      if (uint64_t(b) * 512 + base_ > 0xFFFFFFFFull || !mark(b)) return 0;
+      if (uint64_t(b) * kBlockSize + base_ > 0xFFFFFFFFull || !mark(b)) return 0;
     }
     next_ = b;
     return first;
@@ -85,27 +86,27 @@ class Layout {
   }
 
   void set_base(uint32_t base) { base_ = base; }
-  uint32_t offset(uint32_t number) const { return base_ + (number - 1) * 512; }
+  uint32_t offset(uint32_t number) const { return base_ + (number - 1) * kBlockSize; }
   // The highest block in use, and the bitmap ranges up to it.
   uint32_t last_block() const { return last_; }
   uint32_t used_ranges() const { return (last_ - 1) / kBitsPerBitmap + 1; }
   // The 504 bitmap bytes of range k.
-  const uint8_t* bits(uint32_t k) const { return marks_ + size_t(k) * 504; }
+  const uint8_t* bits(uint32_t k) const { return marks_ + size_t(k) * kBitmapBitsBytes; }
 
  private:
   bool mark(uint32_t number) {
     uint32_t k = (number - 1) / kBitsPerBitmap, i = (number - 1) % kBitsPerBitmap;
     while (k >= ranges_) {
       uint32_t ranges = ranges_ ? ranges_ * 2 : 4;
-      void* grown = pool_.grow(marks_, size_t(ranges) * 504);
+      void* grown = pool_.grow(marks_, size_t(ranges) * kBitmapBitsBytes);
       if (!grown) return false;
       marks_ = static_cast<uint8_t*>(grown);
-      std::memset(marks_ + size_t(ranges_) * 504, 0, size_t(ranges - ranges_) * 504);
+      std::memset(marks_ + size_t(ranges_) * kBitmapBitsBytes, 0, size_t(ranges - ranges_) * kBitmapBitsBytes);
       // A range in use has its bitmap block, in its first block.
-      for (uint32_t r = ranges_; r < ranges; ++r) marks_[size_t(r) * 504] = r ? 0x80 : 0;
+      for (uint32_t r = ranges_; r < ranges; ++r) marks_[size_t(r) * kBitmapBitsBytes] = r ? 0x80 : 0;
       ranges_ = ranges;
     }
-    marks_[size_t(k) * 504 + i / 8] |= uint8_t(0x80 >> (i % 8));
+    marks_[size_t(k) * kBitmapBitsBytes + i / 8] |= uint8_t(0x80 >> (i % 8));
     last_ = number > last_ ? number : last_;
     return true;
   }
@@ -153,22 +154,22 @@ struct Optimizer {
     starts = pool.alloc_array<uint32_t>(count + 1);
     group_first = pool.alloc_array<uint32_t>(count + 2);
     node_at = pool.alloc_array<uint32_t>(count + 1);
-    batch = pool.alloc_array<uint8_t>(size_t(kBatchBlocks) * 512);
+    batch = pool.alloc_array<uint8_t>(size_t(kBatchBlocks) * kBlockSize);
     if (!starts || !group_first || !node_at || !batch) return LMI_E_DISK_FULL;
     if ((rc = plan()) != 0) return rc;
     if ((rc = copy_host()) != 0) return rc;
     if ((rc = write_nodes()) != 0) return rc;
     if (scc_length &&
-        (rc = copy_chain(load_u32(lib->header + kHeaderSccStart), scc_length, scc_start)) != 0)
+        (rc = copy_chain(load_le32(lib->header + kHeaderSccStart), scc_length, scc_start)) != 0)
       return rc;
     for (uint32_t i = 0; i < count && rc == 0; ++i)
       rc = copy_chain(entries[i].start(), entries[i].length(), starts[i]);
     if (rc == 0) rc = write_front();
     if (rc == 0) rc = write_bitmaps();
     if (rc == 0 && lib->in_host) {
-      uint8_t trailer[512];
+      uint8_t trailer[kBlockSize];
       build_trailer(trailer, lib->base);
-      rc = library_write(out, trailer, 512, uint64_t(layout.offset(layout.last_block())) + 512);
+      rc = library_write(out, trailer, kBlockSize, uint64_t(layout.offset(layout.last_block())) + kBlockSize);
     }
     return rc;
   }
@@ -176,7 +177,7 @@ struct Optimizer {
   // Places everything: nodes, the source-control chain, the entries' chains.
   int32_t plan() {
     layout.set_base(lib->base);
-    uint32_t node_blocks = g.node_size / 512;
+    uint32_t node_blocks = g.node_size / kBlockSize;
     if (!layout.reserve_front(3 + node_blocks)) return LMI_E_DISK_FULL;
     uint32_t used = 0;
     for (uint32_t i = 0; i < count; ++i) {
@@ -206,8 +207,8 @@ struct Optimizer {
 
   // The source-control stream, when there is one the library would read.
   uint32_t source_control_length() {
-    uint32_t first = load_u32(lib->header + kHeaderSccStart),
-             length = load_u32(lib->header + kHeaderSccLength);
+    uint32_t first = load_le32(lib->header + kHeaderSccStart),
+             length = load_le32(lib->header + kHeaderSccLength);
     if (!first || length < 4) return 0;
     uint8_t magic[4];
     lib->reader.begin(first, length);
@@ -256,13 +257,13 @@ struct Optimizer {
       uint32_t mid = s.lo + (s.hi - s.lo) / 2;
       init_node(node, g, s.parent ? layout.offset(s.parent) : 0);
       uint32_t left = subtree(s.lo, mid), right = subtree(mid + 1, s.hi);
-      store_u32(node + kNodeLeft, left ? layout.offset(left) : 0);
-      store_u32(node + kNodeRight, right ? layout.offset(right) : 0);
+      store_le32(node + kNodeLeft, left ? layout.offset(left) : 0);
+      store_le32(node + kNodeRight, right ? layout.offset(right) : 0);
       uint8_t record[kRecordHeaderSize + 2 * (LMI_MAX_NAME + 1)];
       for (uint32_t i = group_first[mid]; i < group_first[mid + 1]; ++i) {
         uint32_t size = kRecordHeaderSize + 2 * entries[i].name_units();
         std::memcpy(record, entries[i].bytes(), size);
-        store_u32(record + kRecordStart, starts[i] ? layout.offset(starts[i]) : 0);
+        store_le32(record + kRecordStart, starts[i] ? layout.offset(starts[i]) : 0);
         append_record_copy(node, g, record);
       }
       if (mid == nodes / 2 && s.lo == 0 && s.hi == nodes) {
@@ -282,20 +283,20 @@ struct Optimizer {
     lib->reader.begin(from, length);
     uint32_t blocks = blocks_for_bytes(length), in_batch = 0, batch_first = first, b = first;
     for (uint32_t i = 0; i < blocks; ++i) {
-      uint8_t* block = batch + size_t(in_batch) * 512;
+      uint8_t* block = batch + size_t(in_batch) * kBlockSize;
       uint32_t used = length - i * kPayloadPerBlock < kPayloadPerBlock
                           ? length - i * kPayloadPerBlock
                           : kPayloadPerBlock;
-      std::memset(block, 0, 512);
+      std::memset(block, 0, kBlockSize);
       put_magic(block, "DAT*");
       uint32_t next = Layout::after(b);
-      store_u32(block + kDataNext, i + 1 < blocks ? layout.offset(next) : 0);
-      store_u16(block + kDataUsed, uint16_t(used));
+      store_le32(block + kDataNext, i + 1 < blocks ? layout.offset(next) : 0);
+      store_le16(block + kDataUsed, uint16_t(used));
       if (lib->reader.read(block + kDataHeaderSize, used) != int32_t(used)) return LMI_E_IO;
       ++in_batch;
       // A batch goes out when full, at the end, or where the run steps over a bitmap block.
       if (in_batch == kBatchBlocks || i + 1 == blocks || next != b + 1) {
-        int32_t rc = library_write(out, batch, size_t(in_batch) * 512, layout.offset(batch_first));
+        int32_t rc = library_write(out, batch, size_t(in_batch) * kBlockSize, layout.offset(batch_first));
         if (rc) return rc;
         in_batch = 0;
         batch_first = next;
@@ -309,8 +310,8 @@ struct Optimizer {
   int32_t write_front() {
     uint8_t front[kHeaderBufferSize];
     std::memcpy(front, lib->header, kHeaderSize);
-    store_u32(front + kHeaderSccStart, scc_start ? layout.offset(scc_start) : 0);
-    store_u32(front + kHeaderSccLength, scc_length);
+    store_le32(front + kHeaderSccStart, scc_start ? layout.offset(scc_start) : 0);
+    store_le32(front + kHeaderSccLength, scc_length);
     bitmap_block(front + kFirstBitmapOffset, 0);
     std::memcpy(front + kRootOffset, root_, g.node_size);
     return library_write(out, front, kRootOffset + g.node_size, lib->base);
@@ -318,16 +319,16 @@ struct Optimizer {
 
   void bitmap_block(uint8_t* block, uint32_t k) {
     init_bitmap_block(block);
-    std::memcpy(block + 8, layout.bits(k), 504);
+    std::memcpy(block + kBitmapBits, layout.bits(k), kBitmapBitsBytes);
     uint32_t next = k + 1 < layout.used_ranges() ? layout.offset((k + 1) * kBitsPerBitmap + 1) : 0;
-    store_u32(block + 4, next);
+    store_le32(block + kBitmapNext, next);
   }
 
   int32_t write_bitmaps() {
-    uint8_t block[512];
+    uint8_t block[kBlockSize];
     for (uint32_t k = 1; k < layout.used_ranges(); ++k) {
       bitmap_block(block, k);
-      int32_t rc = library_write(out, block, 512, layout.offset(k * kBitsPerBitmap + 1));
+      int32_t rc = library_write(out, block, kBlockSize, layout.offset(k * kBitsPerBitmap + 1));
       if (rc) return rc;
     }
     return 0;

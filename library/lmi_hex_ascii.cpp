@@ -1,5 +1,5 @@
 /*
- * hex_ascii.cpp: an entry's bytes carried inside exported text.
+ * lmi_hex_ascii.cpp: an entry's bytes carried inside exported text.
  *
  *   (empty line)
  *   Start of Korvane Binary Data Section : Do NOT Edit
@@ -22,8 +22,8 @@
 #include <koshr/library.h>
 #include <koshr/lists.h>
 
-#include "library/byte_order.h"
 #include "library/library_handle.h"
+#include "platform/byte_order.h"
 #include "platform/utf16.h"
 #include "storage/u16_format.h"
 
@@ -38,7 +38,7 @@ constexpr uint32_t kMaxLine = 4000;
 const KOCHAR kStartMarker[] = u"Start of Korvane Binary Data Section : Do NOT Edit";
 const KOCHAR kEndMarker[] = u"End of Korvane Binary Data Section : No Source Expected After This Point";
 
-KOCHAR checksum_digit(uint32_t sum) { return KOCHAR(u"0123456789ABCDEF"[sum & 15]); }
+KOCHAR checksum_digit(uint32_t sum) { return KOCHAR(ko::kHexDigitsUpper[sum & 15]); }
 
 uint32_t words_for_chunk(uint32_t n) { return n < 2 ? 0 : (2 * n - 2 + 7) / 8; }
 
@@ -76,9 +76,9 @@ size_t data_line(const uint8_t* chunk, uint32_t n, KOCHAR* out) {
   uint32_t words = words_for_chunk(n), sum = 0;
   KOCHAR* at = out + 2;
   for (uint32_t w = 0; w < words; ++w) {
-    uint32_t value = ko::load_u32(chunk + 4 * w);
+    uint32_t value = ko::load_le32(chunk + 4 * w);
     sum += value;
-    for (int d = 7; d >= 0; --d) *at++ = KOCHAR(u"0123456789abcdef"[(value >> (4 * d)) & 15]);
+    for (int d = 7; d >= 0; --d) *at++ = KOCHAR(ko::kHexDigitsLower[(value >> (4 * d)) & 15]);
   }
   while (at < out + kLineDigits) *at++ = u'0';
   out[0] = u'2';
@@ -86,13 +86,6 @@ size_t data_line(const uint8_t* chunk, uint32_t n, KOCHAR* out) {
   *at++ = u'\r';
   *at++ = u'\n';
   return size_t(at - out);
-}
-
-int hex_value(KOCHAR c) {
-  if (c >= u'0' && c <= u'9') return c - u'0';
-  if (c >= u'a' && c <= u'f') return c - u'a' + 10;
-  if (c >= u'A' && c <= u'F') return c - u'A' + 10;
-  return -1;
 }
 
 // One piece of at most 3996 characters back into bytes; the byte count.
@@ -104,11 +97,11 @@ uint32_t decode_piece(const KOCHAR* piece, size_t length, uint8_t* out) {
   for (size_t at = 2; at + 8 <= length; at += 8) {
     uint32_t value = 0;
     for (size_t i = 0; i < 8; ++i) {
-      int digit = hex_value(piece[at + i]);
-      if (digit < 0) break;
+      int digit = ko::digit_value(piece[at + i]);
+      if (digit >= 16) break;
       value = value << 4 | uint32_t(digit);
     }
-    ko::store_u32(out + bytes, value);
+    ko::store_le32(out + bytes, value);
     bytes += 4;
   }
   return bytes;

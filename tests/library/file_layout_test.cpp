@@ -1,4 +1,4 @@
-// format_test.cpp: the bytes a library holds on disk.
+// file_layout_test.cpp: the bytes a library holds on disk.
 #include "library_fixture.h"
 
 #include <cstring>
@@ -7,12 +7,9 @@ using namespace library_test;
 
 namespace {
 
-uint32_t u32_at(const Bytes& b, size_t at) { return b[at] | b[at + 1] << 8 | b[at + 2] << 16 | uint32_t(b[at + 3]) << 24; }
-uint16_t u16_at(const Bytes& b, size_t at) { return uint16_t(b[at] | b[at + 1] << 8); }
+class FileLayoutTest : public LibraryTest {};
 
-class FormatTest : public LibraryTest {};
-
-TEST_F(FormatTest, NewLibraryIsHeaderBitmapAndEmptyRoot) {
+TEST_F(FileLayoutTest, NewLibraryIsHeaderBitmapAndEmptyRoot) {
   create("fresh.kol", u"hello");
   Bytes b = file_bytes("fresh.kol");
   ASSERT_EQ(b.size(), 4608u);
@@ -35,7 +32,7 @@ TEST_F(FormatTest, NewLibraryIsHeaderBitmapAndEmptyRoot) {
   expect_sound(path("fresh.kol"));
 }
 
-TEST_F(FormatTest, EntryRecordAndDataBlocks) {
+TEST_F(FileLayoutTest, EntryRecordAndDataBlocks) {
   struct Case {
     size_t size;
     uint32_t blocks;
@@ -45,7 +42,7 @@ TEST_F(FormatTest, EntryRecordAndDataBlocks) {
     std::string lib = "e" + std::to_string(c.size) + ".kol";
     std::u16string p = create(lib);
     LMI_HANDLE h = open(p);
-    ASSERT_EQ(put(h, "w_main.win", pattern(c.size, 7)), 0);
+    ASSERT_EQ(put(h, "report.txt", pattern(c.size, 7)), 0);
     ASSERT_EQ(LMI_CloseLibrary(h), 0);
     Bytes b = file_bytes(lib);
     // The record is the root's first.
@@ -77,10 +74,10 @@ TEST_F(FormatTest, EntryRecordAndDataBlocks) {
   }
 }
 
-TEST_F(FormatTest, CommentLeadsTheStream) {
+TEST_F(FileLayoutTest, CommentLeadsTheStream) {
   std::u16string p = create();
   LMI_HANDLE h = open(p);
-  ASSERT_EQ(put(h, "a.srd", pattern(100, 1), u"  hello  "), 0);
+  ASSERT_EQ(put(h, "a.dat", pattern(100, 1), u"  hello  "), 0);
   LMI_CloseLibrary(h);
   Bytes b = file_bytes("lib.kol");
   size_t rec = 1536 + 32;
@@ -92,19 +89,19 @@ TEST_F(FormatTest, CommentLeadsTheStream) {
   EXPECT_EQ(b[block + 20], pattern(100, 1)[0]);
 }
 
-TEST_F(FormatTest, KindByFirstSixBytes) {
+TEST_F(FileLayoutTest, KindByFirstSixBytes) {
   struct Case {
     const char* bytes;
     size_t size;
     int32_t kind;
   } cases[] = {{"HDR*Korvane", 11, 1}, {"HDR*K\0o\0", 8, 0}, {"HDR*X\0", 6, -1}, {"HDR", 3, -1}};
   for (const Case& c : cases) {
-    std::ofstream(file("k.bin"), std::ios::binary).write(c.bytes, std::streamsize(c.size));
-    EXPECT_EQ(LMI_GetKOLBinaryType(pool_, path("k.bin").c_str()), c.kind) << c.bytes;
+    ko_test::write_bytes(folder_.file("k.bin"), std::string(c.bytes, c.size));
+    EXPECT_EQ(LMI_GetKOLBinaryType(storage_, path("k.bin").c_str()), c.kind) << c.bytes;
   }
-  EXPECT_EQ(LMI_GetKOLBinaryType(pool_, path("missing.kol").c_str()), -1);
-  std::ofstream(file("ansi.kol"), std::ios::binary) << "HDR*Korvane" << std::string(5000, '\0');
-  EXPECT_EQ(LMI_OpenLibrary(pool_, path("ansi.kol").c_str(), LMI_MODE_READ, 0), nullptr);
+  EXPECT_EQ(LMI_GetKOLBinaryType(storage_, path("missing.kol").c_str()), -1);
+  ko_test::write_bytes(folder_.file("ansi.kol"), "HDR*Korvane" + std::string(5000, '\0'));
+  EXPECT_EQ(LMI_OpenLibrary(storage_, path("ansi.kol").c_str(), LMI_MODE_READ, 0), nullptr);
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 /*
- * special_chars.cpp: the tilde escaping of texts in export headers.
+ * lmi_tilde_escaping.cpp: the tilde escaping of texts in export headers.
  *
  *   tab "~t"   line feed "~n"   carriage return "~r"   tilde "~~"
  *
@@ -13,25 +13,19 @@
 
 namespace {
 
-KOCHAR escape_letter(KOCHAR c) {
-  switch (c) {
-    case u'\t': return u't';
-    case u'\n': return u'n';
-    case u'\r': return u'r';
-    case u'~': return u'~';
-    default: return 0;
+// Each escaped character and the letter that stands for it after the tilde.
+constexpr KOCHAR kEscapes[][2] = {{u'\t', u't'}, {u'\n', u'n'}, {u'\r', u'r'}, {u'~', u'~'}};
+
+// The other half of the pair whose half `side` is `c`; 0 when none is.
+KOCHAR other_half(KOCHAR c, int side) {
+  for (const auto& pair : kEscapes) {
+    if (pair[side] == c) return pair[1 - side];
   }
+  return 0;
 }
 
-KOCHAR unescape_letter(KOCHAR c) {
-  switch (c) {
-    case u't': return u'\t';
-    case u'n': return u'\n';
-    case u'r': return u'\r';
-    case u'~': return u'~';
-    default: return 0;
-  }
-}
+KOCHAR escape_letter(KOCHAR c) { return other_half(c, 0); }
+KOCHAR unescape_letter(KOCHAR c) { return other_half(c, 1); }
 
 KOCHAR* alloc_text(KostgContext* pool, size_t units) {
   return static_cast<KOCHAR*>(kostg_alc(pool, 2 * (units + 1), nullptr));

@@ -14,7 +14,7 @@ namespace saveas_test {
 namespace {
 
 using koshr_tool::CellValue;
-using koshr_tool::ColumnSpec;
+using koshr_tool::ExportColumn;
 
 class VectorRows final : public koshr_tool::RowSource {
  public:
@@ -33,7 +33,7 @@ class VectorRows final : public koshr_tool::RowSource {
   size_t at_ = 0;
 };
 
-const std::vector<ColumnSpec> kColumns = {{"name", KOSAVE_STRING, -1},
+const std::vector<ExportColumn> kColumns = {{"name", KOSAVE_STRING, -1},
                                           {"ratio", KOSAVE_DOUBLE, 0},
                                           {"price", KOSAVE_DECIMAL, 2},
                                           {"at", KOSAVE_DATETIME, 0}};
@@ -83,7 +83,7 @@ TEST(RowSpoolTest, ReadsBackEveryValueAndMeasuresStrings) {
 }
 
 TEST_F(SaveTest, UnknownCountAndWidthsSaveAsKnownOnes) {
-  std::vector<ColumnSpec> known = kColumns;
+  std::vector<ExportColumn> known = kColumns;
   known[0].width = 16;
   for (const koshr_tool::SaveFormat& format : koshr_tool::save_formats()) {
     std::string bytes[2];
@@ -121,7 +121,7 @@ TEST_F(SaveTest, AFailedSourceLeavesTheTargetAsItWas) {
     EXPECT_EQ(read_bytes(path(name)), "before");
   }
   using Entries = std::filesystem::directory_iterator;
-  EXPECT_EQ(std::distance(Entries(folder_), Entries()), 2) << "no staging folder left";
+  EXPECT_EQ(std::distance(Entries(folder_.path()), Entries()), 2) << "no staging folder left";
 }
 
 #ifndef _WIN32
@@ -140,7 +140,7 @@ TEST_F(SaveTest, ASignalRemovesTheStagedFileAndKeepsTheTarget) {
   }
   EXPECT_EQ(read_bytes(path("target.csv")), "before");
   using Entries = std::filesystem::directory_iterator;
-  EXPECT_EQ(std::distance(Entries(folder_), Entries()), 1) << "only the target";
+  EXPECT_EQ(std::distance(Entries(folder_.path()), Entries()), 1) << "only the target";
 }
 #endif
 
