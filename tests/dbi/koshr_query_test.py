@@ -188,7 +188,8 @@ check(not [n for n in os.listdir(FOLDER) if n.startswith(".koshr-")], "a staging
 # execute. The same statement cut short before the failing row succeeds.
 if SERVER:
     koshr("query", "--connect", CONNECT, "DROP TABLE IF EXISTS stream")
-    koshr("query", "--connect", CONNECT, "CREATE TABLE stream AS SELECT generate_series(1, 6000) AS n")
+    koshr("query", "--connect", CONNECT,
+          "CREATE TABLE stream AS SELECT generate_series(1, 6000) AS n")
     failing, fails_with, streaming = "1 / (n - {row})", b"division by zero", CONNECT
 else:
     with sqlite3.connect(f"{FOLDER}/shop.db") as db:
