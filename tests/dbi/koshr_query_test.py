@@ -181,6 +181,37 @@ if not SERVER:
 check(open(f"{FOLDER}/kept.csv").read() == "before", "the target was touched")
 check(not [n for n in os.listdir(FOLDER) if n.startswith(".koshr-")], "a staging folder was left")
 
+# A statement that fails after thousands of rows have streamed (the rows are
+# read on a thread of their own while the first ones are written): exit 1,
+# the database's message, no file, no staging folder. SQLite's driver steps
+# through the result only with StepAPI=1; without it the failure comes at
+# execute. The same statement cut short before the failing row succeeds.
+if SERVER:
+    koshr("query", "--connect", CONNECT, "DROP TABLE IF EXISTS stream")
+    koshr("query", "--connect", CONNECT,
+          "CREATE TABLE stream AS SELECT generate_series(1, 6000) AS n")
+    failing, fails_with, streaming = "1 / (n - {row})", b"division by zero", CONNECT
+else:
+    with sqlite3.connect(f"{FOLDER}/shop.db") as db:
+        db.execute("CREATE TABLE stream (n integer)")
+        db.execute("WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM c WHERE n < 6000)"
+                   " INSERT INTO stream SELECT n FROM c")
+    failing, fails_with = "abs(-9223372036854775808)", b"integer overflow"
+    streaming = CONNECT + ";StepAPI=1"
+for row, extension in ((1, "csv"), (5000, "csv"), (5000, "slk"), (5999, "xml")):
+    # No ORDER BY: a sort would evaluate every row before the first is sent.
+    select = (f"SELECT n, 'row ' || n, CASE WHEN n = {row} THEN {failing.format(row=row)} END"
+              " FROM stream")
+    out = f"{FOLDER}/stream.{extension}"
+    run = koshr("query", "--connect", streaming, "-o", out, select, status=1)
+    check(run.stderr.startswith(b"koshr: query: ") and fails_with in run.stderr,
+          f"failing at row {row}: {run.stderr!r}")
+    check(not os.path.exists(out), f"failing at row {row}: {extension} file left")
+    check(not [n for n in os.listdir(FOLDER) if n.startswith(".koshr-")],
+          f"failing at row {row}: a staging folder was left")
+    run = koshr("query", "--connect", streaming, "--as", "csv", select + f" LIMIT {row - 1}")
+    check(run.stdout.count(b"\n") == row, f"the rows before row {row}: {run.stdout[-80:]!r}")
+
 # SIGTERM while the rows stream: the process ends by the signal and leaves nothing.
 if not SERVER and os.name == "posix":
     with sqlite3.connect(f"{FOLDER}/shop.db") as db:

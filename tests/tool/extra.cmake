@@ -1,13 +1,14 @@
 # test_tool: the koshr tool's own parts (its UTF-8 conversion and argument
 # parser, the CSV reader and column typing of `koshr saveas`, the streaming
-# export) built from the tool's sources, with the save-as tests' table helpers,
-# and the tool itself run when it is built.
+# export and its read-ahead thread) built from the tool's sources, with the
+# save-as tests' table helpers, and the tool itself run when it is built.
 target_sources(${test_target} PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/saveas/export_table.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/cli.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/csv_reader.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/decimal_text.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/export_stream.cpp
+  ${PROJECT_SOURCE_DIR}/tools/koshr/read_ahead.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/row_spool.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/saveas_columns.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/staged_output.cpp

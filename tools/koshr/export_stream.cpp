@@ -11,6 +11,7 @@
 #include <filesystem>
 
 #include "cli.h"
+#include "read_ahead.h"
 #include "row_spool.h"
 #include "staged_output.h"
 #include "utf.h"
@@ -145,11 +146,15 @@ ExportOutcome stream_export(const ExportSettings& settings, std::vector<ExportCo
   bool sizes_ahead = settings.format && settings.format->sizes_ahead;
   bool widths_unknown = false;
   for (const ExportColumn& column : columns) widths_unknown |= column.width < 0;
+  // The rows are read on a thread of their own from the first one asked
+  // for: by then the exporter has begun (it changes the working folder for a
+  // moment), or the spool takes them all before it does.
+  ReadAheadRows ahead(rows);
   RowSpool spool(columns);
-  RowSource* source = &rows;
+  RowSource* source = &ahead;
   if (sizes_ahead && (row_count < 0 || widths_unknown)) {
     std::string why;
-    if (!spool.fill(rows, why)) return {false, true, why};
+    if (!spool.fill(ahead, why)) return {false, true, why};
     row_count = spool.row_count();
     for (size_t c = 0; c < columns.size(); ++c) {
       if (columns[c].width < 0) columns[c].width = spool.longest(c);

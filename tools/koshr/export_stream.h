@@ -3,7 +3,9 @@
  * exporters, used by `koshr saveas` and `koshr query --as`.
  *
  * Columns (name and type) and a source of rows go in; the rows stream one at
- * a time into the exporter, so memory stays flat whatever their number. A
+ * a time into the exporter, so memory stays flat whatever their number, and
+ * are read ahead on a thread of their own (read_ahead.h) while the exporter
+ * writes the ones before them. A
  * format that writes the row count or the column widths ahead gets them from
  * the caller or, when the caller cannot know them, from a spool on disk. The
  * file is staged (staged_output.h): a failed or interrupted export leaves
@@ -40,7 +42,8 @@ const SaveFormat* find_save_format(const std::string& name, const std::string& o
 int32_t encoding_from_name(const std::string& name);
 
 // Where rows come from. next() fills `row` with one value per column and
-// returns true; false at the end, or on a failure with `why` set.
+// returns true; false at the end, or on a failure with `why` set. An export
+// calls it from a thread of its own, one call at a time.
 class RowSource {
  public:
   virtual ~RowSource() = default;
