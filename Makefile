@@ -101,9 +101,9 @@ CLANG_FORMAT ?= clang-format-14
 FORMAT_FILES = $(shell git ls-files '*.c' '*.cpp' '*.h' 2>/dev/null || \
 	find . -path ./build -prune -o \( -name '*.c' -o -name '*.cpp' -o -name '*.h' \) -print)
 format:
-	$(CLANG_FORMAT) -i $(FORMAT_FILES)
+	@$(CLANG_FORMAT) -i $(FORMAT_FILES)
 format-check:
-	$(CLANG_FORMAT) --dry-run --Werror $(FORMAT_FILES)
+	@$(CLANG_FORMAT) --dry-run --Werror $(FORMAT_FILES) && echo "format-check: every file in the house style"
 
 clean:
 	rm -rf build
