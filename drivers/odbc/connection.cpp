@@ -140,6 +140,12 @@ void connect(DbiContext* context, bool from_connect_strings) {
   connection->connected = true;
   SQLGetInfoW(connection->handle, SQL_GETDATA_EXTENSIONS, &connection->getdata_extensions,
               sizeof connection->getdata_extensions, nullptr);
+  SQLWCHAR driver_name[128] = {};
+  if (succeeded(SQLGetInfoW(connection->handle, SQL_DRIVER_NAME, driver_name,
+                            sizeof driver_name - sizeof(SQLWCHAR), nullptr))) {
+    const std::u16string name = lower_ascii(reinterpret_cast<const KOCHAR*>(driver_name));
+    connection->utf8_sql_text = name.find(u"sqlite3odbc") != std::u16string::npos;
+  }
   if (!apply_settings(context, connection)) {
     free_handles(connection);
     delete connection;

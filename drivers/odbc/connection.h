@@ -22,6 +22,10 @@ struct Connection {
   bool in_transaction = false;  // between DBI_Begin and commit or roll back
   Settings settings;
   SQLUINTEGER getdata_extensions = 0;  // SQL_GD_*: what SQLGetData may do after a bound fetch
+  // SQLite's ODBC driver keeps only the low byte of each unit of wide SQL
+  // text (its wide data is sound): its statements are prepared through the
+  // narrow call, in UTF-8, which it reads as UTF-8.
+  bool utf8_sql_text = false;
   std::vector<Statement*> statements;  // every statement not yet closed by 247
 };
 

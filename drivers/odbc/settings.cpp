@@ -86,14 +86,6 @@ void append_attribute(std::u16string& out, const char* name, const KOCHAR* value
   out += u';';
 }
 
-std::u16string lower_ascii(const std::u16string& text) {
-  std::u16string out(text);
-  for (KOCHAR& c : out) {
-    if (c >= u'A' && c <= u'Z') c = static_cast<KOCHAR>(c + 32);
-  }
-  return out;
-}
-
 // The value of attribute `name` (lower case) in a connection string, and
 // whether it is there. Values may be braced ("{a;b}").
 bool find_attribute(const std::u16string& lower, const std::u16string& name,
@@ -138,6 +130,14 @@ const StreamingRule kStreaming[] = {
 };
 
 }  // namespace
+
+std::u16string lower_ascii(const std::u16string& text) {
+  std::u16string out(text);
+  for (KOCHAR& c : out) {
+    if (c >= u'A' && c <= u'Z') c = static_cast<KOCHAR>(c + 32);
+  }
+  return out;
+}
 
 std::u16string streaming_connect_string(const std::u16string& connect, uint32_t fetch_block,
                                         Streaming mode) {

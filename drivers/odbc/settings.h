@@ -47,6 +47,9 @@ bool read_settings(DbiContext* context, Settings& settings, std::u16string& erro
 // names stream its results (PostgreSQL's "UseDeclareFetch=1" and a "Fetch" of
 // `fetch_block` rows, at least 1000; with kAll SQLite's "StepAPI=1"), each
 // added only when the string does not set it already.
+// The text with A-Z turned to a-z and nothing else changed.
+std::u16string lower_ascii(const std::u16string& text);
+
 std::u16string streaming_connect_string(const std::u16string& connect, uint32_t fetch_block,
                                         Streaming mode);
 

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <string>
 
 #include "drivers/odbc/diagnostics.h"
 
@@ -281,6 +282,35 @@ bool decode_row(DbiContext* context, Statement* statement, uint32_t row, uint32_
   return true;
 }
 
+// UTF-16 as UTF-8; an unpaired surrogate becomes U+FFFD.
+std::string utf8_of(const KOCHAR* text) {
+  std::string out;
+  for (const KOCHAR* p = text; *p != 0; ++p) {
+    char32_t code = *p;
+    if (code >= 0xD800 && code < 0xDC00 && p[1] >= 0xDC00 && p[1] < 0xE000) {
+      code = 0x10000 + ((code - 0xD800) << 10) + (char32_t(*++p) - 0xDC00);
+    } else if (code >= 0xD800 && code < 0xE000) {
+      code = 0xFFFD;
+    }
+    if (code < 0x80) {
+      out += char(code);
+    } else if (code < 0x800) {
+      out += char(0xC0 | (code >> 6));
+      out += char(0x80 | (code & 0x3F));
+    } else if (code < 0x10000) {
+      out += char(0xE0 | (code >> 12));
+      out += char(0x80 | ((code >> 6) & 0x3F));
+      out += char(0x80 | (code & 0x3F));
+    } else {
+      out += char(0xF0 | (code >> 18));
+      out += char(0x80 | ((code >> 12) & 0x3F));
+      out += char(0x80 | ((code >> 6) & 0x3F));
+      out += char(0x80 | (code & 0x3F));
+    }
+  }
+  return out;
+}
+
 }  // namespace
 
 Statement* prepare(DbiContext* context, Connection* connection, const KOCHAR* sql) {
@@ -292,7 +322,12 @@ Statement* prepare(DbiContext* context, Connection* connection, const KOCHAR* sq
     delete statement;
     return nullptr;
   }
-  rc = SQLPrepareW(statement->handle, wide(sql), SQL_NTS);
+  if (connection->utf8_sql_text) {
+    std::string text = utf8_of(sql);
+    rc = SQLPrepare(statement->handle, reinterpret_cast<SQLCHAR*>(text.data()), SQL_NTS);
+  } else {
+    rc = SQLPrepareW(statement->handle, wide(sql), SQL_NTS);
+  }
   if (!check(context, statement, rc)) {
     SQLFreeHandle(SQL_HANDLE_STMT, statement->handle);
     delete statement;

@@ -593,6 +593,26 @@ TEST_F(OdbcDriverTest, ReadsTheCatalogTablesIntoTheFrontEndsTables) {
   EXPECT_EQ(holder.style, nullptr);
 }
 
+// Text written in the statement itself, not bound: every unit of a literal
+// reaches the database, past Latin-1 and past the BMP, and comes back whole.
+TEST_F(OdbcDriverTest, TextInTheStatementItselfReachesTheDatabaseWhole) {
+  DbiContext* context = connect();
+  fresh_table(context, u"w", u"n integer PRIMARY KEY, word varchar(20)");
+  run(context, u"INSERT INTO w VALUES (1, 'caf\u00e9'), (2, '\u6f22\u5b57'), (3, '\U0001F600')");
+  const struct {
+    const char16_t* sql;
+    std::string expected;
+  } cases[] = {
+      {u"SELECT '\u6f22\u5b57\U0001F600'", "text 28450 23383 55357 56832"},
+      {u"SELECT n FROM w WHERE word = '\u6f22\u5b57'", "int 2"},
+      {u"SELECT n FROM w WHERE word = '\U0001F600'", "int 3"},
+      {u"SELECT n FROM w WHERE word = 'caf\u00e9'", "int 1"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(single(context, c.sql), c.expected) << narrow(c.sql);
+  DBI_Disconnect(context);
+  open_.clear();
+}
+
 TEST_F(OdbcDriverTest, ErrorsCarryTheSqlStateAndLeaveTheConnectionUsable) {
   DbiContext* context = connect();
   fresh_table(context, u"e", u"n integer PRIMARY KEY");

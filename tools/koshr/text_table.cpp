@@ -10,7 +10,7 @@
 namespace koshr_tool {
 namespace {
 
-// Characters, not bytes; line breaks inside a value show as spaces.
+// Line breaks inside a value show as spaces.
 std::string one_line(const std::string& text) {
   std::string line = text;
   std::replace(line.begin(), line.end(), '\n', ' ');
@@ -19,9 +19,45 @@ std::string one_line(const std::string& text) {
   return line;
 }
 
+// Terminal columns a code point takes: 0 for combining marks and joiners,
+// 2 for East Asian wide and fullwidth forms and emoji, 1 for the rest.
+int columns_of(char32_t code) {
+  struct Range {
+    char32_t first, last;
+  };
+  static const Range kZero[] = {{0x0300, 0x036F}, {0x1AB0, 0x1AFF}, {0x200B, 0x200F},
+                                {0x20D0, 0x20FF}, {0xFE00, 0xFE0F}, {0xFE20, 0xFE2F}};
+  static const Range kWide[] = {
+      {0x1100, 0x115F},   {0x2E80, 0x303E},   {0x3041, 0x33FF},   {0x3400, 0x4DBF},
+      {0x4E00, 0x9FFF},   {0xA000, 0xA4CF},   {0xAC00, 0xD7A3},   {0xF900, 0xFAFF},
+      {0xFE30, 0xFE4F},   {0xFF00, 0xFF60},   {0xFFE0, 0xFFE6},   {0x1F300, 0x1F64F},
+      {0x1F680, 0x1F6FF}, {0x1F900, 0x1F9FF}, {0x1FA70, 0x1FAFF}, {0x20000, 0x3FFFD}};
+  for (const Range& range : kZero) {
+    if (code >= range.first && code <= range.last) return 0;
+  }
+  for (const Range& range : kWide) {
+    if (code >= range.first && code <= range.last) return 2;
+  }
+  return 1;
+}
+
+// The columns a line of UTF-8 takes on a terminal.
 size_t characters(const std::string& text) {
   size_t count = 0;
-  for (char c : text) count += (static_cast<unsigned char>(c) & 0xC0) != 0x80;
+  for (size_t i = 0; i < text.size();) {
+    const unsigned char lead = static_cast<unsigned char>(text[i]);
+    const size_t length = lead < 0x80    ? 1
+                          : lead >= 0xF0 ? 4
+                          : lead >= 0xE0 ? 3
+                          : lead >= 0xC0 ? 2
+                                         : 1;
+    char32_t code = length == 1 ? lead : lead & (0x7F >> length);
+    for (size_t k = 1; k < length && i + k < text.size(); ++k) {
+      code = (code << 6) | (static_cast<unsigned char>(text[i + k]) & 0x3F);
+    }
+    count += size_t(columns_of(code));
+    i += length;
+  }
   return count;
 }
 
