@@ -154,6 +154,12 @@ run = koshr("query", "--connect", CONNECT, "--param", "2", "SELECT id, name FROM
 lines = run.stdout.decode().splitlines()
 check(lines == [" id | name", "----+------", "  2 | NULL", "(1 row)"], f"table: {lines}")
 
+# Aligned on a terminal's columns: wide characters take two, combining marks none.
+run = koshr("query", "--connect", CONNECT,
+            "SELECT 'ab' AS t UNION ALL SELECT '\u6f22\u5b57' UNION ALL SELECT 'e\u0301' ORDER BY 1")
+lines = run.stdout.decode().splitlines()
+check(lines == [" t", "------", " ab", " e\u0301", " \u6f22\u5b57", "(3 rows)"], f"wide table: {lines}")
+
 # Statements without a result, and errors.
 run = koshr("query", "--connect", CONNECT, "UPDATE goods SET ratio = 2 WHERE id > ?", "--param", "3")
 check(run.stdout == b"2 rows affected\n", f"update: {run.stdout!r}")
