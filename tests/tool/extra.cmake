@@ -9,6 +9,7 @@ target_sources(${test_target} PRIVATE
   ${PROJECT_SOURCE_DIR}/tools/koshr/decimal_text.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/export_stream.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/read_ahead.cpp
+  ${PROJECT_SOURCE_DIR}/tools/koshr/row_codec.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/row_spool.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/saveas_columns.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/staged_output.cpp

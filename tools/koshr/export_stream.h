@@ -58,6 +58,7 @@ struct ExportSettings {
   int32_t encoding = KOSAVE_ENCODING_UTF8;
   bool culture_given = false;
   std::string culture;  // UTF-8, key=value pairs separated by TAB
+  bool read_ahead = true;  // read the rows on a thread of their own (read_ahead.h)
 };
 
 struct ExportOutcome {
