@@ -64,10 +64,7 @@ class NothingLostTest : public LibraryTest {
         std::u16string p = fresh_copy(what);
         LMI_HANDLE h = open(p);
         ASSERT_NE(h, nullptr);
-        ko::os::WriteFault fault;
-        fault.kind = kind;
-        fault.after_calls = call;
-        ko::os::set_write_fault(fault);
+        ko::os::set_write_fault({kind, call});
         op(h);
         LMI_CloseLibrary(h);
         uint64_t calls = ko::os::write_calls_seen();
@@ -109,10 +106,7 @@ class NothingLostTest : public LibraryTest {
         raise(SIGKILL);
         return ko::os::kAnswerCancel;
       });
-      ko::os::WriteFault fault;
-      fault.kind = ko::os::WriteFaultKind::kFail;
-      fault.after_calls = call;
-      ko::os::set_write_fault(fault);
+      ko::os::set_write_fault({ko::os::WriteFaultKind::kFail, call});
       op(h);
       LMI_CloseLibrary(h);
       _exit(0);
