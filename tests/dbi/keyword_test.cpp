@@ -61,7 +61,6 @@ TEST_F(ScanTest, LookForKeyWordSkipsLiteralsAndComments) {
       {u" where x = 1", u"where", 1, 0},
       {u",where x = 1", u"where", 1, 0},
       {u"(where x = 1", u"where", 0, 0},
-      {u"xwhere x = 1", u"where", 0, 0},
       {u" select 'open", u"open", 0, 0},
       {u" ", u"where", 0, 0},
   };

@@ -85,16 +85,20 @@ bool on_postgres() {
   return connect != nullptr && std::strstr(connect, "PostgreSQL") != nullptr;
 }
 
-DbiValue integer(int32_t v) {
+DbiValue typed(int32_t type) {
   DbiValue value{};
-  value.type = DBI_TYPE_INTEGER;
+  value.type = type;
+  return value;
+}
+
+DbiValue integer(int32_t v) {
+  DbiValue value = typed(DBI_TYPE_INTEGER);
   value.as.integer = v;
   return value;
 }
 
 DbiValue text(const std::u16string& v) {
-  DbiValue value{};
-  value.type = DBI_TYPE_TEXT;
+  DbiValue value = typed(DBI_TYPE_TEXT);
   value.length = static_cast<uint32_t>(v.size());
   value.as.text = v.c_str();
   return value;
@@ -156,6 +160,18 @@ std::string show(const DbiValue& v) {
     }
   }
   return "?";
+}
+
+// A failure's message opens with its five-character SQL state and ": ".
+void expect_state_message(const DbiContext* context, const char* state = nullptr) {
+  EXPECT_NE(context->return_code, 0);
+  EXPECT_NE(context->sql_code, 0);
+  const std::string message = narrow(context->message);
+  ASSERT_GT(message.size(), 7u) << message;
+  EXPECT_EQ(message.substr(5, 2), ": ") << message;
+  if (state != nullptr) {
+    EXPECT_EQ(message.substr(0, 5), state) << message;
+  }
 }
 
 class OdbcDriverTest : public ko_test::StorageTest {
@@ -292,14 +308,7 @@ TEST_F(OdbcDriverTest, ConnectionFailuresReportTheirSqlState) {
     DbiContext* context = nullptr;
     DBI_LogIn(storage_, u"ODBC", nullptr, nullptr, nullptr, c.dbparm, 0, &context);
     ASSERT_NE(context, nullptr);
-    EXPECT_NE(context->return_code, 0);
-    EXPECT_NE(context->sql_code, 0);
-    const std::string message = narrow(context->message);
-    ASSERT_GT(message.size(), 7u);
-    EXPECT_EQ(message.substr(5, 2), ": ") << message;
-    if (c.state != nullptr) {
-      EXPECT_EQ(message.substr(0, 5), c.state) << message;
-    }
+    expect_state_message(context, c.state);
     EXPECT_EQ(context->driver_connection, nullptr);
     DBI_Disconnect(context);
   }
@@ -308,7 +317,7 @@ TEST_F(OdbcDriverTest, ConnectionFailuresReportTheirSqlState) {
 TEST_F(OdbcDriverTest, EveryValueTypeRoundTripsExactly) {
   DbiContext* context = connect();
   const bool pg = on_postgres();
-  DbiValue v{};
+  DbiValue v;
   struct Case {
     const char16_t* column;
     DbiValue value;
@@ -317,12 +326,10 @@ TEST_F(OdbcDriverTest, EveryValueTypeRoundTripsExactly) {
   std::vector<Case> cases;
   v = integer(-2147483647 - 1);
   cases.push_back({u"integer", v, "int -2147483648"});
-  v = DbiValue{};
-  v.type = DBI_TYPE_BIGINT;
+  v = typed(DBI_TYPE_BIGINT);
   v.as.bigint = INT64_MAX;
   cases.push_back({u"bigint", v, "bigint 9223372036854775807"});
-  v = DbiValue{};
-  v.type = DBI_TYPE_DECIMAL;
+  v = typed(DBI_TYPE_DECIMAL);
   v.as.decimal.scale = 2;
   v.as.decimal.sign = KODECIMAL_NEGATIVE;
   v.as.decimal.lo64 = 1234567890123ull;  // -12345678901.23: fifteen digits
@@ -332,36 +339,29 @@ TEST_F(OdbcDriverTest, EveryValueTypeRoundTripsExactly) {
     v.as.decimal.scale = 10;
     v.as.decimal.hi32 = 0x3F;  // 28 digits: 1162.2460598322176331432526 ...
     v.as.decimal.lo64 = 0x0123456789ABCDEFull;
-    KODECIMAL d = v.as.decimal;
-    cases.push_back({u"numeric(38,10)", v, "decimal " + decimal_string(d)});
+    cases.push_back({u"numeric(38,10)", v, "decimal " + decimal_string(v.as.decimal)});
   }
-  v = DbiValue{};
-  v.type = DBI_TYPE_DOUBLE;
+  v = typed(DBI_TYPE_DOUBLE);
   v.as.dbl = 0.1;
   char expected_double[64];
   std::snprintf(expected_double, sizeof expected_double, "double %a", 0.1);
   cases.push_back({u"double precision", v, expected_double});
-  v = DbiValue{};
-  v.type = DBI_TYPE_REAL;
+  v = typed(DBI_TYPE_REAL);
   v.as.real = 1.5f;
   cases.push_back({u"real", v, pg ? "real 0x1.8p+0" : "double 0x1.8p+0"});
-  v = DbiValue{};
-  v.type = DBI_TYPE_DATE;
+  v = typed(DBI_TYPE_DATE);
   v.as.datetime = KODATETIME{0, 124, 1, 29, 0, 0, 0, 0};
   cases.push_back({u"date", v, "dt6 2024-02-29 00:00:00.000000"});
-  v = DbiValue{};
-  v.type = DBI_TYPE_TIME;
+  v = typed(DBI_TYPE_TIME);
   v.as.datetime = KODATETIME{654321, 0, 0, 0, 23, 59, 58, 0};
   cases.push_back({u"time(6)", v, "dt7 1900-01-00 23:59:58.654321"});
-  v = DbiValue{};
-  v.type = DBI_TYPE_TIMESTAMP;
+  v = typed(DBI_TYPE_TIMESTAMP);
   v.as.datetime = KODATETIME{123456, 99, 11, 31, 13, 45, 7, 0};
   cases.push_back({u"timestamp(6)", v, "dt8 1999-12-31 13:45:07.123456"});
   const std::u16string unicode = u"a\u00e9\u20ac\U0001F600z";
   cases.push_back({u"varchar(40)", text(unicode), "text 97 233 8364 55357 56832 122"});
   static const uint8_t kBytes[] = {0, 255, 1, 128, 0};
-  v = DbiValue{};
-  v.type = DBI_TYPE_BINARY;
+  v = typed(DBI_TYPE_BINARY);
   v.length = sizeof kBytes;
   v.as.binary = kBytes;
   cases.push_back({pg ? u"bytea" : u"blob", v, "binary 0 255 1 128 0"});
@@ -457,9 +457,8 @@ TEST_F(OdbcDriverTest, FetchesInBlocksAcrossBoundariesAndLongValuesWhole) {
     EXPECT_EQ(block_sizes_, c.blocks);
     ASSERT_EQ(all.size(), 50u);
     for (size_t i = 0; i < all.size(); ++i) {
-      EXPECT_EQ(all[i][0], "int " + std::to_string(i));
-      DbiValue expected = text(texts[i]);
-      EXPECT_EQ(all[i][1], show(expected));
+      EXPECT_EQ(all[i],
+                (std::vector<std::string>{"int " + std::to_string(i), show(text(texts[i]))}));
     }
   }
 }
@@ -609,8 +608,6 @@ TEST_F(OdbcDriverTest, TextInTheStatementItselfReachesTheDatabaseWhole) {
       {u"SELECT n FROM w WHERE word = 'caf\u00e9'", "int 1"},
   };
   for (const auto& c : cases) EXPECT_EQ(single(context, c.sql), c.expected) << narrow(c.sql);
-  DBI_Disconnect(context);
-  open_.clear();
 }
 
 TEST_F(OdbcDriverTest, ErrorsCarryTheSqlStateAndLeaveTheConnectionUsable) {
@@ -623,18 +620,11 @@ TEST_F(OdbcDriverTest, ErrorsCarryTheSqlStateAndLeaveTheConnectionUsable) {
       u"INSERT INTO e VALUES (1)",
   };
   for (const char16_t* sql : bad) {
+    SCOPED_TRACE(narrow(sql));
     DBI_ExecuteSQL(context, sql, nullptr);
-    EXPECT_NE(context->return_code, 0) << narrow(sql);
-    EXPECT_NE(context->sql_code, 0) << narrow(sql);
-    const std::string message = narrow(context->message);
-    ASSERT_GT(message.size(), 7u) << message;
-    EXPECT_EQ(message.substr(5, 2), ": ") << message;
+    expect_state_message(context);
     EXPECT_EQ(single(context, u"SELECT count(*) FROM e"), on_postgres() ? "bigint 1" : "int 1");
   }
-  DBI_Disconnect(context);
-  open_.clear();
-  EXPECT_EQ(std::tuple(context->return_code, context->driver_connection),
-            std::tuple(0, static_cast<void*>(nullptr)));
 }
 
 TEST_F(OdbcDriverTest, ConnectTakesTheFirstConnectStringAndNewParametersApply) {

@@ -88,17 +88,11 @@ TEST(ValueDecodeTest, DateTimesKeepMicrosecondsOrStayText) {
 
 TEST(ValueDecodeTest, NarrowBuffersEndAtTheirTerminatorOrTheirSize) {
   const char with_terminator[] = "12.5\0garbage";
-  std::u16string spill;
-  DbiValue value{};
-  ko::odbc::decode_value(BufferKind::kDecimal, with_terminator, sizeof with_terminator, spill,
-                         value);
-  EXPECT_EQ(std::string(value.type == DBI_TYPE_DECIMAL ? "decimal" : "other") + ":" +
-                ko::odbc::decimal_text(value.as.decimal),
+  EXPECT_EQ(decoded(BufferKind::kDecimal, std::string(with_terminator, sizeof with_terminator)),
             "decimal:12.5");
   // Fixed-size kinds given too few bytes deliver nothing rather than read past.
-  const int32_t number = 7;
-  ko::odbc::decode_value(BufferKind::kBigint, &number, sizeof number, spill, value);
-  EXPECT_EQ(value.type, DBI_TYPE_NULL);
+  EXPECT_EQ(decoded(BufferKind::kBigint, std::string(4, '\7')),
+            "type " + std::to_string(DBI_TYPE_NULL));
 }
 
 }  // namespace

@@ -165,10 +165,7 @@ TEST(Compile, CommaPositions) {
   EXPECT_EQ(shformatCmplNumericMaskWebCommasPos(u"#,##0.00;#,###,##0", compiled, 64, kUsCulture,
                                                 positions, 4),
             0);
-  EXPECT_EQ(positions[0], 1);
-  EXPECT_EQ(positions[1], 10);
-  EXPECT_EQ(positions[2], 14);
-  EXPECT_EQ(positions[3], -1);
+  EXPECT_EQ(std::vector<int>(positions, positions + 4), (std::vector<int>{1, 10, 14, -1}));
 }
 
 }  // namespace

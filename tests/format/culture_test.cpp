@@ -5,6 +5,8 @@
 #include <koshr/format.h>
 
 #include <string>
+#include <tuple>
+#include <vector>
 
 #include "format/regional.h"
 #include "platform/resources.h"
@@ -51,19 +53,14 @@ TEST(CultureString, RegionalRecord) {
       u"sDecimal=\tsThousand=\tiCurrency=2\tsCurrency=EUR\tsGrouping=4\tsMonGrouping=0"
       u"\ts1159=\ts2359=after\tiCountry=44\tsCurrency2=x\tsShortDate=yyyy-MM-dd",
       s);
-  EXPECT_EQ(s.decimal, u'.');  // empty values fall back
-  EXPECT_EQ(s.thousand, u',');
-  EXPECT_EQ(std::u16string(s.currency), u"EUR ");
-  EXPECT_EQ(s.currency_length, 4u);
-  EXPECT_EQ(s.grouping, 3);  // anything but 0 or 3 is 3
-  EXPECT_EQ(s.money_grouping, 0);
-  EXPECT_EQ(std::u16string(s.am), u"AM");
-  EXPECT_EQ(std::u16string(s.pm), u"PM");  // longer than four characters: the default stays
-  EXPECT_EQ(s.country, 44);
-  EXPECT_EQ(s.currency_digits, 2);
-  EXPECT_EQ(std::u16string(s.short_date), u"yyyy-MM-dd");
-  EXPECT_EQ(std::u16string(s.long_date), u"mmmm d, yyyy");
-  EXPECT_EQ(std::u16string(s.time_separator), u":");
+  // Empty separators fall back; grouping 4 becomes 3; "after" is longer than four characters.
+  EXPECT_EQ(std::tuple(s.decimal, s.thousand, s.currency_length, s.grouping, s.money_grouping,
+                       s.country, s.currency_digits),
+            std::tuple(u'.', u',', size_t{4}, 3, 0, 44, 2));
+  EXPECT_EQ(
+      (std::vector<std::u16string>{s.currency, s.am, s.pm, s.short_date, s.long_date,
+                                   s.time_separator}),
+      (std::vector<std::u16string>{u"EUR ", u"AM", u"PM", u"yyyy-MM-dd", u"mmmm d, yyyy", u":"}));
   ko::read_culture_settings(u"iCurrency=3\tsCurrency=ABCDEFGHIJKLMNOP", s);
   EXPECT_EQ(std::u16string(s.currency), u" $");  // an oversized symbol keeps the default
 }
@@ -84,8 +81,7 @@ TEST(CultureString, SeparatorsAreTheFirstCharacter) {
   for (const auto& c : cases) {
     ko::RegionalSettings s;
     ko::read_culture_settings(c.culture, s);
-    EXPECT_EQ(s.decimal, c.decimal);
-    EXPECT_EQ(s.thousand, c.thousand);
+    EXPECT_EQ(std::tuple(s.decimal, s.thousand), std::tuple(c.decimal, c.thousand));
   }
 }
 

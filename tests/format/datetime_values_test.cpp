@@ -4,6 +4,7 @@
 #include <gtest/gtest.h>
 
 #include <climits>
+#include <tuple>
 
 #include "format/calendar.h"
 #include "format_test_support.h"
@@ -80,10 +81,8 @@ TEST(DateTimeValues, DifferencesAndRelativeDates) {
   EXPECT_EQ(shdtDiffMSec(&a, &b), (61LL * 86400 - 86399 + 1) * 1000 - 250);
   KODATETIME moved;
   ASSERT_EQ(shdtRelativeDate(&a, 60, &moved), 1);
-  EXPECT_EQ(moved.year + 1900, 2024);
-  EXPECT_EQ(moved.month, 1);  // February (0-based)
-  EXPECT_EQ(moved.day, 29);
-  EXPECT_EQ(moved.hour, 23);
+  EXPECT_EQ(std::tuple(moved.year + 1900, moved.month + 1, moved.day + 0, moved.hour + 0),
+            std::tuple(2024, 2, 29, 23));
   ASSERT_EQ(shdtRelativeDate(&a, -365 * 200, &moved), 0);  // before 1900
   KODATETIME t1 = make(2024, 1, 1, 8, 0, 0), t2 = make(2024, 1, 1, 17, 30, 0);
   t1.year = t2.year = 0xFFFF;  // times of day only
@@ -95,14 +94,11 @@ TEST(DateTimeValues, SystemTimeAndModifiedJulianDay) {
   KODATETIME value = make(2024, 3, 5, 13, 45, 7, 250999);
   KOSYSTEMTIME st;
   ASSERT_EQ(shdtBuildSystemTimeFromSHTime(&value, &st), 1);
-  EXPECT_EQ(st.wYear, 2024);
-  EXPECT_EQ(st.wMonth, 3);
-  EXPECT_EQ(st.wDayOfWeek, 2);
-  EXPECT_EQ(st.wMilliseconds, 250);
+  EXPECT_EQ(std::tuple(st.wYear + 0, st.wMonth + 0, st.wDayOfWeek + 0, st.wMilliseconds + 0),
+            std::tuple(2024, 3, 2, 250));
   KODATETIME back;
   ASSERT_EQ(shdtBuildTimeFromSystemTime(&st, &back), 1);
-  EXPECT_EQ(back.subsecond, 250000u);
-  EXPECT_EQ(back.day, 5);
+  EXPECT_EQ(std::tuple(back.subsecond, back.day + 0), std::tuple(250000u, 5));
   st.wMonth = 2;
   st.wDay = 30;
   EXPECT_EQ(shdtBuildTimeFromSystemTime(&st, &back), 0);
@@ -115,10 +111,9 @@ TEST(DateTimeValues, SystemTimeAndModifiedJulianDay) {
   EXPECT_DOUBLE_EQ(shdtToMJDTimestamp(&y2k), 51544.5);
   KODATETIME from_mjd;
   ASSERT_EQ(shMJDDateTodt(60374, &from_mjd), 1);  // 2024-03-05
-  EXPECT_EQ(from_mjd.year + 1900, 2024);
-  EXPECT_EQ(from_mjd.month, 2);
-  EXPECT_EQ(from_mjd.day, 5);
-  EXPECT_EQ(from_mjd.hour, 0);
+  EXPECT_EQ(
+      std::tuple(from_mjd.year + 1900, from_mjd.month + 0, from_mjd.day + 0, from_mjd.hour + 0),
+      std::tuple(2024, 2, 5, 0));
   EXPECT_EQ(shMJDDateTodt(0, &from_mjd), 0);  // 1858 is before the first year a value holds
   y2k.year = 0xFFFF;
   EXPECT_EQ(shdtToMJDDate(&y2k), INT32_MIN);

@@ -151,34 +151,26 @@ TEST(NumberRender, TextMode) {
 TEST(NumberRender, OtherValueTypes) {
   KOFMTCODE compiled[128];
   KOCHAR out[64];
+  // Renders through `call` (one of the typed formatters), giving the text.
+  auto as_text = [&](auto call, auto value) {
+    call(compiled, value, out, 64, kUsCulture);
+    return std::u16string(out);
+  };
   ASSERT_EQ(shformatCmplNumericMaskWeb(u"#,##0.00", compiled, 128, kUsCulture), 0);
-
   KODECIMAL decimal{0, 2, KODECIMAL_NEGATIVE, 0, 123456789};
-  shformatDecimalWeb(compiled, &decimal, out, 64, kUsCulture);
-  EXPECT_EQ(std::u16string(out), u"-1,234,567.89");
+  EXPECT_EQ(as_text(shformatDecimalWeb, &decimal), u"-1,234,567.89");
   KODECIMAL big{0, 0, 0, 0xFFFFFFFFu, 0xFFFFFFFFFFFFFFFFull};  // 2^96 - 1
-  shformatDecimalWeb(compiled, &big, out, 64, kUsCulture);
-  EXPECT_EQ(std::u16string(out), u"79,228,162,514,264,337,593,543,950,335.00");
+  EXPECT_EQ(as_text(shformatDecimalWeb, &big), u"79,228,162,514,264,337,593,543,950,335.00");
   KODECIMAL half{0, 3, 0, 0, 2345};  // 2.345 rounds half away from zero
-  shformatDecimalWeb(compiled, &half, out, 64, kUsCulture);
-  EXPECT_EQ(std::u16string(out), u"2.35");
-
-  shformatLonglongWeb(compiled, INT64_MIN, out, 64, kUsCulture);
-  EXPECT_EQ(std::u16string(out), u"-9,223,372,036,854,775,808.00");
-  shformatLonglongWeb(compiled, 42, out, 64, kUsCulture);
-  EXPECT_EQ(std::u16string(out), u"42.00");
-
-  shformatRealWeb(compiled, 0.1f, out, 64, kUsCulture);
-  EXPECT_EQ(std::u16string(out), u"0.10");
+  EXPECT_EQ(as_text(shformatDecimalWeb, &half), u"2.35");
+  EXPECT_EQ(as_text(shformatLonglongWeb, INT64_MIN), u"-9,223,372,036,854,775,808.00");
+  EXPECT_EQ(as_text(shformatLonglongWeb, int64_t{42}), u"42.00");
+  EXPECT_EQ(as_text(shformatRealWeb, 0.1f), u"0.10");
   ASSERT_EQ(shformatCmplNumericMaskWeb(u"[GENERAL]", compiled, 128, kUsCulture), 0);
-  shformatRealWeb(compiled, 0.3f, out, 64, kUsCulture);  // 0.30000001: "01" is noise
-  EXPECT_EQ(std::u16string(out), u"0.3");
-  shformatRealWeb(compiled, 1.1f, out, 64, kUsCulture);  // 1.1000000238: "02" is noise
-  EXPECT_EQ(std::u16string(out), u"1.1");
-  shformatDoubleWeb(compiled, std::numeric_limits<double>::quiet_NaN(), out, 64, kUsCulture);
-  EXPECT_EQ(std::u16string(out), u"NaN");
-  shformatDoubleWeb(compiled, -INFINITY, out, 64, kUsCulture);
-  EXPECT_EQ(std::u16string(out), u"-Infinity");
+  EXPECT_EQ(as_text(shformatRealWeb, 0.3f), u"0.3");  // 0.30000001: "01" is noise
+  EXPECT_EQ(as_text(shformatRealWeb, 1.1f), u"1.1");  // 1.1000000238: "02" is noise
+  EXPECT_EQ(as_text(shformatDoubleWeb, std::numeric_limits<double>::quiet_NaN()), u"NaN");
+  EXPECT_EQ(as_text(shformatDoubleWeb, -INFINITY), u"-Infinity");
 }
 
 TEST(NumberRender, NullValueUsesTheFourthSection) {
@@ -195,8 +187,7 @@ TEST(NumberRender, NullValueUsesTheFourthSection) {
 TEST(NumberRender, OutputStopsAtCapacity) {
   KOFMTCODE compiled[64];
   ASSERT_EQ(shformatCmplNumericMaskWeb(u"#,##0.00", compiled, 64, kUsCulture), 0);
-  KOCHAR out[8];
-  for (auto& c : out) c = u'#';
+  KOCHAR out[8] = {u'#', u'#', u'#', u'#', u'#', u'#', u'#', u'#'};
   EXPECT_EQ(shformatDoubleWeb(compiled, 1234567.5, out, 5, kUsCulture), 4);
   EXPECT_EQ(std::u16string(out), u"1,23");
   EXPECT_EQ(out[5], u'#');

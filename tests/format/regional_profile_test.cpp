@@ -8,41 +8,35 @@
 
 #include <koshr/format.h>
 
-#include <cstdio>
-#include <cstdlib>
 #include <string>
 
+#include "environment.h"
 #include "format/regional.h"
 #include "format_test_support.h"
+#include "scratch_folder.h"
 
 namespace {
 
 class RegionalProfile : public ::testing::Test {
  protected:
   void SetUp() override {
-    write(profile_,
-          "[intl]\nsDecimal=,x\nsThousand=.y\nsGrouping=4\nsCurrency=EUR\n"
-          "iCurrency=3\niNegCurr=8\ns1159=vm\ns2359=nm\nsShortDate=yy/m/d\nsTime=.\n");
-    write(registry_, "[HKEY_CURRENT_USER\\Control Panel\\International]\nsShortDate=dd.MM.yyyy\n");
-    setenv("KOSHR_PROFILE", profile_.c_str(), 1);
-    setenv("KOSHR_REGISTRY", registry_.c_str(), 1);
+    const auto profile = ko_test::process_scratch_folder().file("format_win.ini");
+    const auto registry = ko_test::process_scratch_folder().file("format_registry.ini");
+    ko_test::write_bytes(
+        profile,
+        "[intl]\nsDecimal=,x\nsThousand=.y\nsGrouping=4\nsCurrency=EUR\n"
+        "iCurrency=3\niNegCurr=8\ns1159=vm\ns2359=nm\nsShortDate=yy/m/d\nsTime=.\n");
+    ko_test::write_bytes(
+        registry, "[HKEY_CURRENT_USER\\Control Panel\\International]\nsShortDate=dd.MM.yyyy\n");
+    ko_test::set_env("KOSHR_PROFILE", profile.string());
+    ko_test::set_env("KOSHR_REGISTRY", registry.string());
     koshr_intl();
   }
   void TearDown() override {
-    unsetenv("KOSHR_PROFILE");
-    unsetenv("KOSHR_REGISTRY");
-    std::remove(profile_.c_str());
-    std::remove(registry_.c_str());
+    ko_test::set_env("KOSHR_PROFILE", nullptr);
+    ko_test::set_env("KOSHR_REGISTRY", nullptr);
     koshr_intl();
   }
-  static void write(const std::string& path, const char* text) {
-    FILE* file = std::fopen(path.c_str(), "w");
-    ASSERT_NE(file, nullptr);
-    std::fputs(text, file);
-    std::fclose(file);
-  }
-  std::string profile_ = ::testing::TempDir() + "format_win.ini";
-  std::string registry_ = ::testing::TempDir() + "format_registry.ini";
 };
 
 TEST_F(RegionalProfile, ProcessValuesAndRecord) {

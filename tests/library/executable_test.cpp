@@ -21,6 +21,7 @@ TEST_F(ExecutableTest, BuildAppendFillAndReopen) {
   ASSERT_NE(h, nullptr);
   ASSERT_EQ(put(h, "report.txt", pattern(5000, 1)), 0);
   ASSERT_EQ(LMI_CloseExecutable(h), 0);
+  EXPECT_EQ(LMI_CloseExecutable(nullptr), -6);
   Bytes image = file_bytes("app.exe");
   ASSERT_EQ(std::memcmp(image.data(), pe_stub(0).data(), 1024), 0) << "the stub stays as it was";
   ASSERT_EQ(std::memcmp(image.data() + image.size() - 512, "TRL*", 4), 0);
@@ -40,21 +41,6 @@ TEST_F(ExecutableTest, BuildAppendFillAndReopen) {
   expect_sound(exe);
   Bytes again = file_bytes("app.exe");
   EXPECT_EQ(std::memcmp(again.data() + again.size() - 512, "TRL*", 4), 0);
-}
-
-TEST_F(ExecutableTest, FoundBehindACertificateTable) {
-  write_file("stub.exe", pe_stub(0));
-  std::u16string exe = path("signed.exe");
-  ASSERT_EQ(LMI_CreateExecutable(storage_, exe.c_str(), path("stub.exe").c_str()), 0);
-  LMI_HANDLE h = LMI_AppendExecutable(storage_, exe.c_str(), nullptr);
-  ASSERT_EQ(put(h, "a.dat", pattern(100, 3)), 0);
-  ASSERT_EQ(LMI_CloseExecutable(h), 0);
-  sign_file("signed.exe", 1000);
-  h = open(exe, LMI_MODE_READ);
-  ASSERT_NE(h, nullptr);
-  EXPECT_EQ(get(h, "a.dat"), pattern(100, 3));
-  LMI_CloseLibrary(h);
-  EXPECT_EQ(LMI_CloseExecutable(nullptr), -6);
 }
 
 // Every kind of host keeps its library reachable through writes: a file that
@@ -92,18 +78,20 @@ TEST_F(ExecutableTest, EveryHostKeepsItsLibraryThroughWrites) {
     ASSERT_EQ(LMI_CloseExecutable(h), 0);
     if (c.sign_after) sign_file(name, 1000);
     std::map<std::string, Bytes> entries{{"a.dat", pattern(3000, 1)}};
-    for (int round = 0; round < 2; ++round) {
+    // Read first, so that a fresh signature is found behind too, then written.
+    for (int round = 0;; ++round) {
+      h = open(p, LMI_MODE_READ);
+      ASSERT_NE(h, nullptr) << "round " << round << ": the library is lost";
+      for (auto& [e, data] : entries) EXPECT_EQ(get(h, e), data) << e;
+      LMI_CloseLibrary(h);
+      expect_sound(p);
+      if (round == 2) break;
       std::string entry = "b" + std::to_string(round) + ".dat";
       h = open(p);
       ASSERT_NE(h, nullptr) << "round " << round;
       ASSERT_EQ(put(h, entry, pattern(1200, uint32_t(round))), 0);
       ASSERT_EQ(LMI_CloseLibrary(h), 0);
       entries[entry] = pattern(1200, uint32_t(round));
-      h = open(p, LMI_MODE_READ);
-      ASSERT_NE(h, nullptr) << "round " << round << ": the library is lost";
-      for (auto& [e, data] : entries) EXPECT_EQ(get(h, e), data) << e;
-      LMI_CloseLibrary(h);
-      expect_sound(p);
     }
     Bytes image = file_bytes(name);
     size_t kept = c.is_signed ? security_entry : c.host.size();

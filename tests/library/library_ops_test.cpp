@@ -39,14 +39,17 @@ TEST_F(LibraryOpsTest, CreateNamesAndRefusals) {
   EXPECT_EQ(LMI_CreateLibrary(nullptr, again.data(), nullptr), -19);
 }
 
-TEST_F(LibraryOpsTest, CommentCarriesTheVersionWhereDue) {
+// New libraries record no type: it comes from the extension until changed.
+TEST_F(LibraryOpsTest, CommentVersionAndTypeByName) {
   struct Case {
     const char* name;
     bool prefixed;
-  } cases[] = {
-      {"a.kod", true}, {"b.idx", true}, {"c.kol", false}, {"kodom1.kol", true}, {"d.tmp", false}};
+    int32_t type;
+  } cases[] = {{"a.kod", true, 2},      {"b.idx", true, 2},  {"c.kol", false, 1},
+               {"kodom1.kol", true, 1}, {"d.tmp", false, 3}, {"e.bin", false, 2}};
   for (const Case& c : cases) {
     std::u16string p = create(c.name, u"mine");
+    EXPECT_EQ(LMI_GetLibraryType(storage_, p.c_str()), c.type) << c.name;
     LMI_HANDLE h = open(p, LMI_MODE_READ);
     ASSERT_NE(h, nullptr) << c.name;
     LMI_LIBRARY_INFO info;
@@ -57,18 +60,7 @@ TEST_F(LibraryOpsTest, CommentCarriesTheVersionWhereDue) {
     EXPECT_EQ(info.sccDataLength, 0u);
     EXPECT_EQ(LMI_CloseLibrary(h), 0);
   }
-}
-
-TEST_F(LibraryOpsTest, TypeFromHeaderOrExtension) {
-  struct Case {
-    const char* name;
-    int32_t type;
-  } cases[] = {{"a.kod", 2}, {"b.kol", 1}, {"c.tmp", 3}, {"d.bin", 2}, {"e.idx", 2}};
-  for (const Case& c : cases) {
-    std::u16string p = create(c.name);
-    EXPECT_EQ(LMI_GetLibraryType(storage_, p.c_str()), c.type) << c.name;
-  }
-  std::u16string p = path("b.kol");
+  std::u16string p = path("c.kol");
   EXPECT_EQ(LMI_ChangeLibraryType(storage_, p.c_str(), 3), 0);
   EXPECT_EQ(LMI_GetLibraryType(storage_, p.c_str()), 3);
   EXPECT_EQ(LMI_GetLibraryType(storage_, path("none.kol").c_str()), 0);

@@ -93,8 +93,7 @@ class OptimizeTest : public LibraryTest {
     Snapshot before = snapshot(p);
     ASSERT_EQ(LMI_OptimizeLibrary(storage_, p.c_str()), 0);
     EXPECT_FALSE(std::filesystem::exists(file(name + ".optimizing")));
-    auto findings = check(p);
-    for (auto& f : findings) ADD_FAILURE() << f.second;
+    expect_sound(p);
     Snapshot after = snapshot(p);
     EXPECT_EQ(after.listing, before.listing);
     EXPECT_EQ(after.header, before.header);
@@ -179,10 +178,7 @@ TEST_F(OptimizeTest, LeakedBlocksAreReclaimed) {
   // node, leaves its new chain marked used with nothing referencing it.
   for (uint64_t fault_at = 0;; ++fault_at) {
     h = open(p);
-    ko::os::WriteFault fault;
-    fault.kind = ko::os::WriteFaultKind::kFail;
-    fault.after_calls = fault_at;
-    ko::os::set_write_fault(fault);
+    ko::os::set_write_fault({ko::os::WriteFaultKind::kFail, fault_at});
     put(h, "e7.dat", pattern(20000, 9));
     LMI_CloseLibrary(h);
     uint64_t calls = ko::os::write_calls_seen();
@@ -191,16 +187,14 @@ TEST_F(OptimizeTest, LeakedBlocksAreReclaimed) {
     for (auto& f : check(p)) leaked |= f.first == LMI_CHECK_LEAKED;
     if (leaked || calls <= fault_at) break;
   }
-  auto findings = check(p);
-  ASSERT_FALSE(findings.empty()) << "the failed write leaked nothing to reclaim";
+  ASSERT_FALSE(check(p).empty()) << "the failed write leaked nothing to reclaim";
   optimize_and_compare("lib.kol", 0);
 }
 
 TEST_F(OptimizeTest, ALibraryInAHostKeepsItsHostAndBase) {
   Bytes host = pattern(1300, 4);
   host[0] = 'Q';
-  std::ofstream(file("host.bin"), std::ios::binary)
-      .write(reinterpret_cast<const char*>(host.data()), long(host.size()));
+  write_file("host.bin", host);
   std::u16string p = path("host.bin");
   LMI_HANDLE h = LMI_AppendExecutable(storage_, p.c_str(), u"carried");
   ASSERT_NE(h, nullptr);
@@ -223,20 +217,15 @@ TEST_F(OptimizeTest, RefusalsLeaveTheFileAlone) {
   Bytes damaged = sound;
   damaged[1536 + 32 + 12] = 0;
   damaged[1536 + 32 + 13] = 2;
-  std::ofstream(file("lib.kol"), std::ios::binary)
-      .write(reinterpret_cast<const char*>(damaged.data()), long(damaged.size()));
+  write_file("lib.kol", damaged);
   EXPECT_EQ(LMI_OptimizeLibrary(storage_, p.c_str()), LMI_E_IO);
   EXPECT_EQ(file_bytes("lib.kol"), damaged);
   EXPECT_EQ(LMI_OptimizeLibrary(storage_, path("missing.kol").c_str()), LMI_E_NO_HANDLE);
   EXPECT_EQ(LMI_OptimizeLibrary(storage_, nullptr), LMI_E_NAME);
   EXPECT_EQ(LMI_OptimizeLibrary(nullptr, p.c_str()), LMI_E_NO_POOL);
   // A failing write of the new file leaves the old one as it was.
-  std::ofstream(file("lib.kol"), std::ios::binary)
-      .write(reinterpret_cast<const char*>(sound.data()), long(sound.size()));
-  ko::os::WriteFault fault;
-  fault.kind = ko::os::WriteFaultKind::kFail;
-  fault.after_calls = 1;
-  ko::os::set_write_fault(fault);
+  write_file("lib.kol", sound);
+  ko::os::set_write_fault({ko::os::WriteFaultKind::kFail, 1});
   EXPECT_NE(LMI_OptimizeLibrary(storage_, p.c_str()), 0);
   ko::os::clear_write_fault();
   EXPECT_EQ(file_bytes("lib.kol"), sound);

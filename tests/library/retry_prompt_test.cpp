@@ -54,10 +54,7 @@ TEST_F(RetryPromptTest, QuestionsAndAnswers) {
     asked.answer = c.answer;
     g_asked = &asked;
     KOSHR_PROMPT_HANDLER previous = koshr_set_prompt_handler(&answer);
-    ko::os::WriteFault fault;
-    fault.kind = c.kind;
-    fault.after_calls = 0;
-    ko::os::set_write_fault(fault);
+    ko::os::set_write_fault({c.kind, 0});
     int32_t rc = LMI_CloseLibrary(h);
     ko::os::clear_write_fault();
     koshr_set_prompt_handler(previous);

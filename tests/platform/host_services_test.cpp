@@ -4,6 +4,7 @@
 
 #include <cstring>
 #include <string>
+#include <tuple>
 
 #include "platform/platform.h"
 
@@ -45,18 +46,15 @@ TEST(HostServices, AutomationStringLayout) {
   ASSERT_NE(text, nullptr);
   uint32_t prefix;
   std::memcpy(&prefix, reinterpret_cast<char*>(text) - 4, 4);
-  EXPECT_EQ(prefix, 10u);
-  EXPECT_EQ(sys_string_len(text), 5u);
-  EXPECT_EQ(sys_string_byte_len(text), 10u);
-  EXPECT_EQ(text[5], 0);
+  EXPECT_EQ(std::tuple(prefix, sys_string_len(text), sys_string_byte_len(text), text[5]),
+            std::tuple(10u, 5u, 10u, u'\0'));
   sys_free_string(text);
 
   KOCHAR* cut = sys_alloc_string_len(u"hello", 2);
   EXPECT_EQ(std::u16string(cut), u"he");
   sys_free_string(cut);
   KOCHAR* bytes = sys_alloc_string_byte_len("abc", 3);
-  EXPECT_EQ(sys_string_byte_len(bytes), 3u);
-  EXPECT_EQ(sys_string_len(bytes), 1u);
+  EXPECT_EQ(std::tuple(sys_string_byte_len(bytes), sys_string_len(bytes)), std::tuple(3u, 1u));
   EXPECT_EQ(std::memcmp(bytes, "abc\0\0", 5), 0);
   sys_free_string(bytes);
   EXPECT_EQ(sys_alloc_string(nullptr), nullptr);
