@@ -10,7 +10,7 @@
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   if (size == 0) return 0;
-  const auto kind = static_cast<ko::odbc::BufferKind>(data[0] % 10);
+  const auto kind = static_cast<ko::odbc::BufferKind>(data[0] % 11);
   // A block of exactly the buffer's size, so a read past it is caught.
   std::vector<uint8_t> buffer(data + 1, data + size);
   std::u16string spill;

@@ -145,6 +145,8 @@ void connect(DbiContext* context, bool from_connect_strings) {
                             sizeof driver_name - sizeof(SQLWCHAR), nullptr))) {
     const std::u16string name = lower_ascii(reinterpret_cast<const KOCHAR*>(driver_name));
     connection->utf8_sql_text = name.find(u"sqlite3odbc") != std::u16string::npos;
+    connection->doubles_as_text =
+        connection->utf8_sql_text || name.find(u"psqlodbc") != std::u16string::npos;
   }
   if (!apply_settings(context, connection)) {
     free_handles(connection);

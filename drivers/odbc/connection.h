@@ -26,6 +26,13 @@ struct Connection {
   // text (its wide data is sound): its statements are prepared through the
   // narrow call, in UTF-8, which it reads as UTF-8.
   bool utf8_sql_text = false;
+  // Drivers that hold every value as text (SQLite's, whose library gives
+  // each value as text, and PostgreSQL's, which reads the server's text)
+  // turn it into a double with strtod when asked for one. Fetched as that
+  // text and read here with from_chars, the double is the same and the
+  // fetch a tenth cheaper. Other drivers may print a double with fewer
+  // digits than it has, so they are asked for the double itself.
+  bool doubles_as_text = false;
   std::vector<Statement*> statements;  // every statement not yet closed by 247
 };
 

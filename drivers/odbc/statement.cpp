@@ -25,7 +25,7 @@ struct TypeRule {
   int32_t alignment;  // 0 left, 1 right
 };
 
-TypeRule rule_for(SQLSMALLINT sql_type) {
+TypeRule rule_for(SQLSMALLINT sql_type, bool doubles_as_text) {
   switch (sql_type) {
     case SQL_BIT:
     case SQL_TINYINT:
@@ -38,6 +38,7 @@ TypeRule rule_for(SQLSMALLINT sql_type) {
       return {BufferKind::kReal, SQL_C_FLOAT, DBI_TYPE_REAL, 1};
     case SQL_FLOAT:
     case SQL_DOUBLE:
+      if (doubles_as_text) return {BufferKind::kDoubleText, SQL_C_CHAR, DBI_TYPE_DOUBLE, 1};
       return {BufferKind::kDouble, SQL_C_DOUBLE, DBI_TYPE_DOUBLE, 1};
     case SQL_DECIMAL:
     case SQL_NUMERIC:
@@ -73,6 +74,7 @@ SQLLEN width_for(const Column& column, SQLULEN size, uint32_t text_units) {
       return sizeof(SQLDOUBLE);
     case BufferKind::kDecimal:
       return std::max<SQLLEN>(kNarrowWidth, static_cast<SQLLEN>(std::min<SQLULEN>(size, 1000)) + 4);
+    case BufferKind::kDoubleText:
     case BufferKind::kDate:
     case BufferKind::kTime:
     case BufferKind::kTimestamp:
@@ -456,11 +458,12 @@ void describe(DbiContext* context, Statement* statement) {
                      &identity);
     SQLColAttributeW(statement->handle, number, SQL_DESC_CASE_SENSITIVE, nullptr, 0, nullptr,
                      &case_sensitive);
-    TypeRule rule = rule_for(sql_type);
-    if (rule.kind == BufferKind::kDouble && declared_decimal(column.type_name)) {
+    const bool doubles_as_text = statement->connection->doubles_as_text;
+    TypeRule rule = rule_for(sql_type, doubles_as_text);
+    if (rule.data_type == DBI_TYPE_DOUBLE && declared_decimal(column.type_name)) {
       // A database that reports its numeric columns as double still writes
       // their text exactly.
-      rule = rule_for(SQL_NUMERIC);
+      rule = rule_for(SQL_NUMERIC, doubles_as_text);
       declared_precision(column.type_name, size, digits);
     }
     column.kind = rule.kind;

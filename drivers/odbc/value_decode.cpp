@@ -8,6 +8,7 @@
 // moves the point. Anything else keeps the database's text.
 #include "drivers/odbc/value_decode.h"
 
+#include <charconv>
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
@@ -95,6 +96,12 @@ bool read_time(const char* text, size_t length, size_t& at, KODATETIME& out) {
 }
 
 }  // namespace
+
+bool parse_double(const char* text, size_t length, double& out) {
+  const char* end = text + length;
+  const auto [stop, error] = std::from_chars(text, end, out);
+  return error == std::errc() && stop == end;
+}
 
 bool parse_decimal(const char* text, size_t length, KODECIMAL& out) {
   size_t at = 0;
@@ -200,6 +207,16 @@ void decode_value(BufferKind kind, const void* data, size_t bytes, std::u16strin
       value.type = DBI_TYPE_DOUBLE;
       std::memcpy(&value.as.dbl, data, sizeof(double));
       return;
+    case BufferKind::kDoubleText: {
+      const char* text = static_cast<const char*>(data);
+      const size_t length = narrow_length(text, bytes);
+      if (parse_double(text, length, value.as.dbl)) {
+        value.type = DBI_TYPE_DOUBLE;
+      } else {
+        as_text(text, length, spill, value);
+      }
+      return;
+    }
     case BufferKind::kDecimal: {
       const char* text = static_cast<const char*>(data);
       const size_t length = narrow_length(text, bytes);

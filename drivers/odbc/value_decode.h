@@ -18,16 +18,17 @@ namespace ko::odbc {
 
 // How a column's buffer is read.
 enum class BufferKind {
-  kInteger,    // SQLINTEGER
-  kBigint,     // SQLBIGINT
-  kReal,       // SQLREAL
-  kDouble,     // SQLDOUBLE
-  kDecimal,    // narrow text: the number's digits
-  kDate,       // narrow text
-  kTime,       // narrow text
-  kTimestamp,  // narrow text
-  kText,       // UTF-16, zero-terminated by the driver
-  kBinary,     // bytes
+  kInteger,     // SQLINTEGER
+  kBigint,      // SQLBIGINT
+  kReal,        // SQLREAL
+  kDouble,      // SQLDOUBLE
+  kDoubleText,  // narrow text: a floating value as the driver holds it
+  kDecimal,     // narrow text: the number's digits
+  kDate,        // narrow text
+  kTime,        // narrow text
+  kTimestamp,   // narrow text
+  kText,        // UTF-16, zero-terminated by the driver
+  kBinary,      // bytes
 };
 
 // Reads `bytes` bytes of a `kind` buffer into `value`. Texts and binaries
@@ -36,6 +37,9 @@ enum class BufferKind {
 void decode_value(BufferKind kind, const void* data, size_t bytes, std::u16string& spill,
                   DbiValue& value);
 
+// Reads floating text ("0.37", "-1.5e-07", "Infinity") into a double, the
+// nearest to the text; false when it is not a number.
+bool parse_double(const char* text, size_t length, double& out);
 // Reads number text ("-12.50", "1e3") into a decimal; false when it is not a
 // number or does not fit exactly.
 bool parse_decimal(const char* text, size_t length, KODECIMAL& out);

@@ -188,7 +188,7 @@ check(open(f"{FOLDER}/kept.csv").read() == "before", "the target was touched")
 check(not [n for n in os.listdir(FOLDER) if n.startswith(".koshr-")], "a staging folder was left")
 
 # A statement that fails after thousands of rows have streamed (the rows are
-# read on a thread of their own while the first ones are written): exit 1,
+# fetched here while a child process writes the ones before them): exit 1,
 # the database's message, no file, no staging folder. SQLite's driver steps
 # through the result only with StepAPI=1; without it the failure comes at
 # execute. The same statement cut short before the failing row succeeds.
@@ -218,22 +218,35 @@ for row, extension in ((1, "csv"), (5000, "csv"), (5000, "slk"), (5999, "xml")):
     run = koshr("query", "--connect", streaming, "--as", "csv", select + f" LIMIT {row - 1}")
     check(run.stdout.count(b"\n") == row, f"the rows before row {row}: {run.stdout[-80:]!r}")
 
-# SIGTERM while the rows stream: the process ends by the signal and leaves nothing.
+# SIGTERM or SIGINT while the rows stream: the process ends by the signal and
+# leaves nothing, neither a file nor the process that writes it.
 if not SERVER and os.name == "posix":
     with sqlite3.connect(f"{FOLDER}/shop.db") as db:
         db.execute("CREATE TABLE many (n integer)")
         db.execute("WITH RECURSIVE c(n) AS (SELECT 1 UNION ALL SELECT n + 1 FROM c WHERE n < 3000000)"
                    " INSERT INTO many SELECT n FROM c")
-    child = subprocess.Popen([KOSHR, "query", "--connect", CONNECT, "-o", f"{FOLDER}/kept.csv",
-                              "SELECT n, n * 0.5 FROM many"], stderr=subprocess.PIPE)
-    while child.poll() is None and not [n for n in os.listdir(FOLDER) if n.startswith(".koshr-")]:
-        pass
-    child.send_signal(signal.SIGTERM)
-    child.wait()
-    if child.returncode == -signal.SIGTERM:
-        check(not [n for n in os.listdir(FOLDER) if n.startswith(".koshr-")],
-              "SIGTERM left a staging folder")
-    check(open(f"{FOLDER}/kept.csv").read() == "before", "SIGTERM touched the target")
+    for stop in (signal.SIGTERM, signal.SIGINT):
+        child = subprocess.Popen([KOSHR, "query", "--connect", CONNECT, "-o", f"{FOLDER}/kept.csv",
+                                  "SELECT n, n * 0.5 FROM many"], stderr=subprocess.PIPE)
+        while child.poll() is None and not [n for n in os.listdir(FOLDER)
+                                            if n.startswith(".koshr-")]:
+            pass
+        children = f"/proc/{child.pid}/task/{child.pid}/children"
+        writers = open(children).read().split() if os.path.exists(children) else []
+        child.send_signal(stop)
+        child.wait()
+        if child.returncode == -stop:
+            check(not [n for n in os.listdir(FOLDER) if n.startswith(".koshr-")],
+                  f"{stop.name} left a staging folder")
+            for pid in writers:
+                check(not os.path.exists(f"/proc/{pid}"), f"{stop.name} left process {pid}")
+        check(open(f"{FOLDER}/kept.csv").read() == "before", f"{stop.name} touched the target")
+
+# A target that cannot be written: the writer's message names it, exit 1.
+run = koshr("query", "--connect", CONNECT, "-o", f"{FOLDER}/no/such/folder/out.csv", SELECT,
+            status=1)
+check(run.stderr.startswith(f"koshr: query: {FOLDER}/no/such/folder/out.csv: ".encode()),
+      f"unwritable target: {run.stderr!r}")
 
 # An export streams: its peak memory does not grow with the result. The same
 # export with the user's Streaming='No' (which wins over the tool's) holds the

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <cstring>
 #include <string>
 
@@ -32,6 +33,11 @@ std::string decoded(BufferKind kind, const std::string& text) {
       return std::to_string(value.type) + ":" +
              ko::odbc::datetime_text(value.as.datetime, value.type) + "/" +
              std::to_string(value.as.datetime.subsecond);
+    case DBI_TYPE_DOUBLE: {
+      char out[40];
+      std::snprintf(out, sizeof out, "double:%.17g", value.as.dbl);
+      return out;
+    }
     case DBI_TYPE_TEXT:
       return "text:" + narrow(value.as.text, value.length);
     default:
@@ -60,6 +66,26 @@ TEST(ValueDecodeTest, NumbersKeepEveryDigitOrStayText) {
       {"12 34", "text:12 34"},
   };
   for (const auto& c : cases) EXPECT_EQ(decoded(BufferKind::kDecimal, c.in), c.out) << c.in;
+}
+
+TEST(ValueDecodeTest, FloatingTextReadsToTheNearestDoubleOrStaysText) {
+  const struct {
+    const char* in;
+    const char* out;
+  } cases[] = {
+      {"0.37", "double:0.37"},
+      {"0.30000000000000004", "double:0.30000000000000004"},
+      {"-1.5e-07", "double:-1.4999999999999999e-07"},
+      {"1e308", "double:1e+308"},
+      {"Infinity", "double:inf"},
+      {"-Infinity", "double:-inf"},
+      {"NaN", "double:nan"},
+      {"1e999", "text:1e999"},  // out of range: the database's text
+      {"1.5 ", "text:1.5 "},
+      {"abc", "text:abc"},
+      {"", "text:"},
+  };
+  for (const auto& c : cases) EXPECT_EQ(decoded(BufferKind::kDoubleText, c.in), c.out) << c.in;
 }
 
 TEST(ValueDecodeTest, DateTimesKeepMicrosecondsOrStayText) {

@@ -1,10 +1,12 @@
 // export_stream_test.cpp: the tool's streaming export: rows put aside and
 // read back exactly, a stream of unknown length saved byte for byte as one
 // whose count and widths were known, and a signal during an export leaving
-// neither the staging folder nor a partial file, the target untouched.
+// neither the staging folder nor a partial file, the target untouched; the
+// same through the export split across two processes.
 #include <csignal>
 #include <cstring>
 
+#include "export_process.h"
 #include "export_stream.h"
 #include "row_spool.h"
 #include "saveas/export_table.h"
@@ -32,6 +34,12 @@ class VectorRows final : public koshr_tool::RowSource {
   size_t fail_at_;
   size_t at_ = 0;
 };
+
+// The export in this process, and with a child process writing.
+using Export = koshr_tool::ExportOutcome (*)(const koshr_tool::ExportSettings&,
+                                             std::vector<ExportColumn>, koshr_tool::RowSource&,
+                                             int64_t);
+const Export kExports[] = {koshr_tool::stream_export, koshr_tool::stream_export_apart};
 
 const std::vector<ExportColumn> kColumns = {{"name", KOSAVE_STRING, -1},
                                             {"ratio", KOSAVE_DOUBLE, 0},
@@ -86,22 +94,23 @@ TEST_F(SaveTest, UnknownCountAndWidthsSaveAsKnownOnes) {
   std::vector<ExportColumn> known = kColumns;
   known[0].width = 16;
   for (const koshr_tool::SaveFormat& format : koshr_tool::save_formats()) {
-    std::string bytes[2];
-    for (int pass = 0; pass < 2; ++pass) {
-      std::filesystem::path out =
-          path(std::string(pass ? "known" : "unknown") + "/t" + format.extension);
+    // Unknown in this process, known, unknown through a child process.
+    std::string bytes[3];
+    for (int pass = 0; pass < 3; ++pass) {
+      std::filesystem::path out = path(std::to_string(pass) + "/t" + format.extension);
       std::filesystem::create_directories(out.parent_path());
       koshr_tool::ExportSettings settings;
       settings.output = out.string();
       settings.format = &format;
       settings.flags = KOSAVE_COLUMN_NAMES;
       VectorRows rows(sample_rows());
-      auto outcome =
-          koshr_tool::stream_export(settings, pass ? known : kColumns, rows, pass ? 4 : -1);
+      bool knows = pass == 1;
+      auto outcome = kExports[pass / 2](settings, knows ? known : kColumns, rows, knows ? 4 : -1);
       ASSERT_TRUE(outcome.ok) << format.name << ": " << outcome.why;
       bytes[pass] = read_bytes(out);
     }
     EXPECT_EQ(bytes[0], bytes[1]) << format.name;
+    EXPECT_EQ(bytes[0], bytes[2]) << format.name;
     EXPECT_FALSE(bytes[0].empty()) << format.name;
   }
 }
@@ -109,19 +118,34 @@ TEST_F(SaveTest, UnknownCountAndWidthsSaveAsKnownOnes) {
 TEST_F(SaveTest, AFailedSourceLeavesTheTargetAsItWas) {
   write_bytes(path("t.dbf"), "before");
   write_bytes(path("t.csv"), "before");
-  for (const char* name : {"t.dbf", "t.csv"}) {
-    koshr_tool::ExportSettings settings;
-    settings.output = path(name).string();
-    settings.format = koshr_tool::find_save_format("", name);
-    VectorRows rows(sample_rows(), 3);
-    auto outcome = koshr_tool::stream_export(settings, kColumns, rows, -1);
-    EXPECT_FALSE(outcome.ok);
-    EXPECT_TRUE(outcome.source_failed);
-    EXPECT_EQ(outcome.why, "the source broke");
-    EXPECT_EQ(read_bytes(path(name)), "before");
+  for (Export export_rows : kExports) {
+    for (const char* name : {"t.dbf", "t.csv"}) {
+      koshr_tool::ExportSettings settings;
+      settings.output = path(name).string();
+      settings.format = koshr_tool::find_save_format("", name);
+      VectorRows rows(sample_rows(), 3);
+      auto outcome = export_rows(settings, kColumns, rows, -1);
+      EXPECT_FALSE(outcome.ok);
+      EXPECT_TRUE(outcome.source_failed);
+      EXPECT_EQ(outcome.why, "the source broke");
+      EXPECT_EQ(read_bytes(path(name)), "before");
+    }
   }
   using Entries = std::filesystem::directory_iterator;
   EXPECT_EQ(std::distance(Entries(folder_.path()), Entries()), 2) << "no staging folder left";
+}
+
+TEST_F(SaveTest, AWriteFailureIsTheWritersMessage) {
+  for (Export export_rows : kExports) {
+    koshr_tool::ExportSettings settings;
+    settings.output = path("no/such/folder/t.csv").string();
+    settings.format = koshr_tool::find_save_format("csv", "");
+    VectorRows rows(sample_rows());
+    auto outcome = export_rows(settings, kColumns, rows, -1);
+    EXPECT_FALSE(outcome.ok);
+    EXPECT_FALSE(outcome.source_failed);
+    EXPECT_EQ(outcome.why.rfind("cannot create a file there", 0), 0u) << outcome.why;
+  }
 }
 
 #ifndef _WIN32

@@ -1,14 +1,16 @@
 # test_tool: the koshr tool's own parts (its UTF-8 conversion and argument
 # parser, the CSV reader and column typing of `koshr saveas`, the streaming
-# export and its read-ahead thread) built from the tool's sources, with the
+# export, its read-ahead thread and its child process) built from the tool's sources, with the
 # save-as tests' table helpers, and the tool itself run when it is built.
 target_sources(${test_target} PRIVATE
   ${CMAKE_CURRENT_SOURCE_DIR}/saveas/export_table.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/cli.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/csv_reader.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/decimal_text.cpp
+  ${PROJECT_SOURCE_DIR}/tools/koshr/export_process.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/export_stream.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/read_ahead.cpp
+  ${PROJECT_SOURCE_DIR}/tools/koshr/row_codec.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/row_spool.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/saveas_columns.cpp
   ${PROJECT_SOURCE_DIR}/tools/koshr/staged_output.cpp

@@ -6,7 +6,8 @@
  * With --as the rows go from the driver's fetch blocks straight into the
  * export (export_stream.h), typed by the columns the driver describes, so
  * memory does not grow with the result; the file appears only when the
- * export is complete.
+ * export is complete. This process fetches, a child process writes
+ * (export_process.h).
  */
 #include <cerrno>
 #include <cstdio>
@@ -20,7 +21,7 @@
 #include "command.h"
 #include "db_session.h"
 #include "db_values.h"
-#include "export_stream.h"
+#include "export_process.h"
 #include "staged_output.h"
 #include "text_table.h"
 #include "utf.h"
@@ -244,7 +245,7 @@ int run_query(const Arguments& args) {
   settings.output =
       options.output_given ? options.output : std::string("query") + format->extension;
   QueryRows rows(statement, export_columns, shown, format->dates_as_text);
-  ExportOutcome outcome = stream_export(settings, export_columns, rows, -1);
+  ExportOutcome outcome = stream_export_apart(settings, export_columns, rows, -1);
   if (!outcome.ok) {
     return fail(
         outcome.source_failed || !options.output_given ? "query" : "query: " + options.output,

@@ -9,6 +9,7 @@
 
 #include <cstdio>
 #include <filesystem>
+#include <thread>
 
 #include "cli.h"
 #include "read_ahead.h"
@@ -149,7 +150,7 @@ ExportOutcome stream_export(const ExportSettings& settings, std::vector<ExportCo
   // The rows are read on a thread of their own from the first one asked
   // for: by then the exporter has begun (it changes the working folder for a
   // moment), or the spool takes them all before it does.
-  ReadAheadRows ahead(rows);
+  ReadAheadRows ahead(rows, settings.read_ahead && std::thread::hardware_concurrency() > 1);
   RowSpool spool(columns);
   RowSource* source = &ahead;
   if (sizes_ahead && (row_count < 0 || widths_unknown)) {

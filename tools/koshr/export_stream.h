@@ -43,7 +43,8 @@ int32_t encoding_from_name(const std::string& name);
 
 // Where rows come from. next() fills `row` with one value per column and
 // returns true; false at the end, or on a failure with `why` set. An export
-// calls it from a thread of its own, one call at a time.
+// calls it from a thread of its own (stream_export) or from the caller's
+// (stream_export_apart), one call at a time.
 class RowSource {
  public:
   virtual ~RowSource() = default;
@@ -57,7 +58,8 @@ struct ExportSettings {
   uint32_t flags = 0;
   int32_t encoding = KOSAVE_ENCODING_UTF8;
   bool culture_given = false;
-  std::string culture;  // UTF-8, key=value pairs separated by TAB
+  std::string culture;     // UTF-8, key=value pairs separated by TAB
+  bool read_ahead = true;  // read the rows on a thread of their own (read_ahead.h)
 };
 
 struct ExportOutcome {

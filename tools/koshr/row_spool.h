@@ -4,7 +4,8 @@
  * can take a stream that does not know them until its end.
  *
  * The rows go to an anonymous temporary file (gone with the process, however
- * it ends) in a compact binary form; memory holds one row whatever the count.
+ * it ends) in the binary form of row_codec.h; memory holds one row and the
+ * file's buffers whatever the count.
  * The spool counts the rows and keeps each column's longest string.
  */
 #ifndef KOSHR_TOOL_ROW_SPOOL_H
@@ -15,6 +16,7 @@
 #include <vector>
 
 #include "export_stream.h"
+#include "row_codec.h"
 
 namespace koshr_tool {
 
@@ -36,12 +38,11 @@ class RowSpool final : public RowSource {
   bool next(std::vector<CellValue>& row, std::string& why) override;
 
  private:
-  bool write_cell(const CellValue& cell, uint8_t type);
-  bool read_cell(CellValue& cell, uint8_t type);
-
   std::vector<uint8_t> types_;
   std::vector<int32_t> longest_;
   std::FILE* file_;
+  ByteOutput out_;
+  ByteInput in_;
   uint32_t rows_ = 0;
   uint32_t read_ = 0;
 };

@@ -53,14 +53,9 @@ bool StagedOutput::open(const std::string& target, std::string& why) {
   target_ = fs::absolute(target);
   std::random_device seed;
   fs::path folder = target_.parent_path() / (".koshr-export-" + std::to_string(seed()));
-  std::error_code error;
-  if (!fs::create_directory(folder, error)) {
-    why = "cannot create a file there (" + error.message() + ")";
-    return false;
-  }
-  folder_ = folder;
-  if (copy_path(folder_ / target_.filename(), g_staged_file) &&
-      copy_path(folder_, g_staged_folder)) {
+  // The handler is armed before the folder exists, so no moment is left in
+  // which a signal would end the process with the folder in place.
+  if (copy_path(folder / target_.filename(), g_staged_file) && copy_path(folder, g_staged_folder)) {
     for (size_t i = 0; i < kSignalCount; ++i) {
       previous_[i] = std::signal(kSignals[i], remove_staged_and_reraise);
       // A signal the caller chose to ignore (a background job's SIGINT) stays ignored.
@@ -68,7 +63,20 @@ bool StagedOutput::open(const std::string& target, std::string& why) {
     }
     armed_ = true;
   }
+  std::error_code error;
+  if (!fs::create_directory(folder, error)) {
+    disarm();
+    why = "cannot create a file there (" + error.message() + ")";
+    return false;
+  }
+  folder_ = folder;
   return true;
+}
+
+void StagedOutput::disarm() {
+  for (size_t i = 0; armed_ && i < kSignalCount; ++i) std::signal(kSignals[i], previous_[i]);
+  armed_ = false;
+  g_staged_file[0] = g_staged_folder[0] = 0;
 }
 
 bool StagedOutput::commit(std::string& why) {
@@ -81,8 +89,7 @@ bool StagedOutput::commit(std::string& why) {
 
 StagedOutput::~StagedOutput() {
   if (folder_.empty()) return;
-  for (size_t i = 0; armed_ && i < kSignalCount; ++i) std::signal(kSignals[i], previous_[i]);
-  g_staged_file[0] = g_staged_folder[0] = 0;
+  disarm();
   std::error_code error;
   fs::remove_all(folder_, error);
 }

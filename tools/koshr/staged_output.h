@@ -36,6 +36,8 @@ class StagedOutput {
  private:
   static constexpr int kSignals[] = {SIGINT, SIGTERM};
   static constexpr size_t kSignalCount = sizeof kSignals / sizeof kSignals[0];
+  // Gives the signals back their earlier handlers.
+  void disarm();
 
   std::filesystem::path target_;
   std::filesystem::path folder_;
