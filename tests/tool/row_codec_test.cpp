@@ -50,7 +50,7 @@ ByteInput reader(const std::vector<uint8_t>& bytes, size_t chunk) {
   return ByteInput(
       [&bytes, at](uint8_t* data, size_t capacity) {
         size_t part = std::min(capacity, bytes.size() - *at);
-        std::memcpy(data, bytes.data() + *at, part);
+        if (part != 0) std::memcpy(data, bytes.data() + *at, part);
         *at += part;
         return part;
       },

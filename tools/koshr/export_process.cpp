@@ -271,18 +271,27 @@ ExportOutcome stream_export_apart(const ExportSettings& settings, std::vector<Ex
   auto ring = static_cast<uint8_t*>(shared);
   Pipes pipes;
   pid_t child = -1;
+  // SIGINT and SIGTERM wait until this process knows its child and has its
+  // handler in place; a stop that came sooner would leave the child
+  // writing on its own.
+  sigset_t stops, mask;
+  sigemptyset(&stops);
+  for (int signal_number : kStopSignals) sigaddset(&stops, signal_number);
+  sigprocmask(SIG_BLOCK, &stops, &mask);
   if (pipes.open()) {
     // What sits in this process's buffers must not be written twice.
     std::fflush(nullptr);
     child = fork();
   }
   if (child < 0) {
+    sigprocmask(SIG_SETMASK, &mask, nullptr);
     pipes.close_child_ends();
     pipes.close_parent_ends();
     munmap(shared, kSlots * kSlotSize);
     return stream_export(settings, std::move(columns), rows, row_count);
   }
   if (child == 0) {
+    sigprocmask(SIG_SETMASK, &mask, nullptr);
     pipes.close_parent_ends();
     run_child(ring, pipes, settings, std::move(columns), row_count);
   }
@@ -298,6 +307,7 @@ ExportOutcome stream_export_apart(const ExportSettings& settings, std::vector<Ex
     // A signal the caller chose to ignore (a background job's SIGINT) stays ignored.
     if (previous[i].sa_handler != SIG_IGN) sigaction(kStopSignals[i], &stop, nullptr);
   }
+  sigprocmask(SIG_SETMASK, &mask, nullptr);
   // A child gone early shows as EPIPE on the next write, not as a signal.
   ignore.sa_handler = SIG_IGN;
   sigemptyset(&ignore.sa_mask);
