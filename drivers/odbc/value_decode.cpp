@@ -103,7 +103,36 @@ bool parse_double(const char* text, size_t length, double& out) {
   return error == std::errc() && stop == end;
 }
 
+// The text nearly every database writes for a decimal: an optional minus
+// and at most 18 digits around at most one point, gathered in 64 bits.
+// False for anything else, which the general reading below takes.
+bool parse_plain_decimal(const char* text, size_t length, KODECIMAL& out) {
+  const bool negative = length > 0 && text[0] == '-';
+  uint64_t magnitude = 0;
+  int scale = -1;  // digits after the point; -1 before it
+  size_t digits = 0;
+  for (size_t at = negative ? 1 : 0; at < length; ++at) {
+    const char c = text[at];
+    if (is_digit(c)) {
+      if (++digits > 18) return false;
+      magnitude = magnitude * 10 + static_cast<unsigned>(c - '0');
+      if (scale >= 0) ++scale;
+    } else if (c == '.' && scale < 0) {
+      scale = 0;
+    } else {
+      return false;
+    }
+  }
+  if (digits == 0) return false;
+  out = KODECIMAL{};
+  out.scale = static_cast<uint8_t>(scale < 0 ? 0 : scale);
+  out.sign = negative && magnitude != 0 ? KODECIMAL_NEGATIVE : 0;
+  out.lo64 = magnitude;
+  return true;
+}
+
 bool parse_decimal(const char* text, size_t length, KODECIMAL& out) {
+  if (parse_plain_decimal(text, length, out)) return true;
   size_t at = 0;
   while (at < length && text[at] == ' ') ++at;
   bool negative = false;
