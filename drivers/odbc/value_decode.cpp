@@ -98,6 +98,34 @@ bool read_time(const char* text, size_t length, size_t& at, KODATETIME& out) {
 }  // namespace
 
 bool parse_double(const char* text, size_t length, double& out) {
+  // Up to 15 digits around at most one point, no exponent: the digits as an
+  // integer and the power of ten are both exact doubles, so one correctly
+  // rounded division gives the double nearest to the text.
+  static const double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
+                                        1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
+  const bool negative = length > 0 && text[0] == '-';
+  uint64_t digits_value = 0;
+  int fraction = -1;  // digits after the point; -1 before it
+  size_t digits = 0;
+  size_t at = negative ? 1 : 0;
+  for (; at < length && digits <= 15; ++at) {
+    const char c = text[at];
+    if (is_digit(c)) {
+      ++digits;
+      digits_value = digits_value * 10 + static_cast<unsigned>(c - '0');
+      if (fraction >= 0) ++fraction;
+    } else if (c == '.' && fraction < 0) {
+      fraction = 0;
+    } else {
+      break;
+    }
+  }
+  if (at == length && digits > 0 && digits <= 15) {
+    const double magnitude =
+        static_cast<double>(digits_value) / kPowersOfTen[fraction < 0 ? 0 : fraction];
+    out = negative ? -magnitude : magnitude;
+    return true;
+  }
   const char* end = text + length;
   const auto [stop, error] = std::from_chars(text, end, out);
   return error == std::errc() && stop == end;

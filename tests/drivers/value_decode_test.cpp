@@ -80,6 +80,11 @@ TEST(ValueDecodeTest, FloatingTextReadsToTheNearestDoubleOrStaysText) {
     const char* out;
   } cases[] = {
       {"0.37", "double:0.37"},
+      {"-0.0", "double:-0"},
+      {"5.", "double:5"},
+      {"123456789012.345", "double:123456789012.345"},  // 15 digits
+      {"9007199254740993", "double:9007199254740992"},  // 2^53 + 1: to even
+      {"0.1000000000000000055511151231257827", "double:0.10000000000000001"},
       {"0.30000000000000004", "double:0.30000000000000004"},
       {"-1.5e-07", "double:-1.4999999999999999e-07"},
       {"1e308", "double:1e+308"},
