@@ -5,8 +5,9 @@
  * Columns (name and type) and a source of rows go in; the rows stream one at
  * a time into the exporter, so memory stays flat whatever their number, and
  * are read ahead on a thread of their own (read_ahead.h) while the exporter
- * writes the ones before them. A
- * format that writes the row count or the column widths ahead gets them from
+ * writes the ones before them; rows from a database driver are read in this
+ * process while a child writes them instead (export_process.h). A format
+ * that writes the row count or the column widths ahead gets them from
  * the caller or, when the caller cannot know them, from a spool on disk. The
  * file is staged (staged_output.h): a failed or interrupted export leaves
  * the target as it was.
