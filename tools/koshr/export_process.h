@@ -10,12 +10,13 @@
  * the fetch, the slower half, a fifth slower. A child keeps the fetching
  * process single-threaded and still overlaps the two halves.
  *
- * The rows cross a pipe in the binary form of row_codec.h, in large chunks,
- * followed by an end marker or a failure marker with its reason. The child
- * runs stream_export as it would run in this process (staged output, the
- * writer, the progress line, the rename on success), touches nothing else
- * this process holds (a database connection) and ends with _exit, reporting
- * its outcome through a second pipe. A child that stops early (a write
+ * The rows cross in the binary form of row_codec.h through a ring of slots
+ * in shared memory (pipes carry only which slot is full and which is free
+ * again), followed by an end marker or a failure marker with its reason.
+ * The child runs stream_export as it would run in this process (staged
+ * output, the writer, the progress line, the rename on success), touches
+ * nothing else this process holds (a database connection) and ends with
+ * _exit, reporting its outcome through a third pipe. A child that stops early (a write
  * failed) ends the fetch; a child killed by a signal passes the signal on
  * to this process, so the command ends as a single process would; SIGINT or
  * SIGTERM here stops the child, whose staging cleanup removes the partial
