@@ -23,8 +23,43 @@ const Wide kLimit = Wide{1} << 96;
 
 bool is_digit(char c) { return c >= '0' && c <= '9'; }
 
+// Narrow text as UTF-16: read as UTF-8 (what the ODBC drivers we know write
+// for SQL_C_CHAR) when it is, else byte for byte.
+void widen(const char* text, size_t length, std::u16string& out) {
+  out.clear();
+  const auto* bytes = reinterpret_cast<const unsigned char*>(text);
+  for (size_t at = 0; at < length;) {
+    const unsigned lead = bytes[at];
+    const size_t extra = lead < 0x80                   ? 0
+                         : lead >= 0xC2 && lead < 0xE0 ? 1
+                         : lead >= 0xE0 && lead < 0xF0 ? 2
+                         : lead >= 0xF0 && lead < 0xF5 ? 3
+                                                       : 4;
+    char32_t code = extra == 0 ? lead : lead & (0x3F >> extra);
+    for (size_t k = 1; k <= extra && extra < 4; ++k) {
+      if (at + k >= length || (bytes[at + k] & 0xC0) != 0x80) {
+        code = 0x110000;  // not UTF-8
+        break;
+      }
+      code = (code << 6) | (bytes[at + k] & 0x3F);
+    }
+    const char32_t least[] = {0, 0x80, 0x800, 0x10000};
+    if (extra == 4 || code < least[extra] || code > 0x10FFFF || (code >= 0xD800 && code < 0xE000)) {
+      out.assign(bytes, bytes + length);
+      return;
+    }
+    if (code >= 0x10000) {
+      out += static_cast<char16_t>(0xD800 + ((code - 0x10000) >> 10));
+      out += static_cast<char16_t>(0xDC00 + (code & 0x3FF));
+    } else {
+      out += static_cast<char16_t>(code);
+    }
+    at += extra + 1;
+  }
+}
+
 void as_text(const char* text, size_t length, std::u16string& spill, DbiValue& value) {
-  spill.assign(text, text + length);
+  widen(text, length, spill);
   value.type = DBI_TYPE_TEXT;
   value.length = static_cast<uint32_t>(spill.size());
   value.as.text = spill.c_str();

@@ -13,9 +13,14 @@ namespace {
 
 using ko::odbc::BufferKind;
 
+// ASCII as itself, any other unit as <XXXX>.
 std::string narrow(const KOCHAR* text, uint32_t length) {
   std::string out;
-  for (uint32_t i = 0; i < length; ++i) out += static_cast<char>(text[i]);
+  for (uint32_t i = 0; i < length; ++i) {
+    char unit[8];
+    std::snprintf(unit, sizeof unit, "<%04X>", static_cast<unsigned>(text[i]));
+    out += text[i] < 0x80 ? std::string(1, static_cast<char>(text[i])) : std::string(unit);
+  }
   return out;
 }
 
@@ -94,6 +99,11 @@ TEST(ValueDecodeTest, FloatingTextReadsToTheNearestDoubleOrStaysText) {
       {"1e999", "text:1e999"},  // out of range: the database's text
       {"1.5 ", "text:1.5 "},
       {"abc", "text:abc"},
+      {"n/\xc3\xa4\xe2\x82\xac", "text:n/<00E4><20AC>"},  // UTF-8
+      {"\xf0\x9f\x98\x80", "text:<D83D><DE00>"},          // beyond the BMP
+      {"n/\xe4", "text:n/<00E4>"},                        // not UTF-8: byte for byte
+      {"\xed\xa0\x80", "text:<00ED><00A0><0080>"},        // a surrogate is not UTF-8
+      {"\xc0\xaf", "text:<00C0><00AF>"},                  // nor an overlong form
       {"", "text:"},
   };
   for (const auto& c : cases) EXPECT_EQ(decoded(BufferKind::kDoubleText, c.in), c.out) << c.in;
