@@ -67,6 +67,7 @@ void as_text(const char* text, size_t length, std::u16string& spill, DbiValue& v
 
 // The length of a narrow buffer's text: up to its terminator or its end.
 size_t narrow_length(const char* text, size_t bytes) {
+  if (bytes == 0) return 0;
   const void* end = std::memchr(text, 0, bytes);
   return end != nullptr ? static_cast<size_t>(static_cast<const char*>(end) - text) : bytes;
 }
