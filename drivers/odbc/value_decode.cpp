@@ -131,35 +131,47 @@ bool read_time(const char* text, size_t length, size_t& at, KODATETIME& out) {
   return true;
 }
 
+// The text nearly every database writes for a number: an optional minus and
+// at most `max_digits` digits around at most one point, gathered in 64 bits.
+// False for anything else, which the general readers take.
+struct PlainNumber {
+  bool negative = false;
+  uint64_t digits = 0;  // every digit, the point left out
+  int fraction = 0;     // how many of them follow the point
+};
+
+bool read_plain_number(const char* text, size_t length, size_t max_digits, PlainNumber& out) {
+  out = PlainNumber{};
+  out.negative = length > 0 && text[0] == '-';
+  bool point = false;
+  size_t count = 0;
+  for (size_t at = out.negative ? 1 : 0; at < length; ++at) {
+    const char c = text[at];
+    if (is_digit(c)) {
+      if (++count > max_digits) return false;
+      out.digits = out.digits * 10 + static_cast<unsigned>(c - '0');
+      if (point) ++out.fraction;
+    } else if (c == '.' && !point) {
+      point = true;
+    } else {
+      return false;
+    }
+  }
+  return count > 0;
+}
+
 }  // namespace
 
 bool parse_double(const char* text, size_t length, double& out) {
-  // Up to 15 digits around at most one point, no exponent: the digits as an
-  // integer and the power of ten are both exact doubles, so one correctly
-  // rounded division gives the double nearest to the text.
+  // Up to 15 digits: the digits as an integer and the power of ten are both
+  // exact doubles, so one correctly rounded division gives the double
+  // nearest to the text.
   static const double kPowersOfTen[] = {1e0, 1e1, 1e2,  1e3,  1e4,  1e5,  1e6,  1e7,
                                         1e8, 1e9, 1e10, 1e11, 1e12, 1e13, 1e14, 1e15};
-  const bool negative = length > 0 && text[0] == '-';
-  uint64_t digits_value = 0;
-  int fraction = -1;  // digits after the point; -1 before it
-  size_t digits = 0;
-  size_t at = negative ? 1 : 0;
-  for (; at < length && digits <= 15; ++at) {
-    const char c = text[at];
-    if (is_digit(c)) {
-      ++digits;
-      digits_value = digits_value * 10 + static_cast<unsigned>(c - '0');
-      if (fraction >= 0) ++fraction;
-    } else if (c == '.' && fraction < 0) {
-      fraction = 0;
-    } else {
-      break;
-    }
-  }
-  if (at == length && digits > 0 && digits <= 15) {
-    const double magnitude =
-        static_cast<double>(digits_value) / kPowersOfTen[fraction < 0 ? 0 : fraction];
-    out = negative ? -magnitude : magnitude;
+  PlainNumber plain;
+  if (read_plain_number(text, length, 15, plain)) {
+    const double magnitude = static_cast<double>(plain.digits) / kPowersOfTen[plain.fraction];
+    out = plain.negative ? -magnitude : magnitude;
     return true;
   }
   const char* end = text + length;
@@ -167,36 +179,15 @@ bool parse_double(const char* text, size_t length, double& out) {
   return error == std::errc() && stop == end;
 }
 
-// The text nearly every database writes for a decimal: an optional minus
-// and at most 18 digits around at most one point, gathered in 64 bits.
-// False for anything else, which the general reading below takes.
-bool parse_plain_decimal(const char* text, size_t length, KODECIMAL& out) {
-  const bool negative = length > 0 && text[0] == '-';
-  uint64_t magnitude = 0;
-  int scale = -1;  // digits after the point; -1 before it
-  size_t digits = 0;
-  for (size_t at = negative ? 1 : 0; at < length; ++at) {
-    const char c = text[at];
-    if (is_digit(c)) {
-      if (++digits > 18) return false;
-      magnitude = magnitude * 10 + static_cast<unsigned>(c - '0');
-      if (scale >= 0) ++scale;
-    } else if (c == '.' && scale < 0) {
-      scale = 0;
-    } else {
-      return false;
-    }
-  }
-  if (digits == 0) return false;
-  out = KODECIMAL{};
-  out.scale = static_cast<uint8_t>(scale < 0 ? 0 : scale);
-  out.sign = negative && magnitude != 0 ? KODECIMAL_NEGATIVE : 0;
-  out.lo64 = magnitude;
-  return true;
-}
-
 bool parse_decimal(const char* text, size_t length, KODECIMAL& out) {
-  if (parse_plain_decimal(text, length, out)) return true;
+  PlainNumber plain;
+  if (read_plain_number(text, length, 18, plain)) {
+    out = KODECIMAL{};
+    out.scale = static_cast<uint8_t>(plain.fraction);
+    out.sign = plain.negative && plain.digits != 0 ? KODECIMAL_NEGATIVE : 0;
+    out.lo64 = plain.digits;
+    return true;
+  }
   size_t at = 0;
   while (at < length && text[at] == ' ') ++at;
   bool negative = false;
